@@ -1,0 +1,49 @@
+#include "zev_dicom_values.h"
+
+#include <DICOM/Dicom_Null.h>
+#include <OBJ/OBJ_Image.h>
+
+#include <limits>
+#include <memory>
+
+#include "zev_numeric.h"
+
+namespace zev {
+
+int FirstInt(const Dicom_Msg& msg, const Dicom_Tag& tag, int absent) {
+    const Dicom_DS* const value = Find<Dicom_DS>(msg, tag);
+    return value == nullptr ? absent : TruncToInt(static_cast<double>(*value));
+}
+
+float NarrowToFloat(double value) {
+    constexpr double kMax = std::numeric_limits<float>::max();
+    return static_cast<float>(value > kMax ? kMax : value < -kMax ? -kMax : value);
+}
+
+_bstr_t TextOf(const Dicom_Type& value) {
+    // The text belongs to the caller.
+    const std::unique_ptr<wchar_t[]> text(static_cast<wchar_t*>(value));
+    return _bstr_t(text.get());
+}
+
+Rescale ReadRescale(const Dicom_Msg& msg) {
+    Rescale rescale;
+    const Dicom_DS* const intercept = Find<Dicom_DS>(msg, tag::kRescaleIntercept);
+    const Dicom_DS* const slope = Find<Dicom_DS>(msg, tag::kRescaleSlope);
+    const bool hasIntercept = intercept != nullptr && *intercept != DS_NULL;
+    const bool hasSlope = slope != nullptr && *slope != DS_NULL;
+    if (hasIntercept) rescale.intercept = TruncToInt(static_cast<double>(*intercept));
+    if (hasSlope) rescale.slope = NarrowToFloat(static_cast<double>(*slope));
+    rescale.complete = hasIntercept && hasSlope;
+    return rescale;
+}
+
+bool IsMonochrome1(const Dicom_CS& photometric) { return photometric == OBJ_Image::MONOCHROME1; }
+
+bool IsMonochrome(const Dicom_CS& photometric) {
+    return photometric == OBJ_Image::MONOCHROME2 || IsMonochrome1(photometric);
+}
+
+bool Equals(const Dicom_CS* value, const char* text) { return value != nullptr && *value == Dicom_CS(text, nullptr); }
+
+}  // namespace zev

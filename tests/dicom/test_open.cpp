@@ -1,0 +1,247 @@
+// Opening an image from its message.
+
+#include <DICOM/Dicom_Dictionary.h>
+#include <DICOM/Dicom_FL.h>
+#include <KIT/KIT_BaseParamsVec.h>
+#include <SPC/SPC_Modality.h>
+#include <ZEV/ZEV_Dicom.h>
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <functional>
+#include <stdexcept>
+
+#include "support.h"
+
+namespace {
+
+using support::LogCapture;
+using support::Message;
+
+struct View {
+    explicit View(const wchar_t* modalityName = L"CT") : modality(modalityName), vec(L"view") {
+        vec.Append(&modality), vec.Append(&params);
+    }
+    int Open(OBJ_Msg& msg, bool force = false, bool headerOnly = false, KIT_Raster* pixels = nullptr) {
+        return ZEV_Dicom().UpdateFromDicom(&msg, pixels == nullptr ? &raster : pixels, &params, nullptr, headerOnly,
+                                           force, &vec);
+    }
+    SPC_Modality modality;
+    ZEV_Params params;
+    KIT_BaseParamsVec vec;
+    refhost::MemoryRaster raster{4, 4, 12, false};
+};
+
+TEST(Open, ArgumentsInTheirOrder) {
+    View view;
+    Message msg;
+    msg.Image(4, 4);
+    ZEV_Dicom dicom;
+    LogCapture log;
+    EXPECT_EQ(dicom.UpdateFromDicom(nullptr, nullptr, nullptr, nullptr, false, false, &view.vec), -1);
+    EXPECT_EQ(dicom.UpdateFromDicom(&msg, nullptr, nullptr, nullptr, false, false, &view.vec), -1);
+    EXPECT_EQ(dicom.UpdateFromDicom(&msg, nullptr, &view.params, nullptr, false, false, &view.vec), -1);
+    ASSERT_EQ(log.lines.size(), 3u);
+    EXPECT_EQ(log.lines[0], "5 ZEV_Dicom::UpdateFromDicom UpdateFromDicom: The msg is NULL \n");
+    EXPECT_EQ(log.lines[1], "3 ZEV_Dicom::UpdateFromDicom UpdateFromDicom: The params to be updated is NULL \n");
+    EXPECT_EQ(log.lines[2], "3 ZEV_Dicom::UpdateFromDicom UpdateFromDicom: Error: pixel data is NULL.\n");
+    EXPECT_EQ(dicom.UpdateFromDicom(&msg, &view.raster, &view.params, nullptr, false, false, nullptr), 0);
+}
+
+struct WindowRow {
+    const char* name;
+    std::function<void(Message&)> message;
+    std::function<void(View&)> before;
+    bool force, headerOnly;
+    int center, width, initialCenter;
+    bool byDicom;
+};
+
+const std::function<void(View&)> kNothing = [](View&) {};
+
+const WindowRow kWindows[] = {
+    {"entry 0", [](Message& m) { m.Window("40.9\\7", "400\\8"); }, kNothing, false, false, 40, 400, 40, true},
+    {"a fallback gives way to entry 0", [](Message& m) { m.Window("40", "400"); },
+     [](View& v) { v.params.InitCenter(1000), v.params.InitWidth(4095); }, false, false, 40, 400, 40, true},
+    {"an initialised window stays the initial one, the entry is current all the same",
+     [](Message& m) { m.Window("40", "400"); }, [](View& v) { v.params.InitCenter(7), v.params.InitWidth(8); }, false,
+     false, 40, 400, 7, true},
+    {"forced", [](Message& m) { m.Window("40", "400"); },
+     [](View& v) { v.params.InitCenter(7), v.params.InitWidth(8), v.params.SetFlagValuesByDicom(true); }, true, false,
+     40, 400, 40, true},
+    {"not allowed", [](Message& m) { m.Window("40", "400"); },
+     [](View& v) { v.params.InitCenter(7), v.params.InitWidth(8), v.params.SetOriginal(false); }, false, false, 7, 8, 7,
+     false},
+    {"entry 0 without a curve: the plain attributes, allowed or not",
+     [](Message& m) { m.Window("-40.9", "400", "WHATEVER"); },
+     [](View& v) { v.params.InitCenter(7), v.params.InitWidth(8), v.params.SetOriginal(false); }, false, false, -40,
+     400, -40, true},
+    {"header only without a window", [](Message&) {}, kNothing, false, true, 1000, 4095, 1000, false},
+    {"nothing and not allowed", [](Message&) {}, [](View& v) { v.params.SetOriginal(false); }, false, true, 0, 0, 0,
+     false},
+    {"a bogus image takes the plain attributes only",
+     [](Message& m) { m.Window("5", "6"), m.Remove(Dicom_Tag(0x00280010)); }, kNothing, false, false, 5, 6, 5, false},
+    {"a bogus image without them", [](Message& m) { m.Remove(Dicom_Tag(0x00280011)); }, kNothing, false, false, 0, 0, 0,
+     false},
+};
+
+TEST(Open, WhereTheWindowComesFrom) {
+    for (const WindowRow& row : kWindows) {
+        SCOPED_TRACE(row.name);
+        View view;
+        Message msg;
+        msg.Image(4, 4);
+        row.message(msg);
+        row.before(view);
+        EXPECT_EQ(view.Open(msg, row.force, row.headerOnly), 0);
+        EXPECT_EQ(view.params.GetCenter(), row.center);
+        EXPECT_EQ(view.params.GetWidth(), row.width);
+        EXPECT_EQ(view.params.GetInitialCenter(), row.initialCenter);
+        EXPECT_EQ(view.params.GetFlagValuesByDicom(), row.byDicom);
+        EXPECT_EQ(view.raster.LockDepth(), 0);
+    }
+}
+
+struct InverseRow {
+    const char* name;
+    const char* photometric;
+    int samples;  ///< 0: absent
+    const char* uid;
+    const char* inverseWindow;
+    const char* shape;
+    bool expected;
+};
+
+TEST(Open, Inversion) {
+    const char* const kInverseMap = "Inversed Grayscale";
+    const InverseRow rows[] = {
+        {"plain", "MONOCHROME2", 1, "", "", "", false},
+        {"MONOCHROME1", "MONOCHROME1", 1, "", "", "", true},
+        {"MONOCHROME1 of unknown samples has one", "MONOCHROME1", 0, "", "", "", true},
+        {"MONOCHROME1 of three samples", "MONOCHROME1", 3, "", "", "", false},
+        {"window inverse", "MONOCHROME2", 1, "", "Y", "", true},
+        {"window not inverse beats MONOCHROME1", "MONOCHROME1", 1, "", "N", "", false},
+        {"identity and not inverse", "MONOCHROME2", 1, "", "N", "IDENTITY", true},
+        {"identity and inverse", "MONOCHROME2", 1, "1.2.3", "Y", "IDENTITY", false},
+        {"inverse map, identity", "MONOCHROME1", 1, kInverseMap, "", "IDENTITY", false},
+        {"inverse map, inverse shape", "MONOCHROME2", 1, kInverseMap, "N", "INVERSE", true},
+        {"inverse map, inverse window", "MONOCHROME2", 1, kInverseMap, "Y", "IDENTITY", true},
+    };
+    for (const InverseRow& row : rows) {
+        SCOPED_TRACE(row.name);
+        View view;
+        Message msg;
+        msg.Image(4, 4, row.photometric).Window("40", "400");
+        if (row.samples == 0) msg.Remove(Dicom_Tag(0x00280002));
+        if (row.samples == 3) msg.Words(0x00280002, "US", {3});
+        const auto put = [&msg](const Dicom_Tag& tag, const char* vr, const char* text) {
+            if (*text != '\0') msg.Text(tag.GetTag(), vr, text);
+        };
+        put(Dicom_Dictionary::MIREL_COLOR_MAP_UID, "LO", row.uid);
+        put(Dicom_Dictionary::ORNEL1_INVERSE_WINDOW, "CS", row.inverseWindow);
+        put(Dicom_Dictionary::MIREL_PRESENTATION_LUT_SHAPE, "CS", row.shape);
+        view.Open(msg);
+        EXPECT_EQ(view.params.IsInverse(), row.expected);
+        EXPECT_TRUE(view.params.IsInitialized());
+        EXPECT_EQ(view.params.GetPhotometricInverse(), std::string(row.photometric) == "MONOCHROME1");
+    }
+}
+
+struct PaddingRow {
+    const char* name;
+    const wchar_t* modality;
+    int representation;  ///< -1: absent
+    int value, limit;    ///< 16 bits; -1: absent
+    int expectedValue, expectedLimit;
+    bool used;
+};
+
+TEST(Open, Padding) {
+    const PaddingRow rows[] = {
+        {"none", L"MG", 0, -1, -1, -100000, -100000, false},
+        {"the limit follows the value", L"MG", 0, 7, -1, 7, 7, true},
+        {"a range", L"MG", 0, 0, 40, 0, 40, true},
+        {"unsigned when nobody says", L"MG", -1, 65535, -1, 65535, 65535, true},
+        {"signed", L"CT", 1, 65535, 63536, -1, -2000, false},
+        {"a limit alone", L"MG", 0, -1, 9, -100000, 9, false},
+    };
+    for (const PaddingRow& row : rows) {
+        SCOPED_TRACE(row.name);
+        View view(row.modality);
+        Message msg;
+        msg.Image(4, 4).Window("40", "400");
+        if (row.representation >= 0) {
+            msg.Words(0x00280103, "US", {static_cast<std::uint16_t>(row.representation)});
+        }
+        if (row.value >= 0) msg.Words(0x00280120, "US", {static_cast<std::uint16_t>(row.value)});
+        if (row.limit >= 0) msg.Words(0x00280121, "US", {static_cast<std::uint16_t>(row.limit)});
+        view.Open(msg);
+        EXPECT_EQ(view.params.GetPixelPaddingValue(), row.expectedValue);
+        EXPECT_EQ(view.params.GetPixelPaddingValueLimit(), row.expectedLimit);
+        EXPECT_EQ(view.params.GetUsePadding(), row.used);
+    }
+}
+
+TEST(Open, RescaleGammaLocalizerAndPval) {
+    View view;
+    Message msg;
+    msg.Image(4, 4).Window("40", "400").Rescale("2.5", "-1024.9").Text(0x00080008, "CS", "ORIGINAL\\PRIMARY\\LOCALIZER");
+    msg.Put(Dicom_Dictionary::MIREL_GAMMA_WINDOWING_VALUE, Dicom_FL(1.5f));
+    view.params.SetUpdatedToFitGroup(true);
+    view.Open(msg);
+    EXPECT_EQ(view.params.GetRescaleIntercept(), -1024);
+    EXPECT_EQ(view.params.GetRescaleSlope(), 2.5f);
+    EXPECT_EQ(view.params.GetGamma(), 1.5f);
+    EXPECT_TRUE(view.params.IsLocalizer());
+    EXPECT_NE(view.params.GetMapperPvLut().get(), nullptr);
+    EXPECT_EQ(view.params.GetLastUpdatedMsg(), &msg);
+    EXPECT_FALSE(view.params.IsUpdatedToFitGroup());
+    // A second call takes rescale anew and keeps the manager; without attributes rescale is the identity.
+    Mapper_WindowingManager* const manager = view.params.GetVoiLutManager();
+    Message plain;
+    plain.Image(4, 4);
+    view.Open(plain);
+    EXPECT_EQ(view.params.GetRescaleSlope(), 1.0f);
+    EXPECT_EQ(view.params.GetVoiLutManager(), manager);
+    EXPECT_EQ(view.params.GetCenter(), 40);
+    Message extreme;
+    extreme.Image(4, 4).Rescale("1e300", "-1e300");
+    view.Open(extreme, true);
+    EXPECT_EQ(view.params.GetRescaleIntercept(), INT_MIN);
+    EXPECT_TRUE(std::isfinite(view.params.GetRescaleSlope()));
+}
+
+TEST(Open, LogLinesOfAnImageThatLacksMuch) {
+    View view;
+    Message msg;
+    msg.Image(4, 4);
+    msg.Remove(Dicom_Tag(0x00280004));
+    LogCapture log;
+    view.Open(msg, false, true);
+    const std::vector<std::string> expected = {
+        "3 ZEV_Dicom::UpdateFromDicom MISSING TAG: PHOTOMETRIC_INTERPRETATION.  Using patch.\n",
+        "6 ZEV_Dicom::UpdateFromDicom UpdateFromDicom :The width and center are 0 and changed it to something else \n",
+        "5 ZEV_Dicom::UpdateFromDicom UpdateFromDicom: voi_lut_sel has illegal values. Setting NULL as window type. "
+        "\n",
+        "6 ZEV_Dicom::UpdateFromDicom vec=view, bAllowWindowingChange=1\n"};
+    EXPECT_EQ(log.lines, expected);
+}
+
+/// A raster that fails while it is locked.
+class ThrowingRaster : public refhost::MemoryRaster {
+public:
+    ThrowingRaster() : MemoryRaster(4, 4, 12, false) {}
+    void* GetPixels() override { throw std::runtime_error("no pixels"); }
+};
+
+TEST(Open, TheRasterIsUnlockedAlsoWhenAnExceptionPasses) {
+    View view;
+    ThrowingRaster raster;
+    Message msg;
+    msg.Image(4, 4);
+    EXPECT_THROW(view.Open(msg, false, false, &raster), std::runtime_error);
+    EXPECT_EQ(raster.LockDepth(), 0);
+}
+
+}  // namespace

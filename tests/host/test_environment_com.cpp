@@ -1,0 +1,242 @@
+#include <COM/com_ptr.h>
+#include <PRM/PRM_Classes.h>
+#include <PRM/PRM_ITree.h>
+#include <PRM/PRM_ITreeRoot.h>
+#include <gtest/gtest.h>
+#include <refhost/Com.h>
+#include <refhost/Config.h>
+
+#include <atomic>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+HRESULT RaisedBy(void (*work)()) {
+    try {
+        work();
+    } catch (const _com_error& error) {
+        return error.Error();
+    }
+    return S_OK;
+}
+
+TEST(EnvironmentBstr, OrdersByUtf16CodeUnit) {
+    const struct {
+        const char* name;
+        std::wstring a;
+        std::wstring b;
+        int order;
+    } rows[] = {
+        {"equal", L"CT", L"CT", 0},
+        {"case", L"CT", L"Ct", -1},
+        {"prefix first", L"CT", L"CTA", -1},
+        {"empty first", L"", L"a", -1},
+        {"not signed", L"\x00E9", L"z", 1},
+        // By code point U+1F600 is the larger; its first unit 0xD83D is not.
+        {"surrogates below U+E000", L"\U0001F600", L"\xFF5E", -1},
+        {"second unit decides", L"\U0001F600", L"\U0001F601", -1},
+        {"text behind a null character", std::wstring(L"a\0b", 3), std::wstring(L"a\0c", 3), -1},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const _bstr_t a(SysAllocStringLen(row.a.data(), static_cast<unsigned>(row.a.size())), false);
+        const _bstr_t b(SysAllocStringLen(row.b.data(), static_cast<unsigned>(row.b.size())), false);
+        EXPECT_EQ(a == b, row.order == 0);
+        EXPECT_EQ(a < b, row.order < 0);
+        EXPECT_EQ(a > b, row.order > 0);
+        EXPECT_EQ(b<a, row.order> 0);
+    }
+}
+
+TEST(EnvironmentBstr, NullIsEmptyButHasNoText) {
+    const _bstr_t null;
+    EXPECT_TRUE(!null);
+    EXPECT_EQ(static_cast<const wchar_t*>(null), nullptr);
+    EXPECT_EQ(static_cast<const char*>(null), nullptr);
+    EXPECT_TRUE(null == _bstr_t(L"") && null == L"" && null == static_cast<const wchar_t*>(nullptr));
+    EXPECT_TRUE(null < _bstr_t(L"a"));
+    EXPECT_STREQ(static_cast<const wchar_t*>(null + _bstr_t(L"x")), L"x");
+    EXPECT_STREQ(static_cast<const wchar_t*>(_bstr_t(L"x") + null), L"x");
+    EXPECT_TRUE(!(null + null));
+    EXPECT_FALSE(!_bstr_t(L""));
+}
+
+TEST(EnvironmentBstr, CopiesShareAndChangingOneLeavesTheOther) {
+    _bstr_t a(L"windowing");
+    _bstr_t b = a;
+    EXPECT_EQ(static_cast<const wchar_t*>(a), static_cast<const wchar_t*>(b));
+    b += "\\key";
+    EXPECT_TRUE(a == L"windowing" && b == L"windowing\\key");
+    b = a;
+    BSTR mine = b.Detach();
+    EXPECT_NE(mine, static_cast<const wchar_t*>(a));
+    mine[0] = L'W';
+    EXPECT_TRUE(a == L"windowing" && !b);
+    b.Attach(mine);
+    EXPECT_TRUE(b == "Windowing" && "Windowing" == b);
+    const _bstr_t& itself = b;
+    b = itself;
+    EXPECT_STREQ(b, L"Windowing");
+}
+
+TEST(EnvironmentBstr, NarrowTextIsUtf8) {
+    const struct {
+        const char* name;
+        const char* narrow;
+        std::wstring wide;
+        const char* back;
+    } rows[] = {
+        {"ascii", "abc", L"abc", "abc"},
+        {"two bytes", "\xC3\xA9", L"\x00E9", "\xC3\xA9"},
+        {"four bytes", "\xF0\x9F\x98\x80", L"\U0001F600", "\xF0\x9F\x98\x80"},
+        {"Latin-1 byte", "\xE9 a", L"\xFFFD a", "\xEF\xBF\xBD a"},
+        {"cut sequence", "a\xE2\x82", L"a\xFFFD\xFFFD", "a\xEF\xBF\xBD\xEF\xBF\xBD"},
+        {"overlong", "\xC0\x80", L"\xFFFD\xFFFD", "\xEF\xBF\xBD\xEF\xBF\xBD"},
+        {"surrogate", "\xED\xA0\x80", L"\xFFFD\xFFFD\xFFFD", "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const _bstr_t text(row.narrow);
+        EXPECT_EQ(std::wstring(text), row.wide);
+        EXPECT_STREQ(text, row.back);
+    }
+    const wchar_t strange[] = {static_cast<wchar_t>(0xDC00), static_cast<wchar_t>(0x7FFFFFFF), 0};
+    EXPECT_STREQ(_bstr_t(strange), "\xEF\xBF\xBD\xEF\xBF\xBD");
+}
+
+TEST(EnvironmentBstr, ThreadsShareOneNarrowCopy) {
+    for (int round = 0; round < 50; ++round) {
+        const _bstr_t text(L"Inversed Grayscale");
+        std::vector<const char*> seen(4);
+        std::vector<std::thread> threads;
+        for (auto& slot : seen) {
+            threads.emplace_back([&slot, mine = text] { slot = mine; });
+        }
+        for (std::thread& thread : threads) thread.join();
+        for (const char* narrow : seen) {
+            EXPECT_EQ(narrow, seen[0]);
+            EXPECT_STREQ(narrow, "Inversed Grayscale");
+        }
+    }
+}
+
+TEST(EnvironmentBstr, TooLongATextIsRefused) {
+    EXPECT_EQ(SysAllocStringLen(nullptr, 0xFFFFFFFFu), nullptr);
+    EXPECT_EQ(SysAllocStringLen(nullptr, 0x40000000u), nullptr);
+}
+
+// An object with one interface, which counts how many of its kind live.
+class Probe final : public IUnknown {
+public:
+    static std::atomic<int> s_Alive;
+    static HRESULT s_QueryResult;
+
+    Probe() { ++s_Alive; }
+    ~Probe() { --s_Alive; }
+    HRESULT QueryInterface(const IID& iid, void** object) override {
+        *object = nullptr;
+        if (iid != com_iid<IUnknown>()) return s_QueryResult;
+        *object = static_cast<IUnknown*>(this);
+        AddRef();
+        return S_OK;
+    }
+    ULONG AddRef() override { return ++m_Owners; }
+    ULONG Release() override {
+        const ULONG left = --m_Owners;
+        if (left == 0) delete this;
+        return left;
+    }
+
+private:
+    ULONG m_Owners = 1;
+};
+std::atomic<int> Probe::s_Alive{0};
+HRESULT Probe::s_QueryResult = E_NOINTERFACE;
+
+TEST(EnvironmentCom, CreationFailuresRaiseExceptAMissingInterface) {
+    const struct {
+        const char* name;
+        HRESULT creation;
+        HRESULT query;
+        HRESULT raised;
+    } rows[] = {
+        {"created, interface missing", S_OK, E_NOINTERFACE, S_OK},
+        {"created, query fails", S_OK, E_ACCESSDENIED, E_ACCESSDENIED},
+        {"creation lacks the interface", E_NOINTERFACE, S_OK, S_OK},
+        {"creation fails", E_FAIL, S_OK, E_FAIL},
+        {"no memory", E_OUTOFMEMORY, S_OK, E_OUTOFMEMORY},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Probe::s_QueryResult = row.query;
+        const HRESULT creation = row.creation;
+        refhost::ComFactory old =
+            refhost::RegisterComClass(CLSID_PRM_Tree, [creation](const IID& iid, void** object) {
+                if (FAILED(creation)) return creation;
+                Probe* probe = new Probe;
+                const HRESULT result = probe->QueryInterface(iid, object);
+                probe->Release();
+                return result;
+            });
+        EXPECT_EQ(RaisedBy([] {
+                      PRM_ITreeRootPtr root(CLSID_PRM_Tree);
+                      EXPECT_TRUE(root == nullptr);
+                      EXPECT_EQ(RaisedBy([] { PRM_ITreeRootPtr()->SetAccess(0x80000000u); }), E_POINTER);
+                  }),
+                  row.raised);
+        EXPECT_EQ(Probe::s_Alive, 0);
+        refhost::RegisterComClass(CLSID_PRM_Tree, old);
+    }
+    void* object = &object;
+    EXPECT_EQ(CoCreateInstance(GUID{1, 2, 3, {}}, nullptr, CLSCTX_ALL, com_iid<IUnknown>(), &object),
+              REGDB_E_CLASSNOTREG);
+    EXPECT_EQ(object, nullptr);
+}
+
+TEST(EnvironmentCom, PointersCountTheirObject) {
+    {
+        com_ptr<IUnknown> a(new Probe, false);
+        com_ptr<IUnknown> b = a;
+        com_ptr<IUnknown> c(std::move(b));
+        b = c;
+        a = a.GetInterfacePtr();
+        Probe::s_QueryResult = E_NOINTERFACE;
+        PRM_ITreePtr none = c;
+        EXPECT_TRUE(!none);
+        Probe::s_QueryResult = E_ACCESSDENIED;
+        EXPECT_THROW(none = c, _com_error);
+        EXPECT_TRUE(!none);
+        *&b = nullptr;
+        c.Release();
+        EXPECT_EQ(Probe::s_Alive, 1);
+        EXPECT_THROW(c.Release(), _com_error);
+    }
+    EXPECT_EQ(Probe::s_Alive, 0);
+}
+
+TEST(EnvironmentCom, ErrorsTellWhatTheInterfaceLeftBehind) {
+    refhost::LoadConfigText(R"({"settings": {"a": 1}})", "test");
+    PRM_ITreePtr tree(CLSID_PRM_Tree);
+    refhost::FailConfigReads(E_ACCESSDENIED, 1);
+    EXPECT_EQ(tree->GetInt(L"a"), 1);
+    try {
+        tree->GetInt(L"a");
+        ADD_FAILURE();
+    } catch (const _com_error& error) {
+        const _com_error copy = error;
+        EXPECT_EQ(copy.Error(), E_ACCESSDENIED);
+        EXPECT_TRUE(std::strstr(copy.Description(), "made to fail") != nullptr);
+    }
+    refhost::FailConfigReads(S_OK);
+    EXPECT_EQ(tree->GetInt(L"a"), 1);
+    refhost::FailConfigCreation(E_OUTOFMEMORY);
+    EXPECT_EQ(RaisedBy([] { PRM_ITreePtr tree(CLSID_PRM_Tree); }), E_OUTOFMEMORY);
+    refhost::FailConfigCreation(S_OK);
+    EXPECT_TRUE(!_com_error(E_FAIL).Description());
+    refhost::UseBuiltinConfig();
+}
+
+}  // namespace

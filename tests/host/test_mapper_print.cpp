@@ -1,0 +1,178 @@
+#include <DICOM/Dicom_OW.h>
+#include <DICOM/Dicom_US.h>
+#include <MAPPER/Mapper_PrinterLUT.h>
+#include <MAPPER/Mapper_Pval.h>
+#include <MAPPER/Mapper_WindowingManager.h>
+#include <OBJ/OBJ_Msg.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <vector>
+
+namespace {
+
+OBJ_Msg MsgWithLut(std::vector<unsigned short> entries, unsigned short bits) {
+    OBJ_Msg msg;
+    Dicom_Msg* const item = msg.AddItem(Dicom_Tag(0x20500010));
+    item->Put(Dicom_Tag(0x00283002),
+              Dicom_US(static_cast<unsigned short>(entries.size())) | Dicom_US(0) | Dicom_US(bits));
+    item->Put(Dicom_Tag(0x00283006),
+              Dicom_OW(entries.data(), static_cast<unsigned int>(entries.size() * 2), 2, nullptr, false));
+    return msg;
+}
+
+}  // namespace
+
+TEST(MapperPval, ShapesTheWindow) {
+    OBJ_Msg msg = MsgWithLut({0, 100, 400, 1023}, 10);
+    Mapper_Pval pval(&msg);
+    ASSERT_TRUE(pval.HasPvalLut());
+    EXPECT_FALSE(pval.IsLutReversing());
+    EXPECT_EQ(pval.GetLutInputCount(), 4);
+    const struct {
+        const char* name;
+        int low, high, top, index, level;
+    } rows[] = {
+        // Levels of the four entries at top 255: 0, 25, 100, 255; at top 4095: 0, 400, 1601, 4095.
+        {"below", 100, 400, 255, 99, 0},
+        {"start", 100, 400, 255, 100, 0},
+        {"just before the second entry", 100, 400, 255, 149, 0},
+        {"second entry from its half", 100, 400, 255, 150, 25},
+        {"third entry from its half", 100, 400, 255, 250, 100},
+        {"fourth entry from its half", 100, 400, 255, 350, 255},
+        {"above", 100, 400, 255, 65535, 255},
+        {"finer output", 100, 400, 4095, 250, 1601},
+        {"starts before the table", -300, 300, 255, 0, 100},
+        {"backwards", 400, 100, 255, 400, 0},
+        {"backwards, above the end", 400, 100, 255, 50, 255},
+        {"step, before", 200, 200, 255, 199, 0},
+        {"step, from", 200, 200, 255, 200, 255},
+        {"no output", 100, 400, 0, 400, 0},
+        {"negative top", 100, 400, -5, 400, 0},
+        {"top beyond 16 bits", 100, 400, INT_MAX, 400, 65535},
+        {"all the range there is", INT_MIN, INT_MAX, 255, 0, 100},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        pval.UpdateWindowValues(row.low, row.high, row.top);
+        EXPECT_EQ(pval.m_pWindowLut[row.index], row.level);
+    }
+}
+
+TEST(MapperPval, CopyHasItsOwnWindow) {
+    OBJ_Msg msg = MsgWithLut({255, 128, 0}, 8);
+    Mapper_Pval pval(&msg);
+    EXPECT_TRUE(pval.IsLutReversing());
+    pval.UpdateWindowValues(0, 256, 255);
+    Mapper_Pval copy(pval);
+    EXPECT_TRUE(copy.HasPvalLut());
+    pval.UpdateWindowValues(0, 256, 100);
+    EXPECT_EQ(pval.m_pWindowLut[0], 100);
+    EXPECT_EQ(copy.m_pWindowLut[0], 255);
+    copy.UpdateWindowValues(0, 256, 255);
+    EXPECT_EQ(copy.m_pWindowLut[255], 0);
+}
+
+TEST(MapperPval, OnlyASequenceMakesALut) {
+    OBJ_Msg shaped;
+    shaped.PutBytes(Dicom_Tag(0x20500020), "CS", "INVERSE ", 8);
+    OBJ_Msg broken = MsgWithLut({1, 2}, 20);
+    OBJ_Msg* const messages[] = {nullptr, &shaped, &broken};
+    for (OBJ_Msg* msg : messages) {
+        Mapper_Pval pval(msg);
+        EXPECT_FALSE(pval.HasPvalLut() || pval.IsLutReversing() || pval.isPaic());
+        EXPECT_EQ(pval.GetLutInputCount(), 0);
+        EXPECT_EQ(pval.GetLutInputFirst(), 0);
+        EXPECT_EQ(pval.m_pWindowLut[Mapper_Pval::WINDOW_LUT_SIZE - 1], 0);
+        pval.UpdateWindowValues(0, 10, 255);
+        EXPECT_EQ(pval.m_pWindowLut[5], 128) << "a straight line";
+    }
+}
+
+TEST(MapperPval, NotesTheWindowing) {
+    OBJ_Msg msg;
+    msg.PutBytes(Dicom_Tag(0x00281050), "DS", "40", 2);
+    msg.PutBytes(Dicom_Tag(0x00281051), "DS", "80", 2);
+    Mapper_WindowingManager manager(&msg);
+    manager.Init();
+    Mapper_Pval pval(&msg);
+    EXPECT_EQ(pval.SetWindowingType(manager, manager.m_Entries.at(0)), 1);
+    EXPECT_EQ(Mapper_Pval(pval).GetWindowingType(), 6);
+    pval.SetWindowingType(manager, nullptr);
+    EXPECT_EQ(pval.GetWindowingType(), 0);
+}
+
+TEST(MapperPrinterLut, ChangesTheRegionOnly) {
+    std::vector<unsigned short> inverse(256);
+    for (unsigned int i = 0; i < 256; ++i) inverse[i] = static_cast<unsigned short>(255 - i);
+    const Mapper_PrinterLUT lut(inverse.data(), inverse.size(), 8);
+    const struct {
+        const char* name;
+        Mapper_Point from, to;
+        unsigned long count;
+        std::vector<int> changed;  // of the 4 x 3 pixels
+    } rows[] = {
+        {"one pixel", {1, 1}, {1, 1}, 12, {5}},
+        {"both corners belong to it", {1, 0}, {2, 1}, 12, {1, 2, 5, 6}},
+        {"any order", {2, 1}, {1, 0}, 12, {1, 2, 5, 6}},
+        {"clipped", {3, -5}, {900, 900}, 12, {3, 7, 11}},
+        {"outside", {4, 0}, {9, 9}, 12, {}},
+        {"fewer pixels than width x height", {0, 0}, {3, 2}, 6, {0, 1, 2, 3, 4, 5}},
+        {"absurd corners",
+         {INT_MIN, INT_MIN},
+         {INT_MAX, INT_MAX},
+         12,
+         {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}},
+    };
+    for (const auto& row : rows) {
+        for (unsigned short samples : {1, 4}) {
+            SCOPED_TRACE(testing::Message() << row.name << ", samples " << samples);
+            std::vector<unsigned char> pixels(std::size_t(12) * samples, 10);
+            Mapper_Point from = row.from;
+            Mapper_Point to = row.to;
+            EXPECT_EQ(lut.ApplyPrinterLUT(pixels.data(), row.count, 8, 8, samples, 4, 3, &from, &to),
+                      row.changed.size());
+            for (int i = 0; i < static_cast<int>(pixels.size()); ++i) {
+                const bool in = std::count(row.changed.begin(), row.changed.end(), i / samples) > 0;
+                ASSERT_EQ(pixels[static_cast<std::size_t>(i)], in ? 245 : 10) << i;
+            }
+        }
+    }
+}
+
+TEST(MapperPrinterLut, ScalesToTheSamples) {
+    const unsigned short three[] = {0, 512, 1023};
+    const Mapper_PrinterLUT lut(three, 3, 10);
+    const struct {
+        const char* name;
+        unsigned short allocated, stored, sample, expected;
+    } rows[] = {
+        {"first", 8, 8, 0, 0},
+        {"nearest below", 8, 8, 63, 0},
+        {"nearest above", 8, 8, 64, 128},
+        {"last", 8, 8, 255, 255},
+        {"12 bits", 16, 12, 2047, 2050},
+        {"12 bits, last", 16, 12, 4095, 4095},
+        {"bits above the stored ones", 16, 12, 60000, 4095},
+        {"16 bits", 16, 16, 65535, 65535},
+        {"fewer than 8 stored", 8, 4, 15, 15},
+        {"more stored than allocated", 8, 24, 255, 255},
+        {"nothing stored", 8, 0, 1, 1},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        unsigned short word = row.sample;
+        unsigned char byte = static_cast<unsigned char>(row.sample);
+        void* const pixel = row.allocated == 8 ? static_cast<void*>(&byte) : static_cast<void*>(&word);
+        EXPECT_EQ(lut.ApplyPrinterLUT(pixel, 1, row.allocated, row.stored, 1, 1, 1, nullptr, nullptr), 1u);
+        EXPECT_EQ(row.allocated == 8 ? byte : word, row.expected);
+    }
+    unsigned char byte = 9;
+    EXPECT_EQ(lut.ApplyPrinterLUT(nullptr, 1, 8, 8, 1, 1, 1, nullptr, nullptr), 0u);
+    EXPECT_EQ(lut.ApplyPrinterLUT(&byte, 1, 12, 12, 1, 1, 1, nullptr, nullptr), 0u);
+    EXPECT_EQ(lut.ApplyPrinterLUT(&byte, 1, 8, 8, 0, 1, 1, nullptr, nullptr), 0u);
+    EXPECT_EQ(Mapper_PrinterLUT(nullptr, 5, 8).ApplyPrinterLUT(&byte, 1, 8, 8, 1, 1, 1, nullptr, nullptr),
+              0u);
+    EXPECT_EQ(byte, 9);
+}

@@ -1,0 +1,467 @@
+#include <DICOM/Dicom_CS.h>
+#include <DICOM/Dicom_DS.h>
+#include <DICOM/Dicom_LO.h>
+#include <DICOM/Dicom_OW.h>
+#include <DICOM/Dicom_SQ.h>
+#include <DICOM/Dicom_SS.h>
+#include <DICOM/Dicom_US.h>
+#include <MAPPER/Mapper_WindowingManager.h>
+#include <OBJ/OBJ_Msg.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+const Dicom_Tag VOI_LUT_SEQUENCE(0x00283010);
+const double INF = std::numeric_limits<double>::infinity();
+const double NAN_ = std::numeric_limits<double>::quiet_NaN();
+
+void PutText(Dicom_Msg& msg, unsigned int tag, const std::string& text) {
+    msg.PutBytes(Dicom_Tag(tag), nullptr, text.data(), text.size());
+}
+
+OBJ_Msg WindowMsg(const std::string& centers, const std::string& widths, const std::string& function = "") {
+    OBJ_Msg msg;
+    PutText(msg, 0x00281050, centers);
+    PutText(msg, 0x00281051, widths);
+    if (!function.empty()) PutText(msg, 0x00281056, function);
+    return msg;
+}
+
+/// Appends a VOI LUT Sequence item; the data are bytes of a file.
+void AddTable(Dicom_Msg& msg, const Dicom_Type& descriptor, const std::string& data,
+              const wchar_t* name = nullptr) {
+    Dicom_Msg* const item = msg.AddItem(VOI_LUT_SEQUENCE);
+    item->Put(Dicom_Tag(0x00283002), descriptor);
+    item->PutBytes(Dicom_Tag(0x00283006), "OW", data.data(), data.size());
+    if (name != nullptr) item->Put(Dicom_Tag(0x00283003), Dicom_LO(name, nullptr));
+}
+
+Dicom_US Descriptor(int count, int first, int bits) {
+    return Dicom_US(static_cast<unsigned short>(count)) | Dicom_US(static_cast<unsigned short>(first)) |
+           Dicom_US(static_cast<unsigned short>(bits));
+}
+
+void SetPixels(Dicom_Msg& msg, int bits, bool isSigned, double slope = 1.0, double intercept = 0.0) {
+    msg.Put(Dicom_Tag(0x00280101), Dicom_US(static_cast<unsigned short>(bits)));
+    msg.Put(Dicom_Tag(0x00280103), Dicom_US(isSigned ? 1 : 0));
+    msg.Put(Dicom_Tag(0x00281053), Dicom_DS(slope));
+    msg.Put(Dicom_Tag(0x00281052), Dicom_DS(intercept));
+}
+
+struct Opened {
+    explicit Opened(const Dicom_Msg& msg, int maxOutput = 255) : m_Manager(&msg) {
+        EXPECT_EQ(m_Manager.Init(), 0);
+        if (!m_Manager.m_Entries.empty()) {
+            m_pLut = m_Manager.CreateDicomVOILut(m_Manager.m_Entries[0], maxOutput, VOI_LUT_OWNED_BY_MANAGER);
+        }
+    }
+    Mapper_WindowingManager m_Manager;
+    Mapper_VOILut* m_pLut = nullptr;
+};
+
+std::vector<unsigned short> Fill(const Mapper_VOILut& lut, int size, double center, double width,
+                                 bool inverse = false) {
+    std::vector<unsigned short> table(static_cast<std::size_t>(size), 0xDEAD);
+    lut.FillWindowingTable16(table.data(), size, center, width, inverse);
+    return table;
+}
+
+/// PS3.3 C.11.2.1.2.1 in whole numbers, rounded to nearest.
+long long LinearLevel(long long x, long long c, long long w, long long top) {
+    if (2 * x <= 2 * c - 1 - (w - 1)) return 0;
+    if (2 * x > 2 * c - 1 + (w - 1)) return top;
+    const long long numerator = top * (2 * x - 2 * c + 1 + w - 1);
+    const long long denominator = 2 * (w - 1);
+    return (2 * numerator + denominator) / (2 * denominator);
+}
+
+std::wstring NameOf(const Mapper_WindowingEntry& entry) { return entry.GetWindowingExplanation().GetText(0); }
+
+}  // namespace
+
+TEST(MapperVoi, LinearFollowsTheStandardAtEveryInput) {
+    const struct {
+        long long center;
+        long long width;
+        int top;
+        bool isSigned;
+        long long slope;
+        long long intercept;
+    } rows[] = {
+        {2048, 4096, 255, false, 1, 0}, {2048, 1, 255, false, 1, 0},     {0, 100, 255, true, 1, 0},
+        {0, 1, 65535, true, 1, 0},      {40, 400, 255, false, 1, -1024}, {40, 401, 4095, false, 3, -1024},
+        {500, 2, 255, false, 1, 0},     {-9000, 350, 255, true, 1, 0},   {300, 777, 1023, true, -1, 5}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.center << "/" << row.width << " top " << row.top);
+        OBJ_Msg msg = WindowMsg(std::to_string(row.center), std::to_string(row.width));
+        SetPixels(msg, 12, row.isSigned, static_cast<double>(row.slope), static_cast<double>(row.intercept));
+        const Opened opened(msg, row.top);
+        ASSERT_NE(opened.m_pLut, nullptr);
+        const int size = 4096;
+        const double center = static_cast<double>(row.center);
+        const double width = static_cast<double>(row.width);
+        const std::vector<unsigned short> table = Fill(*opened.m_pLut, size, center, width);
+        const std::vector<unsigned short> inverse = Fill(*opened.m_pLut, size, center, width, true);
+        for (int i = 0; i < size; ++i) {
+            const long long stored = i - (row.isSigned ? size / 2 : 0);
+            const long long level =
+                LinearLevel(stored * row.slope + row.intercept, row.center, row.width, row.top);
+            ASSERT_EQ(table[static_cast<std::size_t>(i)], level) << i;
+            ASSERT_EQ(inverse[static_cast<std::size_t>(i)], row.top - level) << i;
+        }
+    }
+}
+
+TEST(MapperVoi, SigmoidFollowsTheStandard) {
+    const struct {
+        double center, width;
+        int top, x, level;
+    } rows[] = {{0, 100, 255, -1000, 0},    {0, 100, 255, -100, 5},     {0, 100, 255, -50, 30},
+                {0, 100, 255, -1, 125},     {0, 100, 255, 0, 128},      {0, 100, 255, 1, 130},
+                {0, 100, 255, 50, 225},     {0, 100, 255, 100, 250},    {0, 100, 255, 1000, 255},
+                {2048, 4096, 4095, 0, 488}, {2048, 4096, 4095, 1, 489}, {2048, 4096, 4095, 2047, 2047}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.center << "/" << row.width << " at " << row.x);
+        OBJ_Msg msg = WindowMsg("1", "0.5", "SIGMOID");
+        SetPixels(msg, 12, true);
+        const Opened opened(msg, row.top);
+        ASSERT_NE(opened.m_pLut, nullptr);
+        EXPECT_EQ(opened.m_pLut->GetFunctionCode(), 4);
+        EXPECT_EQ(opened.m_pLut->GetVOIWidth(), 0.5);
+        const std::vector<unsigned short> table = Fill(*opened.m_pLut, 4096, row.center, row.width);
+        EXPECT_EQ(table[static_cast<std::size_t>(row.x + 2048)], row.level);
+        const std::vector<unsigned short> inverse = Fill(*opened.m_pLut, 4096, row.center, row.width, true);
+        EXPECT_EQ(inverse[static_cast<std::size_t>(row.x + 2048)], row.top - row.level);
+    }
+}
+
+TEST(MapperVoi, TablesAreReadWhateverTheirShape) {
+    const struct {
+        const char* name;
+        Dicom_US descriptor;
+        std::string data;
+        bool isSigned;
+        int size;
+        std::vector<unsigned short> expected;
+        double center, width;
+    } rows[] = {
+        {"words",
+         Descriptor(3, 2, 8),
+         std::string("\x0A\0\x14\0\x1E\0", 6),
+         false,
+         6,
+         {10, 10, 10, 20, 30, 30},
+         3,
+         3},
+        {"packed bytes, odd count",
+         Descriptor(3, 2, 8),
+         std::string("\x0A\x14\x1E\0", 4),
+         false,
+         6,
+         {10, 10, 10, 20, 30, 30},
+         3,
+         3},
+        {"scaled from 16 bits",
+         Descriptor(2, 0, 16),
+         std::string("\xFF\x7F\xFF\xFF", 4),
+         false,
+         3,
+         {127, 255, 255},
+         1,
+         2},
+        {"scaled from 12 bits, halves up",
+         Descriptor(2, 0, 12),
+         std::string("\xFF\x07\x08\x00", 4),
+         false,
+         2,
+         {127, 0},
+         1,
+         2},
+        {"entries above their depth",
+         Descriptor(2, 0, 9),
+         std::string("\xFF\xFF\x00\x01", 4),
+         false,
+         2,
+         {255, 128},
+         1,
+         2},
+        {"signed pixels, first below zero",
+         Descriptor(2, -2, 8),
+         "\x0A\x14",
+         true,
+         6,
+         {10, 10, 20, 20, 20, 20},
+         -1,
+         2},
+        {"first below zero though unsigned", Descriptor(2, -2, 8), "\x0A\x14", false, 2, {20, 20}, -1, 2},
+        {"too short",
+         Descriptor(4, 0, 16),
+         std::string("\0\0\xFF\xFF\x77", 5),
+         false,
+         4,
+         {0, 255, 255, 255},
+         2,
+         4},
+        {"too short, packed", Descriptor(4, 0, 8), "\x0A\x14", false, 4, {10, 20, 20, 20}, 2, 4},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        OBJ_Msg msg;
+        SetPixels(msg, 12, row.isSigned);
+        AddTable(msg, row.descriptor, row.data);
+        const Opened opened(msg);
+        ASSERT_NE(opened.m_pLut, nullptr);
+        EXPECT_EQ(opened.m_pLut->GetFunctionCode(), 5);
+        EXPECT_EQ(opened.m_pLut->GetVOICenter(), row.center);
+        EXPECT_EQ(opened.m_pLut->GetVOIWidth(), row.width);
+        EXPECT_EQ(Fill(*opened.m_pLut, row.size, row.center, row.width), row.expected);
+    }
+}
+
+TEST(MapperVoi, FullTableOfAllInputs) {
+    OBJ_Msg msg;
+    SetPixels(msg, 16, true);
+    std::string data;
+    for (int i = 0; i < 65536; ++i) data += {static_cast<char>(i & 0xFF), static_cast<char>(i >> 8)};
+    Dicom_SS descriptor(0);
+    descriptor.Append(-32768);
+    descriptor.Append(16);
+    AddTable(msg, descriptor, data);
+    const Opened opened(msg, 65535);
+    ASSERT_NE(opened.m_pLut, nullptr);
+    EXPECT_EQ(opened.m_pLut->GetVOICenter(), 0.0);
+    EXPECT_FALSE(opened.m_pLut->IsReversing());
+    const std::vector<unsigned short> table = Fill(*opened.m_pLut, 65536, 0, 65536);
+    for (std::size_t i = 0; i < table.size(); ++i) ASSERT_EQ(table[i], i);
+}
+
+TEST(MapperVoi, TablesStretchToAnotherWindow) {
+    OBJ_Msg msg;
+    SetPixels(msg, 8, false);
+    AddTable(msg, Descriptor(4, 10, 8), "\x28\x1E\x14\x0A");
+    const Opened opened(msg);
+    ASSERT_NE(opened.m_pLut, nullptr);
+    EXPECT_TRUE(opened.m_pLut->IsReversing());
+    const struct {
+        const char* name;
+        double center, width;
+        std::vector<unsigned short> from9;
+    } rows[] = {
+        {"its own", 12, 4, {40, 40, 30, 20, 10, 10, 10, 10, 10}},
+        {"moved", 14, 4, {40, 40, 40, 40, 30, 20, 10, 10, 10}},
+        {"twice as wide", 13, 8, {40, 40, 30, 30, 20, 20, 10, 10, 10}},
+        {"odd width", 12, 3, {40, 40, 40, 30, 20, 10, 10, 10, 10}},
+        {"half as wide", 12, 2, {40, 40, 40, 20, 10, 10, 10, 10, 10}},
+        {"no width", 12, 0, {40, 40, 40, 10, 10, 10, 10, 10, 10}},
+        {"negative width", 12, -5, {40, 40, 40, 10, 10, 10, 10, 10, 10}},
+        {"not a number", NAN_, 8, {40, 40, 30, 20, 10, 10, 10, 10, 10}},
+        {"endless", 13, INF, {40, 40, 30, 20, 10, 10, 10, 10, 10}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const std::vector<unsigned short> table = Fill(*opened.m_pLut, 18, row.center, row.width);
+        EXPECT_EQ(std::vector<unsigned short>(table.begin() + 9, table.end()), row.from9);
+    }
+}
+
+TEST(MapperVoi, AbsurdWindowsStayDefined) {
+    const double huge = std::numeric_limits<double>::max();
+    for (const char* function : {"LINEAR", "SIGMOID"}) {
+        OBJ_Msg msg = WindowMsg("100", "50", function);
+        SetPixels(msg, 8, false, huge, -huge);
+        const Opened extreme(msg);
+        SetPixels(msg, 8, false);
+        const Opened opened(msg);
+        const std::vector<unsigned short> own = Fill(*opened.m_pLut, 256, 100, 50);
+        for (double center : {100.0, NAN_, INF, -INF, huge, -huge, 0.0}) {
+            for (double width : {50.0, 0.0, -3.0, 1e-300, NAN_, INF, huge, -huge}) {
+                SCOPED_TRACE(testing::Message() << function << " " << center << "/" << width);
+                const std::vector<unsigned short> table = Fill(*opened.m_pLut, 256, center, width);
+                for (unsigned short level : table) ASSERT_LE(level, 255);
+                for (unsigned short level : Fill(*extreme.m_pLut, 256, center, width)) ASSERT_LE(level, 255);
+                const bool finite = std::isfinite(center) && std::isfinite(width);
+                EXPECT_TRUE(finite || table == own);
+                if (center == 100.0 && width <= 0.0) {
+                    EXPECT_EQ(table[99], 0);
+                    EXPECT_EQ(table[100], 255);
+                }
+            }
+        }
+        opened.m_pLut->FillWindowingTable8(nullptr, 256, 100, 50, false);
+        unsigned char untouched = 77;
+        opened.m_pLut->FillWindowingTable8(&untouched, 0, 100, 50, false);
+        opened.m_pLut->FillWindowingTable8(&untouched, -5, 100, 50, false);
+        EXPECT_EQ(untouched, 77);
+    }
+}
+
+TEST(MapperVoi, ThreeWidthsHoldTheSameLevels) {
+    OBJ_Msg msg = WindowMsg("500", "1000");
+    SetPixels(msg, 10, false);
+    for (int top : {255, 1023, 0}) {
+        const Opened opened(msg, top);
+        const std::vector<unsigned short> words = Fill(*opened.m_pLut, 1024, 500, 1000, true);
+        std::vector<unsigned char> bytes(1024);
+        std::vector<unsigned int> longs(1024);
+        opened.m_pLut->FillWindowingTable8(bytes.data(), 1024, 500, 1000, true);
+        opened.m_pLut->FillWindowingTable32(longs.data(), 1024, 500, 1000, true);
+        for (std::size_t i = 0; i < words.size(); ++i) {
+            const unsigned int byte = std::min<unsigned int>(words[i], 255);
+            ASSERT_EQ(bytes[i], byte);
+            ASSERT_EQ(longs[i], byte << 24 | byte << 16 | byte << 8 | byte);
+        }
+    }
+}
+
+TEST(MapperManager, ListsWhatCanBeShown) {
+    const struct {
+        const char* name;
+        std::string centers, widths, function;
+        std::vector<double> expectedCenters;
+        int code;
+        bool usable;
+    } rows[] = {
+        {"two pairs", "40\\-600 ", "400\\1500", "", {40, -600}, 6, true},
+        {"one width missing", "40\\50", "400", "LINEAR", {40}, 6, true},
+        {"only a centre", "40", "", "", {}, 6, true},
+        {"no width", "40\\50", "0\\350 ", "", {50}, 6, true},
+        {"narrow linear", "40", "0.5 ", "LINEAR", {}, 6, true},
+        {"narrow exact", "40", "0.5 ", "LINEAR_EXACT", {40}, 6, true},
+        {"sigmoid", "40", "0.5 ", "SIGMOID ", {40}, 4, true},
+        {"not numbers", "abc\\1,5\\7 ", "100\\100\\100", "", {7}, 6, true},
+        {"unheard-of function", "500 ", "1000", "LOGARITHM ", {500}, 6, false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const OBJ_Msg msg = WindowMsg(row.centers, row.widths, row.function);
+        Opened opened(msg);
+        std::vector<double> centers;
+        for (const Mapper_WindowingEntry* entry : opened.m_Manager.m_Entries) {
+            centers.push_back(entry->GetCenter());
+            EXPECT_EQ(entry->m_FunctionCode, row.code);
+        }
+        EXPECT_EQ(centers, row.expectedCenters);
+        EXPECT_EQ(opened.m_pLut != nullptr, row.usable && !centers.empty());
+    }
+    Mapper_WindowingManager none(nullptr);
+    EXPECT_EQ(none.Init(), -1);
+    EXPECT_TRUE(none.m_Entries.empty());
+}
+
+TEST(MapperManager, LeavesOutTablesThatAreNone) {
+    OBJ_Msg msg = WindowMsg("40", "400");
+    AddTable(msg, Descriptor(4, 0, 0), "abcd");
+    AddTable(msg, Descriptor(4, 0, 17), "abcd");
+    AddTable(msg, Descriptor(4, 0, 8), "");
+    AddTable(msg, Dicom_US(4), "abcd");
+    msg.AddItem(VOI_LUT_SEQUENCE);
+    AddTable(msg, Descriptor(4, 0, 8), "abcd", L" LUNG ");
+    Opened opened(msg);
+    ASSERT_EQ(opened.m_Manager.m_Entries.size(), 2u);
+    EXPECT_EQ(opened.m_Manager.m_Entries[0]->m_FunctionCode, 6);
+    EXPECT_EQ(opened.m_Manager.m_Entries[1]->m_FunctionCode, 5);
+    EXPECT_EQ(NameOf(*opened.m_Manager.m_Entries[1]), L"LUNG");
+}
+
+TEST(MapperManager, NamesAreUniqueAndNeverEmpty) {
+    OBJ_Msg msg = WindowMsg("1\\2\\3\\4\\5", "9\\9\\9\\9\\9");
+    PutText(msg, 0x00281055, "SOFT\\ \\SOFT (2)\\SOFT\\Window 6");
+    AddTable(msg, Descriptor(1, 0, 8), "a");
+    AddTable(msg, Descriptor(1, 0, 8), "a", L"SOFT");
+    const Opened opened(msg);
+    std::vector<std::wstring> names;
+    for (const Mapper_WindowingEntry* entry : opened.m_Manager.m_Entries) names.push_back(NameOf(*entry));
+    const std::vector<std::wstring> expected = {L"SOFT",     L"Window 2",     L"SOFT (2)", L"SOFT (3)",
+                                                L"Window 6", L"Window 6 (2)", L"SOFT (4)"};
+    EXPECT_EQ(names, expected);
+}
+
+TEST(MapperManager, KeepsOneLutPerEntryAndMaximum) {
+    const OBJ_Msg msg = WindowMsg("40\\50", "400\\350", "SIGMOID");
+    Opened opened(msg);
+    Mapper_WindowingManager& manager = opened.m_Manager;
+    const Mapper_WindowingEntry* const entry = manager.m_Entries[0];
+    const std::unique_ptr<Mapper_VOILut> own(manager.CreateDicomVOILut(entry, 255, VOI_LUT_OWNED_BY_CALLER));
+    EXPECT_NE(own.get(), opened.m_pLut);
+    EXPECT_NE(manager.CreateDicomVOILut(entry, 1023, VOI_LUT_OWNED_BY_MANAGER), opened.m_pLut);
+    EXPECT_EQ(manager.CreateDicomVOILut(entry, -1, VOI_LUT_OWNED_BY_MANAGER), nullptr);
+    EXPECT_EQ(manager.CreateDicomVOILut(nullptr, 255, VOI_LUT_OWNED_BY_MANAGER), nullptr);
+    const Opened other(msg);
+    EXPECT_EQ(manager.CreateDicomVOILut(other.m_Manager.m_Entries[0], 255, VOI_LUT_OWNED_BY_MANAGER),
+              nullptr);
+    EXPECT_EQ(manager.Init(), 0);
+    EXPECT_EQ(manager.m_Entries[0], entry) << "a second Init leaves the entries alive";
+
+    std::vector<std::thread> threads;
+    std::vector<std::set<Mapper_VOILut*>> seen(4);
+    for (std::set<Mapper_VOILut*>& luts : seen) {
+        threads.emplace_back([&manager, &luts] {
+            for (int top = 0; top < 200; ++top) {
+                for (const Mapper_WindowingEntry* each : manager.m_Entries) {
+                    luts.insert(manager.CreateDicomVOILut(each, top, VOI_LUT_OWNED_BY_MANAGER));
+                }
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    for (const std::set<Mapper_VOILut*>& luts : seen) EXPECT_EQ(luts, seen[0]);
+    EXPECT_EQ(seen[0].size(), 400u);
+}
+
+TEST(MapperManager, WrittenWindowIsTheFirstWhenReadAgain) {
+    OBJ_Msg msg = WindowMsg("40\\50", "400\\350", "SIGMOID");
+    PutText(msg, 0x00281055, "SHARP\\SOFT");
+    SetPixels(msg, 12, false, 1.0, -1024.0);
+    AddTable(msg, Descriptor(4, -1000, 8), "\x28\x1E\x14\x0A", L"FIRST");
+    AddTable(msg, Descriptor(4, 10, 8), "\x0A\x14\x1E\x28", L"SECOND");
+    const struct {
+        const char* name;
+        int entry;
+        double center, width;
+        int code;
+        std::wstring explanation;
+        std::size_t entries;
+    } rows[] = {
+        {"plain", -1, 100, 200, 6, L"as shown", 3},
+        {"sigmoid", 1, 100, 200, 4, L"SOFT", 3},
+        {"table as it is", 3, 12, 4, 5, L"SECOND", 2},
+        {"table through another window", 2, 100, 201, 5, L"FIRST", 2},
+        {"window below zero", 3, -900, 64, 5, L"SECOND", 2},
+        {"window of all values", 3, 0, 65536, 5, L"SECOND", 2},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Opened before(msg);
+        OBJ_Msg saved(msg);
+        const Mapper_WindowingEntry* const entry =
+            row.entry < 0 ? nullptr : before.m_Manager.m_Entries[static_cast<std::size_t>(row.entry)];
+        EXPECT_EQ(
+            before.m_Manager.SetVOILUT(&saved, entry, row.center, row.width, Dicom_LO(L"as shown", nullptr)),
+            1);
+        const Opened after(saved);
+        ASSERT_EQ(after.m_Manager.m_Entries.size(), row.entries);
+        ASSERT_NE(after.m_pLut, nullptr);
+        EXPECT_EQ(after.m_pLut->GetFunctionCode(), row.code);
+        EXPECT_EQ(after.m_pLut->GetVOICenter(), row.center);
+        EXPECT_EQ(after.m_pLut->GetVOIWidth(), row.width);
+        EXPECT_EQ(NameOf(*after.m_Manager.m_Entries[0]), row.explanation);
+        if (entry != nullptr) {
+            const Mapper_VOILut* const lut =
+                before.m_Manager.CreateDicomVOILut(entry, 255, VOI_LUT_OWNED_BY_MANAGER);
+            EXPECT_EQ(Fill(*after.m_pLut, 4096, row.center, row.width),
+                      Fill(*lut, 4096, row.center, row.width));
+        }
+    }
+    Opened opened(msg);
+    EXPECT_EQ(opened.m_Manager.SetVOILUT(nullptr, nullptr, 1, 2, Dicom_LO()), 0);
+    OBJ_Msg untouched(msg);
+    EXPECT_EQ(opened.m_Manager.SetVOILUT(&untouched, nullptr, NAN_, 2, Dicom_LO()), 0);
+    EXPECT_TRUE(untouched == msg);
+}

@@ -1,0 +1,130 @@
+#pragma once
+
+#include <DICOM/Dicom_Tag.h>
+#include <OBJ/OBJ_Msg.h>
+#include <ZEV/ZEV_Params.h>
+#include <ZEV/ZEV_WindowingTable.h>
+#include <refhost/Log.h>
+#include <refhost/MemoryContext.h>
+#include <refhost/MemoryRaster.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+/// What several test programs share.
+namespace support {
+
+/// A message written down as {tag, VR, text or numbers}.
+class Message : public OBJ_Msg {
+public:
+    Message& Text(unsigned tag, const char* vr, const std::string& text) {
+        const std::string padded = text.size() % 2 == 0 ? text : text + ' ';
+        PutBytes(Dicom_Tag(tag), vr, padded.data(), padded.size());
+        return *this;
+    }
+    Message& Words(unsigned tag, const char* vr, const std::vector<std::uint16_t>& words) {
+        PutBytes(Dicom_Tag(tag), vr, words.data(), words.size() * 2);
+        return *this;
+    }
+    /// Rows, Columns, one sample, MONOCHROME2.
+    Message& Image(int rows, int columns, const char* photometric = "MONOCHROME2") {
+        Words(0x00280010, "US", {static_cast<std::uint16_t>(rows)});
+        Words(0x00280011, "US", {static_cast<std::uint16_t>(columns)});
+        Words(0x00280002, "US", {1});
+        return Text(0x00280004, "CS", photometric);
+    }
+    Message& Window(const std::string& center, const std::string& width, const char* function = nullptr) {
+        Text(0x00281050, "DS", center).Text(0x00281051, "DS", width);
+        return function == nullptr ? *this : Text(0x00281056, "CS", function);
+    }
+    Message& Rescale(const std::string& slope, const std::string& intercept) {
+        return Text(0x00281053, "DS", slope).Text(0x00281052, "DS", intercept);
+    }
+    /// Appends a table to a VOI (0028,3010) or presentation (2050,0010) LUT sequence.
+    Message& Lut(unsigned sequence, int first, int bits, const std::vector<std::uint16_t>& entries) {
+        Dicom_Msg* item = AddItem(Dicom_Tag(sequence));
+        const std::uint16_t descriptor[3] = {static_cast<std::uint16_t>(entries.size()),
+                                             static_cast<std::uint16_t>(first), static_cast<std::uint16_t>(bits)};
+        item->PutBytes(Dicom_Tag(0x00283002), first < 0 ? "SS" : "US", descriptor, sizeof descriptor);
+        item->PutBytes(Dicom_Tag(0x00283006), "US", entries.data(), entries.size() * 2);
+        return *this;
+    }
+};
+
+/// Log lines as "level function text" while it lives.
+class LogCapture {
+public:
+    explicit LogCapture(int level = 7) {
+        refhost::SetLogLevel(level);
+        refhost::SetLogSink([this](const refhost::LogRecord& record) {
+            lines.push_back(std::to_string(record.level) + " " + record.function + " " + record.text);
+        });
+    }
+    ~LogCapture() {
+        refhost::SetLogSink(nullptr);
+        refhost::SetLogLevel(0);
+    }
+    bool Has(const std::string& part) const {
+        for (const std::string& line : lines) {
+            if (line.find(part) != std::string::npos) return true;
+        }
+        return false;
+    }
+    std::vector<std::string> lines;
+};
+
+/// A target raster that only says what it is.
+inline refhost::MemoryRaster Target(bool trueColor, int bits) {
+    refhost::MemoryRaster raster;
+    raster.m_PixelFormat = trueColor ? 1 : 0;
+    raster.m_BitsPerPixel = bits;
+    return raster;
+}
+inline refhost::MemoryRaster Source(int bits, bool isSigned) {
+    refhost::MemoryRaster raster;
+    raster.m_BitsPerPixel = bits;
+    raster.m_bSigned = isSigned;
+    return raster;
+}
+
+/// Every stored entry, the origin told by `origin`; empty for a null table or other types.
+template <class Out>
+std::vector<Out> Entries(ZEV_AbstractWindowingTable* table, bool isSigned, int depth) {
+    const auto read = [&](auto* typed) -> std::vector<Out> {
+        if (typed == nullptr) return {};
+        const Out* first = typed->GetTable() - (isSigned ? (1 << depth) / 2 : 0);
+        return std::vector<Out>(first, first + typed->GetSize());
+    };
+    if (depth < 9) {
+        return isSigned ? read(dynamic_cast<ZEV_WindowingTable<signed char, Out>*>(table))
+                        : read(dynamic_cast<ZEV_WindowingTable<unsigned char, Out>*>(table));
+    }
+    return isSigned ? read(dynamic_cast<ZEV_WindowingTable<short, Out>*>(table))
+                    : read(dynamic_cast<ZEV_WindowingTable<unsigned short, Out>*>(table));
+}
+
+/// One BuildTable call.
+struct Build {
+    int inputDepth = 8;
+    bool isSigned = false;
+    bool trueColor = true;
+    int outputDepth = 8;
+    int levels = 256;
+    std::vector<std::uint32_t> palette;
+
+    std::unique_ptr<ZEV_AbstractWindowingTable> operator()(ZEV_Params& params) const {
+        refhost::MemoryContext context(levels, palette);
+        refhost::MemoryRaster source = Source(inputDepth, isSigned);
+        refhost::MemoryRaster target = Target(trueColor, outputDepth);
+        return std::unique_ptr<ZEV_AbstractWindowingTable>(
+            params.BuildTable(ZEV_TableParams(nullptr, &context, &source, &target, KIT_Rect())));
+    }
+    template <class Out>
+    std::vector<Out> Read(ZEV_Params& params) const {
+        return Entries<Out>((*this)(params).get(), isSigned, inputDepth);
+    }
+};
+
+}  // namespace support
