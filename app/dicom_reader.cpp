@@ -1,0 +1,308 @@
+#include "dicom_reader.h"
+
+#include <gdcmDicts.h>
+#include <gdcmGlobal.h>
+#include <gdcmReader.h>
+#include <gdcmSequenceOfItems.h>
+#include <gdcmTrace.h>
+#include <sys/stat.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+#include "isolated.h"
+#include "pixel_decoder.h"
+#include "present_error.h"
+
+namespace {
+
+constexpr std::uint32_t kSopClass = DicomTag(0x0008, 0x0016);
+constexpr std::uint32_t kSamples = DicomTag(0x0028, 0x0002);
+constexpr std::uint32_t kPhotometric = DicomTag(0x0028, 0x0004);
+constexpr std::uint32_t kPlanar = DicomTag(0x0028, 0x0006);
+constexpr std::uint32_t kFrames = DicomTag(0x0028, 0x0008);
+constexpr std::uint32_t kRows = DicomTag(0x0028, 0x0010);
+constexpr std::uint32_t kColumns = DicomTag(0x0028, 0x0011);
+constexpr std::uint32_t kBitsAllocated = DicomTag(0x0028, 0x0100);
+constexpr std::uint32_t kBitsStored = DicomTag(0x0028, 0x0101);
+constexpr std::uint32_t kHighBit = DicomTag(0x0028, 0x0102);
+constexpr std::uint32_t kPixelRepresentation = DicomTag(0x0028, 0x0103);
+
+constexpr int kMaxSequenceDepth = 16;
+constexpr int kMaxFrames = 1000000;
+constexpr std::uint64_t kReadingBytes = std::uint64_t{256} << 20;
+constexpr std::uint64_t kMaxInflatedBytes = std::uint64_t{1} << 30;
+constexpr unsigned kSecondsLimit = 60;
+
+// ---- Data set
+
+/// `isSigned` is the image's PixelRepresentation, which settles the attributes that are either US or SS.
+std::string value_representation(const gdcm::DataElement& element, bool isSigned) {
+    gdcm::VR vr = element.GetVR();
+    if ((vr == gdcm::VR::INVALID || vr == gdcm::VR::UN) && element.GetTag().IsPublic()) {
+        vr = gdcm::Global::GetInstance().GetDicts().GetPublicDict().GetDictEntry(element.GetTag()).GetVR();
+    }
+    if (vr == gdcm::VR::US_SS) return isSigned ? "SS" : "US";
+    if (vr == gdcm::VR::US_SS_OW || vr == gdcm::VR::US_OW || vr == gdcm::VR::OB_OW) return "OW";
+    const char* name = vr == gdcm::VR::INVALID ? nullptr : gdcm::VR::GetVRString(vr);
+    return name == nullptr || std::strlen(name) != 2 ? "UN" : name;
+}
+
+DicomDataSet convert(const gdcm::DataSet& source, bool isSigned, int depth = 0) {
+    DicomDataSet dataSet;
+    for (const gdcm::DataElement& element : source.GetDES()) {
+        const gdcm::Tag tag = element.GetTag();
+        if (tag.GetGroup() == 0x7FE0 || tag.IsGroupLength() || element.GetSequenceOfFragments() != nullptr)
+            continue;
+        DicomElement converted;
+        converted.vr = value_representation(element, isSigned);
+        // An element without a value has no value object either.
+        if (!element.IsEmpty() &&
+            dynamic_cast<const gdcm::SequenceOfItems*>(&element.GetValue()) != nullptr) {
+            converted.vr = "SQ";
+        }
+        if (converted.vr == "SQ") {
+            if (depth == kMaxSequenceDepth) continue;
+            const gdcm::SmartPointer<gdcm::SequenceOfItems> items = element.GetValueAsSQ();
+            for (std::size_t i = 1; items != nullptr && i <= items->GetNumberOfItems(); ++i) {
+                converted.items.push_back(convert(items->GetItem(i).GetNestedDataSet(), isSigned, depth + 1));
+            }
+        } else if (const gdcm::ByteValue* bytes = element.GetByteValue()) {
+            converted.bytes.assign(bytes->GetPointer(), bytes->GetLength());
+        }
+        dataSet.elements[DicomTag(tag.GetGroup(), tag.GetElement())] = std::move(converted);
+    }
+    return dataSet;
+}
+
+bool has_signed_pixels(const gdcm::DataSet& source) {
+    const gdcm::Tag tag(0x0028, 0x0103);
+    const gdcm::ByteValue* value =
+        source.FindDataElement(tag) ? source.GetDataElement(tag).GetByteValue() : nullptr;
+    return value != nullptr && value->GetLength() >= 2 && (value->GetPointer()[0] & 1) != 0;
+}
+
+// ---- Header
+
+/// Takes nothing on trust that a decoder or an allocation depends on.
+PixelHeader read_header(const DicomDataSet& dataSet, const gdcm::DataSet& source) {
+    if (!source.FindDataElement(gdcm::Tag(0x7FE0, 0x0010))) {
+        if (source.FindDataElement(gdcm::Tag(0x7FE0, 0x0008)) ||
+            source.FindDataElement(gdcm::Tag(0x7FE0, 0x0009))) {
+            throw Refusal("holds floating-point pixels, which cannot be presented");
+        }
+        const std::string sopClass = dataSet.Text(kSopClass);
+        if (dataSet.elements.empty()) throw Refusal("not a DICOM file");
+        throw Refusal("holds no image: no pixel data" +
+                      (sopClass.empty() ? "" : " (SOP class " + sopClass + ")"));
+    }
+    PixelHeader header;
+    StoredFrame& frame = header.frame;
+    frame.rows = dataSet.Word(kRows, 0);
+    frame.columns = dataSet.Word(kColumns, 0);
+    if (frame.rows == 0 || frame.columns == 0) {
+        throw Refusal("has " + CountOf(static_cast<unsigned>(frame.rows), "row") + " and " +
+                      CountOf(static_cast<unsigned>(frame.columns), "column"));
+    }
+    header.photometric = dataSet.Text(kPhotometric);
+    frame.samples = dataSet.Word(kSamples, header.photometric.rfind("RGB", 0) == 0 ? 3 : 1);
+    if (frame.samples != 1 && frame.samples != 3) {
+        throw Refusal("has " + std::to_string(frame.samples) + " samples per pixel; 1 or 3 can be presented");
+    }
+    frame.bitsAllocated = dataSet.Word(kBitsAllocated, 0);
+    const int allocated[] = {1, 8, 12, 16, 24, 32};
+    if (std::find(std::begin(allocated), std::end(allocated), frame.bitsAllocated) == std::end(allocated)) {
+        throw Refusal("has " + CountOf(static_cast<unsigned>(frame.bitsAllocated), "bit") +
+                      " allocated per sample");
+    }
+    frame.bitsStored = dataSet.Word(kBitsStored, frame.bitsAllocated);
+    if (frame.bitsStored < 1 || frame.bitsStored > frame.bitsAllocated)
+        frame.bitsStored = frame.bitsAllocated;
+    frame.highBit = dataSet.Word(kHighBit, frame.bitsStored - 1);
+    if (frame.highBit < frame.bitsStored - 1 || frame.highBit >= frame.bitsAllocated) {
+        frame.highBit = frame.bitsStored - 1;
+    }
+    frame.isSigned = dataSet.Word(kPixelRepresentation, 0) != 0;
+    header.planar = dataSet.Word(kPlanar, 0);
+    const double frames = dataSet.Number(kFrames, 1);
+    if (frames > kMaxFrames) throw Refusal("claims " + dataSet.Text(kFrames) + " frames");
+    header.frames = frames < 1 ? 1 : static_cast<int>(frames);
+
+    frame.photometric = header.photometric;
+    if (frame.samples == 3) {
+        frame.photometric = header.photometric.rfind("YBR", 0) == 0 ? "YBR_FULL" : "RGB";
+    } else if (frame.photometric != "MONOCHROME1" && frame.photometric != "PALETTE COLOR") {
+        frame.photometric = "MONOCHROME2";
+    }
+    return header;
+}
+
+// ---- The whole file
+
+/// A file that notices when a value ends before its length: the reader fills up pixel data that are cut short
+/// without a word.
+class WatchedFile : public std::filebuf {
+public:
+    bool IsCutShort() const { return m_bCutShort; }
+
+protected:
+    std::streamsize xsgetn(char* bytes, std::streamsize count) override {
+        const std::streamsize got = std::filebuf::xsgetn(bytes, count);
+        // Tags and lengths take up to four bytes; looking for another one at the end of a file is as it
+        // should be.
+        if (got < count && count > 4) m_bCutShort = true;
+        return got;
+    }
+
+private:
+    bool m_bCutShort = false;
+};
+
+/// Whether the deflated data set that follows the file meta information comes to its end within bounds.
+bool inflates(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    // The group length is the first element of the meta information: 8 bytes of header, then the length.
+    unsigned char length[4] = {};
+    file.seekg(140);
+    file.read(reinterpret_cast<char*>(length), 4);
+    const std::streamoff meta =
+        length[0] | (length[1] << 8) | (length[2] << 16) | (std::streamoff{length[3]} << 24);
+    file.seekg(144 + meta);
+    z_stream stream{};
+    if (inflateInit2(&stream, -MAX_WBITS) != Z_OK) return false;
+    std::vector<unsigned char> in(65536), out(65536);
+    int result = Z_OK;
+    std::uint64_t total = 0;
+    while (result == Z_OK && total <= kMaxInflatedBytes) {
+        if (stream.avail_in == 0) {
+            file.read(reinterpret_cast<char*>(in.data()), static_cast<std::streamsize>(in.size()));
+            stream.next_in = in.data();
+            stream.avail_in = static_cast<unsigned>(file.gcount());
+        }
+        stream.next_out = out.data();
+        stream.avail_out = static_cast<unsigned>(out.size());
+        result = inflate(&stream, Z_NO_FLUSH);
+        total += out.size() - stream.avail_out;
+    }
+    inflateEnd(&stream);
+    return result == Z_STREAM_END;
+}
+
+std::string read_file(const std::string& path, int index) {
+    gdcm::Trace::WarningOff();
+    gdcm::Trace::ErrorOff();
+    gdcm::Trace::DebugOff();
+    WatchedFile file;
+    file.open(path, std::ios::in | std::ios::binary);
+    std::istream stream(&file);
+    char magic[132] = {};
+    stream.read(magic, sizeof magic);
+    const bool isDicom = stream.gcount() == sizeof magic && std::memcmp(magic + 128, "DICM", 4) == 0;
+    if (stream.gcount() < static_cast<std::streamsize>(sizeof magic)) throw Refusal("not a DICOM file");
+    stream.seekg(0);
+
+    gdcm::Reader reader;
+    reader.SetStream(stream);
+    bool isRead = false;
+    try {
+        isRead = reader.Read();
+    } catch (...) {
+        isRead = false;
+    }
+    if (!isRead) throw Refusal(isDicom ? "the DICOM data are damaged or cut short" : "not a DICOM file");
+
+    const gdcm::DataSet& source = reader.GetFile().GetDataSet();
+    const gdcm::TransferSyntax syntax = reader.GetFile().GetHeader().GetDataSetTransferSyntax();
+    const bool isDeflated = syntax == gdcm::TransferSyntax::DeflatedExplicitVRLittleEndian;
+    if (isDeflated ? !inflates(path) : file.IsCutShort()) throw Refusal("the DICOM data are cut short");
+    DicomFileContent content;
+    content.dataSet = convert(source, has_signed_pixels(source));
+    if (!isDicom && !content.dataSet.Has(kRows)) throw Refusal("not a DICOM file");
+    PixelHeader header = read_header(content.dataSet, source);
+    content.frames = header.frames;
+    if (index < 0 || index >= header.frames) {
+        throw Refusal("has no frame " + std::to_string(index) + ": its frames are 0 to " +
+                      std::to_string(header.frames - 1));
+    }
+
+    AllowMemory(4 * kMaxFrameBytes);
+    const gdcm::DataElement& pixels = source.GetDataElement(gdcm::Tag(0x7FE0, 0x0010));
+    const StoredFrame frame = DecodePixels(pixels, syntax, header, index);
+
+    ByteWriter answer;
+    answer.Bytes("");
+    answer.Bytes(syntax.GetString() == nullptr ? "" : syntax.GetString());
+    answer.DataSet(content.dataSet);
+    for (int number :
+         {header.frames, frame.rows, frame.columns, frame.samples, frame.sampleBytes, frame.bitsAllocated,
+          frame.bitsStored, frame.highBit, static_cast<int>(frame.isSigned)}) {
+        answer.Number(static_cast<std::uint64_t>(number));
+    }
+    answer.Bytes(frame.photometric);
+    answer.Bytes(frame.data);
+    return answer.Take();
+}
+
+DicomFileContent parse_answer(const std::string& bytes) {
+    ByteReader answer(bytes);
+    const std::string reason = answer.Bytes();
+    if (!reason.empty()) throw Refusal(reason);
+    DicomFileContent content;
+    content.transferSyntax = answer.Bytes();
+    content.dataSet = answer.DataSet();
+    StoredFrame& frame = content.frame;
+    for (int* number : {&content.frames, &frame.rows, &frame.columns, &frame.samples, &frame.sampleBytes,
+                        &frame.bitsAllocated, &frame.bitsStored, &frame.highBit}) {
+        *number = static_cast<int>(answer.Number());
+    }
+    frame.isSigned = answer.Number() != 0;
+    frame.photometric = answer.Bytes();
+    frame.data = answer.Bytes();
+    const bool sane = frame.rows > 0 && frame.rows <= 65535 && frame.columns > 0 && frame.columns <= 65535 &&
+                      (frame.samples == 1 || frame.samples == 3) &&
+                      (frame.sampleBytes == 1 || frame.sampleBytes == 2 || frame.sampleBytes == 4) &&
+                      frame.bitsStored >= 1 && frame.highBit >= frame.bitsStored - 1 &&
+                      frame.highBit < 8 * frame.sampleBytes && frame.bitsAllocated <= 32;
+    if (!sane ||
+        frame.data.size() != frame.Pixels() * static_cast<std::size_t>(frame.samples * frame.sampleBytes)) {
+        throw Refusal("the pixel data cannot be decoded");
+    }
+    return content;
+}
+
+}  // namespace
+
+DicomFileContent ReadDicomFile(const std::string& path, int frame) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) throw PresentError(path, std::strerror(errno));
+    if (!S_ISREG(status.st_mode)) throw PresentError(path, "not a file");
+    if (!std::ifstream(path, std::ios::binary)) throw PresentError(path, std::strerror(errno));
+
+    const auto size = static_cast<unsigned long long>(status.st_size);
+    // Lengths in a file are claims: a value that needs more than a small multiple of the file is not
+    // allocated.
+    const unsigned long long memory = kReadingBytes + 8 * size;
+    const IsolatedResult result = RunIsolated(
+        [&] {
+            try {
+                return read_file(path, frame);
+            } catch (const Refusal& refusal) {
+                ByteWriter answer;
+                answer.Bytes(refusal.what());
+                return answer.Take();
+            }
+        },
+        memory, kSecondsLimit);
+    if (result.end == IsolatedResult::kOutOfTime)
+        throw PresentError(path, "cannot be decoded in reasonable time");
+    if (result.end == IsolatedResult::kDied)
+        throw PresentError(path, "the DICOM data are damaged or cut short");
+    try {
+        return parse_answer(result.answer);
+    } catch (const std::runtime_error& error) {
+        throw PresentError(path, error.what());
+    }
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+/// How a call in a process of its own ended.
+struct IsolatedResult {
+    enum End { kDone, kDied, kOutOfTime };
+    End end = kDied;
+    /// What the work returned; only with kDone.
+    std::string answer;
+};
+
+/// Runs the work in a child process and hands back what it returned. A decoder for a dozen formats, given
+/// hostile bytes, may abort on its own checks, run for ever or eat all memory: here that ends the child, and
+/// the caller can say so. The child's standard output and error lead nowhere. memoryLimit is in bytes, the
+/// time limit in seconds of CPU time. An exception that leaves the work counts as kDied.
+IsolatedResult RunIsolated(const std::function<std::string()>& work, unsigned long long memoryLimit,
+                           unsigned secondsLimit);
+
+/// For the work: lets it take this many bytes from here on, beyond what it has by now.
+void AllowMemory(unsigned long long bytes);

@@ -1,0 +1,211 @@
+#include "pixel_conversion.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+void MonoPixels::Put(std::size_t pixel, std::int32_t value) {
+    if (bits <= 8) {
+        bytes[pixel] = static_cast<std::uint8_t>(value);
+        return;
+    }
+    const auto word = static_cast<std::uint16_t>(value);
+    std::memcpy(&bytes[2 * pixel], &word, 2);
+}
+
+std::int32_t MonoPixels::Get(std::size_t pixel) const {
+    if (bits <= 8) return isSigned ? static_cast<std::int8_t>(bytes[pixel]) : bytes[pixel];
+    std::uint16_t word = 0;
+    std::memcpy(&word, &bytes[2 * pixel], 2);
+    return isSigned ? static_cast<std::int16_t>(word) : word;
+}
+
+DeepReduction ReduceDeepPixels(std::int64_t low, std::int64_t high, double slope) {
+    DeepReduction reduction;
+    if (low >= 0 && high <= 65535) return reduction;
+    reduction.isSigned = low < 0;
+    if (low >= -32768 && high <= 32767) return reduction;
+
+    const double shift = static_cast<double>(low) * slope;
+    if (std::abs(shift) < 1e9 && shift == std::floor(shift)) {
+        reduction.isSigned = false;
+        reduction.offset = low;
+        reduction.divisor = std::max<std::int64_t>(1, (high - low + 65534) / 65535);
+    } else if (low >= 0) {
+        reduction.divisor = (high + 65534) / 65535;
+    } else {
+        reduction.divisor = std::max({std::int64_t{1}, (high + 32766) / 32767, (-low + 32767) / 32768});
+    }
+    return reduction;
+}
+
+std::uint16_t StoredTable::At(std::int32_t value) const {
+    const std::int64_t last = static_cast<std::int64_t>(entries.size()) - 1;
+    const std::int64_t index = static_cast<std::int64_t>(value) - first;
+    return entries[static_cast<std::size_t>(std::clamp<std::int64_t>(index, 0, last))];
+}
+
+namespace {
+
+struct Descriptor {
+    std::size_t entries = 0;
+    std::int32_t first = 0;
+    int bits = 0;
+};
+
+Descriptor read_descriptor(const DicomDataSet& dataSet, std::uint32_t tag, bool isSigned) {
+    Descriptor descriptor;
+    const int entries = dataSet.Word(tag, -1, 0);
+    if (entries < 0) return descriptor;
+    descriptor.entries = entries == 0 ? 65536 : static_cast<std::size_t>(entries);
+    const int first = dataSet.Word(tag, 0, 1);
+    descriptor.first = isSigned ? static_cast<std::int16_t>(first) : first;
+    descriptor.bits = dataSet.Word(tag, 16, 2);
+    if (descriptor.bits < 1 || descriptor.bits > 16) descriptor.bits = 16;
+    return descriptor;
+}
+
+std::vector<std::uint16_t> units(const std::string& bytes, bool inWords) {
+    std::vector<std::uint16_t> values;
+    const std::size_t step = inWords ? 2 : 1;
+    values.reserve(bytes.size() / step);
+    for (std::size_t i = 0; i + step <= bytes.size(); i += step) {
+        const unsigned low = static_cast<unsigned char>(bytes[i]);
+        const unsigned high = inWords ? static_cast<unsigned char>(bytes[i + 1]) : 0U;
+        values.push_back(static_cast<std::uint16_t>(low | (high << 8)));
+    }
+    return values;
+}
+
+/// Limits the entries to what the descriptor says; entries too large for 8 bits show that it means 16.
+StoredTable finish(const Descriptor& descriptor, std::vector<std::uint16_t> entries) {
+    StoredTable table;
+    if (entries.size() > descriptor.entries) entries.resize(descriptor.entries);
+    table.first = descriptor.first;
+    table.bits = descriptor.bits;
+    const int top = (1 << table.bits) - 1;
+    for (std::uint16_t& entry : entries) {
+        if (entry > top && table.bits == 8) table.bits = 16;
+        if (table.bits != 16) entry = static_cast<std::uint16_t>(std::min<int>(entry, top));
+    }
+    table.entries = std::move(entries);
+    return table;
+}
+
+/// Appends what one discrete or linear segment describes (PS3.3 C.7.9.2.1, C.7.9.2.2). False at the end of
+/// the data or where they make no sense.
+bool expand_segment(const std::vector<std::uint16_t>& data, std::size_t& at, std::size_t limit,
+                    std::vector<std::uint16_t>& entries) {
+    if (data.size() - at < 2) return false;
+    const unsigned opcode = data[at];
+    const std::size_t length = std::min<std::size_t>(data[at + 1], limit - entries.size());
+    if (opcode == 0) {
+        if (data.size() - at - 2 < length) return false;
+        entries.insert(entries.end(), data.begin() + static_cast<std::ptrdiff_t>(at) + 2,
+                       data.begin() + static_cast<std::ptrdiff_t>(at + 2 + length));
+        at += 2 + static_cast<std::size_t>(data[at + 1]);
+        return at <= data.size();
+    }
+    if (opcode == 1) {
+        if (data.size() - at < 3 || entries.empty()) return false;
+        const std::int64_t from = entries.back(), to = data[at + 2], steps = data[at + 1];
+        for (std::size_t i = 1; i <= length; ++i) {
+            const std::int64_t step = static_cast<std::int64_t>(i);
+            entries.push_back(static_cast<std::uint16_t>(from + (to - from) * step / steps));
+        }
+        at += 3;
+        return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+StoredTable ReadStoredTable(const DicomDataSet& dataSet, std::uint32_t descriptorTag, std::uint32_t dataTag,
+                            bool isSigned) {
+    const Descriptor descriptor = read_descriptor(dataSet, descriptorTag, isSigned);
+    const DicomElement* data = dataSet.Find(dataTag);
+    if (descriptor.entries == 0 || data == nullptr) return StoredTable();
+    const bool inWords = descriptor.bits > 8 || data->bytes.size() >= 2 * descriptor.entries;
+    return finish(descriptor, units(data->bytes, inWords));
+}
+
+StoredTable ReadSegmentedTable(const DicomDataSet& dataSet, std::uint32_t descriptorTag,
+                               std::uint32_t dataTag, bool isSigned) {
+    const Descriptor descriptor = read_descriptor(dataSet, descriptorTag, isSigned);
+    const DicomElement* element = dataSet.Find(dataTag);
+    if (descriptor.entries == 0 || element == nullptr) return StoredTable();
+    const std::size_t unit = descriptor.bits > 8 ? 2 : 1;
+    const std::vector<std::uint16_t> data = units(element->bytes, unit == 2);
+    std::vector<std::uint16_t> entries;
+    for (std::size_t at = 0; at < data.size() && entries.size() < descriptor.entries;) {
+        if (data[at] != 2) {
+            if (!expand_segment(data, at, descriptor.entries, entries)) break;
+            continue;
+        }
+        // An indirect segment copies a number of earlier segments, told by their place in bytes (C.7.9.2.3).
+        if (data.size() - at < 4) break;
+        const unsigned shift = unit == 2 ? 16 : 8;
+        std::size_t from = (data[at + 2] | (static_cast<std::size_t>(data[at + 3]) << shift)) / unit;
+        for (unsigned left = data[at + 1]; left > 0; --left) {
+            if (from >= at || !expand_segment(data, from, descriptor.entries, entries)) break;
+        }
+        at += 4;
+    }
+    return finish(descriptor, std::move(entries));
+}
+
+std::int64_t SampleValue(const StoredFrame& frame, std::size_t i) {
+    const std::uint64_t range = std::uint64_t{1} << frame.bitsStored;
+    const std::uint64_t bits =
+        (std::uint64_t{frame.Bits(i)} >> (frame.highBit + 1 - frame.bitsStored)) & (range - 1);
+    const bool negative = frame.isSigned && bits >= range / 2;
+    return static_cast<std::int64_t>(bits) - (negative ? static_cast<std::int64_t>(range) : 0);
+}
+
+namespace {
+
+/// A level of `bits` bits as one of 8, the full range kept, nearest.
+std::uint8_t to_8_bits(std::uint64_t value, int bits) {
+    if (bits == 8) return static_cast<std::uint8_t>(value);
+    const std::uint64_t top = (std::uint64_t{1} << bits) - 1;
+    return static_cast<std::uint8_t>((value * 255 + top / 2) / top);
+}
+
+/// Rounded from 16 fraction bits and limited.
+std::uint8_t from_fixed(std::int32_t value) {
+    return static_cast<std::uint8_t>(std::clamp((value + 32768) >> 16, 0, 255));
+}
+
+/// PS3.3 C.7.6.3.1.2, with the factors 1.402, 0.344136, 0.714136 and 1.772 in 16 fraction bits.
+void ybr_to_rgb(std::uint8_t* pixel) {
+    const std::int32_t y = pixel[0] * 65536, cb = pixel[1] - 128, cr = pixel[2] - 128;
+    pixel[0] = from_fixed(y + 91881 * cr);
+    pixel[1] = from_fixed(y - 22553 * cb - 46802 * cr);
+    pixel[2] = from_fixed(y + 116130 * cb);
+}
+
+}  // namespace
+
+Picture ConvertToTrueColour(const StoredFrame& frame, const StoredTable* palette) {
+    Picture picture(frame.columns, frame.rows);
+    const std::size_t pixels = frame.Pixels();
+    if (frame.photometric == "PALETTE COLOR") {
+        for (std::size_t i = 0; i < pixels; ++i) {
+            const auto value = static_cast<std::int32_t>(SampleValue(frame, i));
+            for (std::size_t c = 0; c < 3; ++c) {
+                picture.rgb[3 * i + c] = to_8_bits(palette[c].At(value), palette[c].bits);
+            }
+        }
+        return picture;
+    }
+    const std::uint64_t mask = (std::uint64_t{1} << frame.bitsStored) - 1;
+    for (std::size_t i = 0; i < 3 * pixels; ++i) {
+        const std::uint64_t value = static_cast<std::uint64_t>(SampleValue(frame, i)) & mask;
+        picture.rgb[i] = to_8_bits(value, frame.bitsStored);
+    }
+    if (frame.photometric == "YBR_FULL") {
+        for (std::size_t i = 0; i < pixels; ++i) ybr_to_rgb(&picture.rgb[3 * i]);
+    }
+    return picture;
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "dicom_elements.h"
+#include "dicom_reader.h"
+#include "picture.h"
+
+/// Pixel values as the reference host's rasters want them: in bytes up to 8 bits, else in 16-bit words of
+/// this machine; shifted down, masked and, when signed, sign-extended.
+struct MonoPixels {
+    int bits = 0;
+    bool isSigned = false;
+    std::vector<std::uint8_t> bytes;
+
+    void Resize(std::size_t pixels) { bytes.resize(bits <= 8 ? pixels : 2 * pixels); }
+    void Put(std::size_t pixel, std::int32_t value);
+    std::int32_t Get(std::size_t pixel) const;
+};
+
+/// How pixels of more than 16 bits were brought down: stored = (original - offset) / divisor, truncated.
+struct DeepReduction {
+    std::int64_t offset = 0;
+    std::int64_t divisor = 1;
+    bool isSigned = false;
+};
+
+/// The reduction to 16 bits for pixels from `low` to `high`. It is exact where the range allows. An offset is
+/// taken only where offset x slope, which goes into the rescale intercept, is a whole number: the intercept
+/// is used as one.
+DeepReduction ReduceDeepPixels(std::int64_t low, std::int64_t high, double slope);
+
+/// A table of the image's own: a Modality LUT (PS3.3 C.11.1) or one colour of a palette (C.7.6.3.1.5). A
+/// value below the first mapped one takes the first entry, one beyond the end the last.
+struct StoredTable {
+    std::int32_t first = 0;
+    int bits = 16;
+    std::vector<std::uint16_t> entries;
+
+    std::uint16_t At(std::int32_t value) const;
+};
+
+/// From a descriptor of three values and its data, which may hold a byte or a word per entry, or segments
+/// (C.7.9.2). The first mapped value is signed where the pixels are. Without entries when the data do not
+/// make a table.
+StoredTable ReadStoredTable(const DicomDataSet& dataSet, std::uint32_t descriptor, std::uint32_t data,
+                            bool isSigned);
+StoredTable ReadSegmentedTable(const DicomDataSet& dataSet, std::uint32_t descriptor, std::uint32_t data,
+                               bool isSigned);
+
+/// Sample i of a frame as a number: shifted down by the high bit, masked, sign-extended.
+std::int64_t SampleValue(const StoredFrame& frame, std::size_t i);
+
+/// RGB, YBR_FULL (PS3.3 C.7.6.3.1.2) or PALETTE COLOR to 8 bits per colour. `palette` has the three tables,
+/// red first, and is looked at for PALETTE COLOR only.
+Picture ConvertToTrueColour(const StoredFrame& frame, const StoredTable* palette);

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "picture.h"
+
+/// The picture as a PNG file: 8-bit grey when no colour is in it, else 8-bit RGB. The same picture gives the
+/// same bytes.
+std::vector<std::uint8_t> EncodePng(const Picture& picture);
+
+/// Throws PresentError when the file cannot be written; a file that was there before is then unchanged.
+void WritePng(const std::string& path, const Picture& picture);
+
+/// Reads an 8-bit grey or RGB picture. Throws PresentError.
+Picture ReadPng(const std::string& path);

@@ -1,0 +1,151 @@
+#include "samples.h"
+
+#include "atomic_file.h"
+#include "dicom_elements.h"
+#include "dicom_writer.h"
+#include "phantoms.h"
+
+namespace {
+
+struct Attribute {
+    std::uint32_t tag;
+    const char* vr;
+    const char* text;
+};
+
+struct Sample {
+    const char* name;
+    const char* sopClass;
+    const char* modality;
+    const char* photometric;
+    int bits;
+    bool isSigned;
+    Phantom (*draw)();
+    std::vector<Attribute> attributes;
+};
+
+constexpr std::uint32_t kIntent = DicomTag(0x0008, 0x0068);
+constexpr std::uint32_t kCenter = DicomTag(0x0028, 0x1050);
+constexpr std::uint32_t kWidth = DicomTag(0x0028, 0x1051);
+constexpr std::uint32_t kIntercept = DicomTag(0x0028, 0x1052);
+constexpr std::uint32_t kSlope = DicomTag(0x0028, 0x1053);
+constexpr std::uint32_t kRescaleType = DicomTag(0x0028, 0x1054);
+constexpr std::uint32_t kExplanation = DicomTag(0x0028, 0x1055);
+constexpr std::uint32_t kFunction = DicomTag(0x0028, 0x1056);
+
+const std::vector<Sample>& samples() {
+    static const std::vector<Sample> s_Samples = {
+        {"ct",
+         "1.2.840.10008.5.1.4.1.1.2",
+         "CT",
+         "MONOCHROME2",
+         16,
+         true,
+         DrawChest,
+         {{kCenter, "DS", "40"},
+          {kWidth, "DS", "400"},
+          {kIntercept, "DS", "-1024"},
+          {kSlope, "DS", "1"},
+          {kRescaleType, "LO", "HU"}}},
+        {"mr",
+         "1.2.840.10008.5.1.4.1.1.4",
+         "MR",
+         "MONOCHROME2",
+         12,
+         false,
+         DrawHead,
+         {{kCenter, "DS", "1150\\1700"}, {kWidth, "DS", "2300\\1200"}, {kExplanation, "LO", "HEAD\\LESION"}}},
+        {"cr",
+         "1.2.840.10008.5.1.4.1.1.1",
+         "CR",
+         "MONOCHROME1",
+         12,
+         false,
+         DrawHand,
+         {{kCenter, "DS", "2048"}, {kWidth, "DS", "3600"}}},
+        {"mg",
+         "1.2.840.10008.5.1.4.1.1.1.2",
+         "MG",
+         "MONOCHROME2",
+         12,
+         false,
+         DrawBreast,
+         {{kIntent, "CS", "FOR PRESENTATION"},
+          {kCenter, "DS", "2100"},
+          {kWidth, "DS", "3200"},
+          {kIntercept, "DS", "0"},
+          {kSlope, "DS", "1"},
+          {kRescaleType, "LO", "US"}}},
+        {"nm",
+         "1.2.840.10008.5.1.4.1.1.20",
+         "NM",
+         "MONOCHROME2",
+         8,
+         false,
+         DrawBody,
+         {{kCenter, "DS", "64"}, {kWidth, "DS", "128"}}},
+        {"xa",
+         "1.2.840.10008.5.1.4.1.1.12.1",
+         "XA",
+         "MONOCHROME2",
+         12,
+         false,
+         DrawVessels,
+         {{kCenter, "DS", "1800"}, {kWidth, "DS", "1600"}, {kFunction, "CS", "SIGMOID"}}},
+    };
+    return s_Samples;
+}
+
+DicomDataSet make_data_set(const Sample& sample, int number) {
+    // Under the root for derived UIDs; fixed, so that the files are the same each time.
+    const std::string uid = "2.25.30281746518203945761028374650192837";
+    const Phantom phantom = sample.draw();
+    DicomDataSet set;
+    set.PutText(DicomTag(0x0008, 0x0008), "CS", "DERIVED\\SECONDARY");
+    set.PutText(DicomTag(0x0008, 0x0016), "UI", sample.sopClass);
+    set.PutText(DicomTag(0x0008, 0x0018), "UI", uid + std::to_string(100 + number));
+    set.PutText(DicomTag(0x0008, 0x0020), "DA", "20240101");
+    set.PutText(DicomTag(0x0008, 0x0030), "TM", "120000");
+    set.PutText(DicomTag(0x0008, 0x0060), "CS", sample.modality);
+    set.PutText(DicomTag(0x0010, 0x0010), "PN", std::string("Phantom^") + sample.modality);
+    set.PutText(DicomTag(0x0010, 0x0020), "LO", std::string("ZEV-") + sample.modality);
+    set.PutText(DicomTag(0x0020, 0x000D), "UI", uid + "1");
+    set.PutText(DicomTag(0x0020, 0x000E), "UI", uid + std::to_string(20 + number));
+    set.PutText(DicomTag(0x0020, 0x0013), "IS", "1");
+    set.PutWord(DicomTag(0x0028, 0x0002), "US", 1);
+    set.PutText(DicomTag(0x0028, 0x0004), "CS", sample.photometric);
+    set.PutWord(DicomTag(0x0028, 0x0010), "US", phantom.Height());
+    set.PutWord(DicomTag(0x0028, 0x0011), "US", phantom.Width());
+    set.PutWord(DicomTag(0x0028, 0x0100), "US", sample.bits <= 8 ? 8 : 16);
+    set.PutWord(DicomTag(0x0028, 0x0101), "US", sample.bits);
+    set.PutWord(DicomTag(0x0028, 0x0102), "US", sample.bits - 1);
+    set.PutWord(DicomTag(0x0028, 0x0103), "US", sample.isSigned ? 1 : 0);
+    if (std::string(sample.modality) == "MG") {
+        set.PutWord(DicomTag(0x0028, 0x0120), "US", 0);
+        set.PutWord(DicomTag(0x0028, 0x0121), "US", 40);
+    }
+    for (const Attribute& attribute : sample.attributes)
+        set.PutText(attribute.tag, attribute.vr, attribute.text);
+
+    std::string pixels;
+    for (std::int32_t value : phantom.Pixels()) {
+        pixels += static_cast<char>(value & 0xFF);
+        if (sample.bits > 8) pixels += static_cast<char>((value >> 8) & 0xFF);
+    }
+    set.elements[DicomTag(0x7FE0, 0x0010)] =
+        DicomElement{sample.bits <= 8 ? "OB" : "OW", std::move(pixels), {}};
+    return set;
+}
+
+}  // namespace
+
+std::vector<std::string> WriteSamples(const std::string& directory) {
+    MakeDirectory(directory);
+    std::vector<std::string> paths;
+    for (const Sample& sample : samples()) {
+        const std::string bytes = EncodeDicomFile(make_data_set(sample, static_cast<int>(paths.size())));
+        paths.push_back(directory + "/" + sample.name + ".dcm");
+        WriteFileAtomically(paths.back(), bytes.data(), bytes.size());
+    }
+    return paths;
+}

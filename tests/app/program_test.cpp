@@ -1,0 +1,254 @@
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+
+#include "app_test_support.h"
+#include "atomic_file.h"
+#include "contact_sheet.h"
+#include "dicom_file.h"
+#include "png_file.h"
+#include "present_error.h"
+
+namespace {
+
+using Json = nlohmann::json;
+
+struct Outcome {
+    int status = -1;
+    std::string out, err;
+};
+
+class Program : public testing::Test {
+protected:
+    /// Runs the program with a line of arguments as a shell reads them.
+    Outcome Run(const std::string& arguments) {
+        const std::string out = m_Logs / "out", err = m_Logs / "err";
+        const std::string line =
+            std::string("'") + ZEV_PROGRAM + "' " + arguments + " >'" + out + "' 2>'" + err + "'";
+        const int result = std::system(line.c_str());
+        return {WIFEXITED(result) ? WEXITSTATUS(result) : -1, support::ReadFile(out), support::ReadFile(err)};
+    }
+    Json Info(const std::string& arguments) {
+        const Outcome outcome = Run("info --json " + arguments);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        return Json::parse(outcome.out);
+    }
+    support::TemporaryDirectory m_Directory, m_Logs;
+};
+
+TEST_F(Program, ExitStatusAndOneLinePerFailure) {
+    WriteSamples(m_Directory.Path());
+    const std::string ct = m_Directory / "ct.dcm", png = m_Directory / "x.png";
+    const std::string render = "render " + ct + " -o " + png;
+    support::WriteFile(m_Directory / "text.dcm", "no image at all");
+    support::WriteFile(m_Directory / "broken.json", "{ \"settings\": ");
+    const struct {
+        std::string arguments;
+        int status;
+        const char* says;
+    } rows[] = {
+        {"--version", 0, ""},
+        {"help", 0, ""},
+        {"help table", 0, ""},
+        {"--help", 0, ""},
+        {render, 0, ""},
+        {render + " --center -600 --width 1600 --gamma 0.5 --invert --frame 0", 0, ""},
+        {render + " --voi 0", 0, ""},
+        {"", 2, "subcommand"},
+        {"paint " + ct, 2, ""},
+        {"help paint", 2, "paint"},
+        {"render " + ct, 2, "output"},
+        {render + " --center 40", 2, "--width"},
+        {render + " --width 40", 2, "--center"},
+        {render + " --center 40 --width -1", 2, "--width"},
+        {render + " --center 99999999999 --width 1", 2, "--center"},
+        {render + " --gamma 7", 2, "gamma"},
+        {render + " --gamma nan", 2, "gamma"},
+        {render + " --frame -1", 2, "--frame"},
+        {render + " --config " + m_Directory / "absent.json", 2, "absent.json"},
+        {render + " --config " + m_Directory / "broken.json", 2, "broken.json"},
+        {"table " + ct + " -o " + png + " --out-depth 12", 2, "--out-depth"},
+        {"table " + ct + " -o " + png + " --target paper", 2, "--target"},
+        {"table " + ct + " -o " + png + " --target levels --out-depth 32", 1, "ct.dcm"},
+        {render + " --voi 1", 1, "windowing entry 1"},
+        {render + " --frame 1", 1, "frame 1"},
+        {"render " + m_Directory / "text.dcm" + " -o " + png, 1, "text.dcm: not a DICOM file"},
+        {"info " + m_Directory / "absent.dcm", 1, "absent.dcm"},
+        {"render " + ct + " -o " + m_Directory / "absent/x.png", 1, "absent/x.png"},
+        {"sample " + ct + "/below", 1, "ct.dcm"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.arguments);
+        const std::size_t files = m_Directory.Count();
+        const bool hadPicture = !support::ReadFile(png).empty();
+        const Outcome outcome = Run(row.arguments);
+        EXPECT_EQ(outcome.status, row.status) << outcome.err;
+        if (row.status == 0) {
+            EXPECT_EQ(outcome.err, "");
+            continue;
+        }
+        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+        EXPECT_EQ(outcome.err.rfind("zev: ", 0), 0U) << outcome.err;
+        EXPECT_NE(outcome.err.find(row.says), std::string::npos) << outcome.err;
+        EXPECT_EQ(m_Directory.Count(), files) << "left something behind";
+        EXPECT_EQ(!support::ReadFile(png).empty(), hadPicture);
+    }
+}
+
+TEST_F(Program, DemoDrawsEverySampleAndAContactSheet) {
+    const Outcome outcome = Run("demo " + m_Directory / "new/demo");
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "") << "progress belongs on a terminal";
+    for (const char* name : {"ct", "mr", "cr", "mg", "nm", "xa", "contact"}) {
+        SCOPED_TRACE(name);
+        const Picture picture = ReadPng(m_Directory / ("new/demo/" + std::string(name) + ".png"));
+        std::size_t levels[256] = {};
+        for (std::uint8_t sample : picture.rgb) ++levels[sample];
+        EXPECT_GT(std::count_if(levels, levels + 256, [](std::size_t n) { return n > 0; }), 100);
+    }
+    support::TemporaryDirectory again;
+    WriteSamples(again.Path());
+    for (const char* name : {"ct.dcm", "xa.dcm"}) {
+        EXPECT_EQ(support::ReadFile(again / name), support::ReadFile(m_Directory / "new/demo/" + name))
+            << name;
+    }
+}
+
+TEST_F(Program, SamplesOpenToWhatTheyBring) {
+    WriteSamples(m_Directory.Path());
+    const struct {
+        const char* sample;
+        Json expected;
+    } rows[] = {
+        {"ct",
+         {{"center", 40},
+          {"width", 400},
+          {"rescaleIntercept", -1024},
+          {"signed", true},
+          {"bitsPerPixel", 16}}},
+        {"mr", {{"center", 1150}, {"width", 2300}, {"bitsPerPixel", 12}, {"modality", "MR"}}},
+        {"cr", {{"inverse", true}, {"photometricInverse", true}, {"visibleInverse", false}}},
+        {"mg", {{"usePadding", true}, {"paddingValue", 0}, {"paddingLimit", 40}, {"signed", false}}},
+        {"nm", {{"center", 64}, {"width", 128}, {"bitsPerPixel", 8}, {"usePadding", false}}},
+        {"xa", {{"voiLutSelection", 0}, {"windowSource", "voi-lut-entry"}, {"gamma", 1.0}}},
+    };
+    for (const auto& row : rows) {
+        const Json info = Info(m_Directory / (std::string(row.sample) + ".dcm"));
+        for (const auto& [key, value] : row.expected.items())
+            EXPECT_EQ(info[key], value) << row.sample << " " << key;
+    }
+    const std::string mr = m_Directory / "mr.dcm";
+    const Json entries = Info(mr)["voiLutEntries"];
+    ASSERT_EQ(entries.size(), 2U);
+    EXPECT_EQ(entries[1]["explanation"], "LESION");
+    EXPECT_EQ(Info("--voi 1 " + mr)["center"], 1700);
+    const Json told = Info("--center 5 --width 7 --gamma 2.2 --invert " + mr);
+    EXPECT_EQ(told["width"], 7);
+    EXPECT_EQ(told["gamma"], 2.2);
+    EXPECT_EQ(told["inverse"], true);
+    EXPECT_EQ(told["voiLutSelection"], -1);
+    EXPECT_EQ(told["windowSource"], "option");
+}
+
+/// Every pixel of the picture is the table's entry for it, read from the file that `zev table` writes.
+void expect_picture_is_table(const std::string& name, const Picture& picture, const DicomFile& file,
+                             const Json& about, const std::string& table) {
+    SCOPED_TRACE(name);
+    ASSERT_EQ(table.size(), about["size"].get<std::size_t>() * 4);
+    ASSERT_EQ(picture.width, file.Columns());
+    ASSERT_EQ(picture.height, file.Rows());
+    const int origin = about["signed"].get<bool>() ? about["tableSize"].get<int>() / 2 : 0;
+    for (int i = 0; i < file.Columns() * file.Rows(); ++i) {
+        const auto index = static_cast<std::size_t>(file.Mono().Get(static_cast<std::size_t>(i)) + origin);
+        for (int c = 0; c < 3; ++c) {  // the table is little-endian, blue first
+            const int entry = static_cast<unsigned char>(table[index * 4 + static_cast<std::size_t>(2 - c)]);
+            ASSERT_EQ(picture.rgb[static_cast<std::size_t>(3 * i + c)], entry) << "pixel " << i;
+        }
+    }
+}
+
+TEST_F(Program, PictureIsTheTableAtEveryPixel) {
+    std::vector<std::string> paths = WriteSamples(m_Directory.Path());
+    if (!support::TestData().empty()) {
+        for (auto& row : support::Manifest()) {
+            const bool isMono =
+                row["photometric"].rfind("MONOCHROME", 0) == 0 || row["photometric"] == "absent";
+            if (isMono && row["stored_min"] != "-") paths.push_back(support::TestData() + "/" + row["file"]);
+        }
+    }
+    const std::string png = m_Directory / "p.png", bin = m_Directory / "t.bin";
+    for (const std::string& path : paths) {
+        for (const char* options : {"", " --invert --center 300 --width 900"}) {
+            ASSERT_EQ(Run("render " + path + " -o " + png + options).status, 0) << path;
+            const Outcome table = Run("table " + path + " -o " + bin + " --out-depth 32" + options);
+            ASSERT_EQ(table.status, 0) << table.err;
+            expect_picture_is_table(path + options, ReadPng(png), DicomFile::Load(path),
+                                    Json::parse(table.out), support::ReadFile(bin));
+        }
+    }
+}
+
+TEST_F(Program, RealFilesOpenToTheirFirstWindow) {
+    if (support::TestData().empty()) GTEST_SKIP() << "no test data";
+    for (auto& row : support::Manifest()) {
+        if (row["stored_min"] == "-" || row["photometric"].rfind("MONOCHROME", 0) != 0) continue;
+        SCOPED_TRACE(row["file"]);
+        // "450\200 / 790\443 (NAMES)", after "Shared[1]: " in an enhanced image
+        std::string windows = row["window_centres_widths"];
+        const std::size_t colon = windows.find(": ");
+        if (colon != std::string::npos) windows = windows.substr(colon + 2);
+        const std::size_t slash = windows.find(" / ");
+        if (slash == std::string::npos) continue;
+        const Json info = Info(support::TestData() + "/" + row["file"]);
+        EXPECT_EQ(info["center"], static_cast<int>(std::stod(windows)));
+        EXPECT_EQ(info["width"], static_cast<int>(std::stod(windows.substr(slash + 3))));
+        EXPECT_EQ(info["photometricInverse"], row["photometric"] == "MONOCHROME1");
+    }
+}
+
+TEST(Output, IsWholeOrNotThere) {
+    support::TemporaryDirectory directory;
+    const std::string path = directory / "out.bin";
+    support::WriteFile(path, "old");
+    {
+        AtomicFile file(path);
+        file.Write("half", 4);
+        EXPECT_EQ(support::ReadFile(path), "old");
+    }
+    EXPECT_EQ(support::ReadFile(path), "old");
+    EXPECT_EQ(directory.Count(), 1U);
+    WriteFileAtomically(path, "whole", 5);
+    EXPECT_EQ(support::ReadFile(path), "whole");
+    EXPECT_EQ(directory.Count(), 1U);
+    EXPECT_THROW(WriteFileAtomically(directory / "no/out.bin", "x", 1), PresentError);
+    EXPECT_THROW(WriteFileAtomically(directory.Path(), "x", 1), PresentError);
+    EXPECT_EQ(directory.Count(), 1U);
+}
+
+TEST(Output, PngKeepsEveryPixelAndIsGreyWithoutColour) {
+    support::TemporaryDirectory directory;
+    Picture picture(7, 3);
+    for (std::size_t i = 0; i < picture.rgb.size(); ++i)
+        picture.rgb[i] = static_cast<std::uint8_t>(i / 3 * 11);
+    for (bool colour : {false, true}) {
+        if (colour) picture.At(6, 2)[2] ^= 1;
+        WritePng(directory / "p.png", picture);
+        EXPECT_EQ(ReadPng(directory / "p.png").rgb, picture.rgb);
+        // Byte 25 of a PNG file is its colour type: 0 grey, 2 RGB.
+        EXPECT_EQ(support::ReadFile(directory / "p.png")[25], colour ? 2 : 0);
+    }
+}
+
+TEST(ContactSheet, TakesPicturesOfAnyShape) {
+    const Picture sheet = MakeContactSheet({{"A", Picture(1, 1)},
+                                            {"", Picture(3000, 1)},
+                                            {"LONG TEXT THAT RUNS OVER THE "
+                                             "EDGE OF THE SHEET",
+                                             Picture(5, 900)}},
+                                           2);
+    EXPECT_GT(sheet.height, sheet.width);
+}
+
+}  // namespace
