@@ -282,8 +282,7 @@ DicomFileContent ReadDicomFile(const std::string& path, int frame) {
     if (!std::ifstream(path, std::ios::binary)) throw PresentError(path, std::strerror(errno));
 
     const auto size = static_cast<unsigned long long>(status.st_size);
-    // Lengths in a file are claims: a value that needs more than a small multiple of the file is not
-    // allocated.
+    // Lengths in a file are claims: nothing may take more than a small multiple of the file.
     const unsigned long long memory = kReadingBytes + 8 * size;
     const IsolatedResult result = RunIsolated(
         [&] {

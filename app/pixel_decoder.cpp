@@ -38,8 +38,7 @@ void read_native(const gdcm::ByteValue* value, const PixelHeader& header, int in
     std::uint64_t frameSamples = pixels * static_cast<unsigned>(frame->samples);
     const std::uint64_t have = value == nullptr ? 0 : static_cast<std::uint32_t>(value->GetLength());
     const std::uint64_t frames = static_cast<unsigned>(header.frames);
-    // Two luminances share their colour differences, unless the writer stored all three planes in full after
-    // all.
+    // Two luminances share their colour differences, unless the writer stored all three in full after all.
     const bool halved = frame->samples == 3 && header.photometric.find("_422") != std::string::npos &&
                         bits == 8 && have < frameSamples * frames;
     if (halved) frameSamples = (pixels + 1) / 2 * 4;
