@@ -1,5 +1,5 @@
-// BuildTable for 16-bit pixels on a true colour target, against zeroing the same bytes and against the plain fill.
-// Allocation is counted; the heap is warm.
+// BuildTable for 16-bit pixels on a true colour target, against zeroing the same bytes and against the plain
+// fill. Allocation is counted; the heap is warm.
 
 #include <ZEV/ZEV_Params.h>
 #include <ZEV/ZEV_WindowingTable.h>
@@ -17,7 +17,8 @@ namespace {
 
 using Table = std::unique_ptr<ZEV_AbstractWindowingTable>;
 
-/// The rule as it is written down: one entry after the other, each with its zone. bench/CMakeLists.txt compiles this file with -O2.
+/// The rule as it is written down: one entry after the other, each with its zone. bench/CMakeLists.txt
+/// compiles this file with -O2.
 template <class Out>
 void plain_fill(std::vector<Out>& table, int windowMin, int windowMax) {
     const zev::Ramp ramp = zev::ResolveRamp(65536, static_cast<float>(windowMin) / 65536.0f + 0.5f,
@@ -58,7 +59,8 @@ void build_table(benchmark::State& state) {
     plainly();
     Table check(params.BuildTable(tableParams));
     auto* typed = dynamic_cast<ZEV_WindowingTable<short, Out>*>(check.get());
-    if (typed == nullptr || std::memcmp(typed->GetTable() - 32768, plain.data(), plain.size() * sizeof(Out)) != 0) {
+    if (typed == nullptr ||
+        std::memcmp(typed->GetTable() - 32768, plain.data(), plain.size() * sizeof(Out)) != 0) {
         state.SkipWithError("the table differs from the plain fill");
         return;
     }

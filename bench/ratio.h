@@ -3,7 +3,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <chrono>
+#include <ctime>
 #include <vector>
 
 /// A figure is the ratio of a subject to a baseline that ran interleaved with it in the same process.
@@ -15,11 +15,18 @@ struct Ratio {
     double high;  ///< 90th percentile
 };
 
+/// CPU time of this thread: a figure must not depend on what else the machine does.
+inline double Now() {
+    timespec time;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
 template <class Function>
 double Seconds(const Function& function, int repeats) {
-    const auto start = std::chrono::steady_clock::now();
+    const double start = Now();
     for (int i = 0; i < repeats; ++i) function();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return Now() - start;
 }
 
 template <class Subject, class Baseline>
@@ -31,7 +38,9 @@ Ratio Compare(const Subject& subject, const Baseline& baseline, int rounds = 61,
         ratios.push_back(Seconds(subject, repeats) / base);
     }
     std::sort(ratios.begin(), ratios.end());
-    const auto at = [&ratios](double part) { return ratios[static_cast<std::size_t>(part * (ratios.size() - 1))]; };
+    const auto at = [&ratios](double part) {
+        return ratios[static_cast<std::size_t>(part * (ratios.size() - 1))];
+    };
     return {at(0.5), at(0.1), at(0.9)};
 }
 

@@ -46,7 +46,8 @@ public:
     Message& Lut(unsigned sequence, int first, int bits, const std::vector<std::uint16_t>& entries) {
         Dicom_Msg* item = AddItem(Dicom_Tag(sequence));
         const std::uint16_t descriptor[3] = {static_cast<std::uint16_t>(entries.size()),
-                                             static_cast<std::uint16_t>(first), static_cast<std::uint16_t>(bits)};
+                                             static_cast<std::uint16_t>(first),
+                                             static_cast<std::uint16_t>(bits)};
         item->PutBytes(Dicom_Tag(0x00283002), first < 0 ? "SS" : "US", descriptor, sizeof descriptor);
         item->PutBytes(Dicom_Tag(0x00283006), "US", entries.data(), entries.size() * 2);
         return *this;

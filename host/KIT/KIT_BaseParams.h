@@ -18,9 +18,9 @@ class SR_Template;
 template <class T>
 class RWTValOrderedVector;
 
-/// Base of every parameter object of a view: a named, counted set of values that can be copied, frozen and merged.
-/// The order of the virtual operations is a contract: derived classes of several libraries continue the same table.
-/// Operations that a class does not replace answer false, null or do nothing.
+/// Base of every parameter object of a view: a named, counted set of values that can be copied, frozen and
+/// merged. The order of the virtual operations is a contract: derived classes of several libraries continue
+/// the same table. Operations that a class does not replace answer false, null or do nothing.
 class HOST_API KIT_BaseParams : public KIT_ChangeCounter {
 public:
     KIT_BaseParams();
@@ -36,8 +36,8 @@ public:
     void SetName(const char* name);
     const char* GetName() const;
 
-    /// Makes this object a frozen copy of `live`, or an ordinary object with null. The live object must outlive
-    /// the link.
+    /// Makes this object a frozen copy of `live`, or an ordinary object with null. The live object must
+    /// outlive the link.
     void SetLiveParams(KIT_BaseParams* live);
     KIT_BaseParams* GetLiveParams() const;
 
@@ -83,7 +83,8 @@ public:
     virtual int IsUpdatedToFitGroup();
     virtual void SetUpdatedToFitGroup(bool updated);
     virtual const Dicom_LO* GetTagFromMsg(OBJ_Msg* msg, const char* tag);
-    /// A listener is not owned and must be taken out before it dies; registering it twice has no further effect.
+    /// A listener is not owned and must be taken out before it dies; registering it twice has no further
+    /// effect.
     virtual void RegisterParamsChangeListener(KIT_ParamsChangeListener* listener);
     virtual void UnregisterParamsChangeListener(KIT_ParamsChangeListener* listener);
     virtual bool GetFloatValue(wchar_t* name, float& value);
@@ -103,7 +104,6 @@ private:
     int m_References = 0;
     bool m_bOriginal = true;
     bool m_bUpdatedFromDDP = false;
-    bool m_bUpdatedFromPresentation = false;
     bool m_bPreparedForPresentation = false;
     bool m_bUpdatedToFitGroup = false;
 };

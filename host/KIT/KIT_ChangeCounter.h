@@ -2,9 +2,9 @@
 
 #include <HOST_Export.h>
 
-/// A number of changes. The base of every parameter object, and a plain member wherever a second count is kept.
-/// Whoever derives something from an object keeps the count at which it was derived and compares it later.
-/// Counts wrap at the 32-bit end; they are only ever compared for equality. Not locked.
+/// A number of changes. The base of every parameter object, and a plain member wherever a second count is
+/// kept. Whoever derives something from an object keeps the count at which it was derived and compares it
+/// later. Counts wrap at the 32-bit end; they are only ever compared for equality. Not locked.
 class HOST_API KIT_ChangeCounter {
 public:
     KIT_ChangeCounter(int count = 0);

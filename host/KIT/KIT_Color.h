@@ -3,8 +3,9 @@
 #include <HOST_Export.h>
 
 /// A colour of three components, 0 to 255 each.
-/// The one packing used everywhere is 0x00RRGGBB: red in bits 16 to 23, green in 8 to 15, blue in 0 to 7. A grey
-/// pixel of 32 bits may carry its level in the top byte as well; whoever reads a pixel looks at the low three.
+/// The one packing used everywhere is 0x00RRGGBB: red in bits 16 to 23, green in 8 to 15, blue in 0 to 7. A
+/// grey pixel of 32 bits may carry its level in the top byte as well; whoever reads a pixel looks at the low
+/// three.
 class HOST_API KIT_Color {
 public:
     /// Black.

@@ -10,11 +10,15 @@ public:
 
     KIT_Mask() = default;
     virtual ~KIT_Mask();
+    virtual void Clear() = 0;
+    /// Whether the mask covers a pixel.
+    virtual bool HitTest(int x, int y) const = 0;
     /// True if the mask holds nothing.
-    virtual bool IsEmpty() const = 0;
+    bool IsEmpty() const { return is_empty(); }
 
 protected:
     virtual void init() = 0;
+    virtual bool is_empty() const = 0;
 };
 
 /// The step between a mask and its run list.

@@ -25,9 +25,9 @@ enum VOI_LUT_OWNERSHIP {
 /// The windowings that an image message brings: its window pairs, then the items of its VOI LUT Sequence,
 /// each in the order of the message.
 ///
-/// A pair that isn't a window (no number, LINEAR with a width below 1, another function with a width of 0 or
-/// less) and an item that can't be read as a table are left out. A pair with a function that is none of the
-/// standard's is listed as linear but gives no VOI LUT, so that only its numbers count.
+/// A pair that isn't a window (no number, or a width of 0 or less) and an item that can't be read as a table
+/// are left out. A pair with a function that is none of the standard's is listed as linear but gives no VOI
+/// LUT, so that only its numbers count.
 class HOST_API Mapper_WindowingManager {
 public:
     /// The message is needed until Init has returned. Null gives a manager without entries.

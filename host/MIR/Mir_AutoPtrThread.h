@@ -3,10 +3,11 @@
 #include <HOST_Export.h>
 #include <MIR/Mutex.h>
 
+#include <memory>
 #include <utility>
 
-/// A shared pointer whose copies may live on different threads: every copy and every release happens under one
-/// mutex that all copies share. It guards the count, not the object. An empty pointer shares nothing.
+/// A shared pointer whose copies may live on different threads: every copy and every release happens under
+/// one mutex that all copies share. It guards the count, not the object. An empty pointer shares nothing.
 template <class T>
 class HOST_API Mir_AutoPtrThread {
 public:
@@ -14,10 +15,14 @@ public:
     /// Takes ownership; null gives an empty pointer.
     explicit Mir_AutoPtrThread(T* object) {
         if (object == nullptr) return;
-        m_pObject = object;
-        m_pCount = new int(1);
-        m_pOwns = new int(1);
+        // Until all three are there the object has an owner that an exception finds.
+        std::unique_ptr<T> owned(object);
+        std::unique_ptr<int> count(new int(1));
+        std::unique_ptr<int> owns(new int(1));
         m_pMutex = new Mutex;
+        m_pObject = owned.release();
+        m_pCount = count.release();
+        m_pOwns = owns.release();
     }
     Mir_AutoPtrThread(const Mir_AutoPtrThread& other) { share(other); }
     virtual ~Mir_AutoPtrThread() { release(); }

@@ -14,9 +14,9 @@
 ///     map.CreateTable();
 ///     KIT_Color middle = map.TransformColor(128);
 ///
-/// A map is written down as control points and expanded once into 256 colours. Setters and AddEntry come first, then
-/// CreateTable; later changes show with the next CreateTable. A dummy map stands for plain grey: it has a name and a
-/// UID, and its table is not applied. After CreateTable several threads may read.
+/// A map is written down as control points and expanded once into 256 colours. Setters and AddEntry come
+/// first, then CreateTable; later changes show with the next CreateTable. A dummy map stands for plain grey:
+/// it has a name and a UID, and its table is not applied. After CreateTable several threads may read.
 class ZEV_API ZEV_ColorMap {
 public:
     static constexpr int kTableSize = 256;
@@ -27,22 +27,24 @@ public:
     ZEV_ColorMap& operator=(const ZEV_ColorMap& other);
     virtual ~ZEV_ColorMap();
 
-    // ---- control points and table -----------------------------------------------------------------------------
-    /// Adds or replaces the control point at a position. The colour is read as by strtol with base 16 and a 32-bit
-    /// long: it stops at the first other character, and more than 7FFFFFFF is 7FFFFFFF. The position is a decimal
-    /// text with a point; text that is no number is 0.
+    // ---- control points and table
+    // -----------------------------------------------------------------------------
+    /// Adds or replaces the control point at a position. The colour is read as by strtol with base 16 and a
+    /// 32-bit long: it stops at the first other character, and more than 7FFFFFFF is 7FFFFFFF. The position
+    /// is a decimal text with a point; text that is no number is 0.
     void AddEntry(_bstr_t position, _bstr_t color);
-    /// Expands the control points. Without points at exactly 0.0 and 1.0 the table stays as it was, with a log
-    /// line. Points outside 0..1 (NaN among them) are left out, with a log line; a resolution outside 1..256 counts as
-    /// 256. Each component is interpolated in 32-bit float and truncated; a stepped map gives each stretch the colour
-    /// of its lower point, so its last colour never shows.
+    /// Expands the control points. Without points at exactly 0.0 and 1.0 the table stays as it was, with a
+    /// log line. Points outside 0..1 (NaN among them) are left out, with a log line; a resolution
+    /// outside 1..256 counts as 256. Each component is interpolated in 32-bit float and truncated; a stepped
+    /// map gives each stretch the colour of its lower point, so its last colour never shows.
     void CreateTable();
     /// The colour of a display value, 0 to 255. The index is not tested.
     KIT_Color TransformColor(int index) const { return m_table[index]; }
     /// The 256 colours, writable.
     KIT_Color* GetTable() { return m_table; }
 
-    // ---- identity ---------------------------------------------------------------------------------------------
+    // ---- identity
+    // ---------------------------------------------------------------------------------------------
     /// Text shown to the user; null when the text is null.
     const wchar_t* GetName() const;
     void SetName(_bstr_t name);
@@ -53,7 +55,8 @@ public:
     int GetCustomButtonId() const;
     void SetCustomButtonId(int id);
 
-    // ---- kind -------------------------------------------------------------------------------------------------
+    // ---- kind
+    // -------------------------------------------------------------------------------------------------
     bool IsDummy() const { return m_isDummy; }
     void SetDummy(bool dummy);
     bool GetIsSUVType() const;
@@ -63,7 +66,8 @@ public:
     int GetOutputResolution() const;
     void SetOutputResolution(int resolution);
 
-    // ---- thresholds: stored for the host, not interpreted -------------------------------------------------------
+    // ---- thresholds: stored for the host, not interpreted
+    // -------------------------------------------------------
     _bstr_t GetThresholdUnits() const;
     void SetThresholdUnits(_bstr_t units);
     float GetThresholdMin() const;

@@ -5,6 +5,7 @@
 #include <ZEV/ZEV_Export.h>
 
 #include <map>
+#include <utility>
 
 class KIT_BaseParamsVec;
 class KIT_Raster;
@@ -21,9 +22,9 @@ class ZEV_Params;
 ///     vec.Append(&params);
 ///     if (ZEV_Dicom().UpdateFromDicom(&msg, &raster, &params, nullptr, false, false, &vec) != 0) ...;
 ///
-/// The class has no data: make one on the stack wherever it is needed. The first object of the process reads the
-/// per-modality defaults from the configuration; if that fails, _com_error passes out of that one constructor, and the
-/// reading is not tried again. The defaults are guarded against two first objects.
+/// The class has no data: make one on the stack wherever it is needed. The first object of the process reads
+/// the per-modality defaults from the configuration; if that fails, _com_error passes out of that one
+/// constructor, and the reading is not tried again. The defaults are guarded against two first objects.
 class ZEV_API ZEV_Dicom {
 public:
     ZEV_Dicom();
@@ -31,27 +32,40 @@ public:
     ZEV_Dicom(const ZEV_Dicom&) {}
     ZEV_Dicom& operator=(const ZEV_Dicom&) { return *this; }
 
-    /// What a viewer calls when an image is opened: takes rescale, gamma, VOI entries, padding, inversion and the presentation
-    /// LUT from the message, and the window from, in this order, VOI entry 0, the plain window attributes (where entry 0 gives
-    /// no curve), automatic windowing, or centre 1000 and width 4095.
+    /// What a viewer calls when an image is opened: takes rescale, gamma, VOI entries, padding, inversion and
+    /// the presentation LUT from the message, and the window from, in this order, VOI entry 0, the plain
+    /// window attributes (where entry 0 gives no curve), automatic windowing, or centre 1000 and width 4095.
     ///
     /// - `raster`: may be null only with `bHeaderOnly`; it stays locked for the duration of the call.
     /// - `ddpMsg`: the saved display parameters, or null.
     /// - `bHeaderOnly`: automatic windowing is never run, even if a raster is given.
-    /// - `bForce`: window and inversion are taken again though `params` has them, and the VOI manager is rebuilt.
+    /// - `bForce`: window and inversion are taken again though `params` has them, and the VOI manager is
+    /// rebuilt.
     /// - `vec`: the view's parameters; the modality comes from it. Null counts as a view without parameters.
     ///
-    /// `msg` must outlive `params`. Returns -1 with a log line when `msg` or `params` is null, or `raster` is null without
-    /// `bHeaderOnly`; else 0, all fallbacks included.
-    int UpdateFromDicom(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* params, OBJ_Msg* ddpMsg, bool bHeaderOnly,
-                        bool bForce, KIT_BaseParamsVec* vec);
+    /// `msg` must outlive `params`. Returns -1 with a log line when `msg` or `params` is null, or `raster` is
+    /// null without `bHeaderOnly`; else 0, all fallbacks included.
+    int UpdateFromDicom(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* params, OBJ_Msg* ddpMsg,
+                        bool bHeaderOnly, bool bForce, KIT_BaseParamsVec* vec);
+
+    /// The automatic window that was put into the message, in stored pixel values, truncated. False, with the
+    /// outputs untouched, unless width and centre are both there. A null argument gives false.
+    static bool GetAutoWinValuesForImage(OBJ_Msg* msg, int* width, int* center);
+    /// Puts an automatic window into the message. A null message is ignored.
+    static void SetAutoWinValuesForImage(OBJ_Msg* msg, int width, int center);
 
 private:
     static void read_defaults_once();
 
-    void apply_auto_windowing(KIT_Raster* raster, OBJ_Msg* msg, float slope, int intercept, ZEV_Params* params);
-    bool UpdateFromDDP(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* params, OBJ_Msg* ddpMsg,
-                       KIT_BaseParamsVec* vec);
+    /// In stored pixel values, from the message or measured; both outputs are 0 when it fails.
+    bool auto_win(KIT_Raster* raster, OBJ_Msg* msg, int* width, int* center, ZEV_Params* params);
+    void apply_auto_windowing(KIT_Raster* raster, OBJ_Msg* msg, float slope, int intercept,
+                              ZEV_Params* params);
+    /// A window that holds against that of the selected VOI entry.
+    void apply_windowing(int selection, int center, int width, ZEV_Params* params);
+    static std::pair<float, float> translate_centerwidth_to_maxmin(std::pair<float, float> centerWidth);
+    static std::pair<float, float> translate_maxmin_to_centerwidth(std::pair<float, float> maxMin);
+    bool UpdateFromDDP(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* params, OBJ_Msg* ddpMsg, KIT_BaseParamsVec* vec);
     void set_default_colormap(_bstr_t uid, ZEV_Params* params, KIT_BaseParamsVec* vec);
     ZEV_ColorMap* read_color_map(OBJ_Msg* msg);
 

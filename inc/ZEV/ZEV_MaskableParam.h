@@ -8,8 +8,9 @@
 class ZEV_AbstractWindowingTable;
 class ZEV_Masks;
 
-/// Base of any parameter object that can play the part of a masked region: it makes a table, can be switched on and
-/// off, its region can be the outside of the mask's shape, and changes to the table and to the mask are counted apart.
+/// Base of any parameter object that can play the part of a masked region: it makes a table, can be switched
+/// on and off, its region can be the outside of the mask's shape, and changes to the table and to the mask
+/// are counted apart.
 class ZEV_API ZEV_MaskableParam : public KIT_BaseParams {
 public:
     ZEV_MaskableParam();
@@ -21,7 +22,8 @@ public:
     /// The base's assignment first, then flags and both counters.
     ZEV_MaskableParam& operator=(const ZEV_MaskableParam& other);
 
-    // ---- the region -------------------------------------------------------------------------------------------
+    // ---- the region
+    // -------------------------------------------------------------------------------------------
     bool GetActive() const;
     /// Marks a mask change when the value differs, else nothing.
     void SetActive(bool active);
@@ -29,15 +31,17 @@ public:
     /// Stores the flag and marks no change: regions are told before they are entered.
     void SetNegate(bool negate);
 
-    // ---- change counters --------------------------------------------------------------------------------------
+    // ---- change counters
+    // --------------------------------------------------------------------------------------
     int GetMaskCC() const;
     int GetTableCC() const;
     void SetTableCC(int count);
-    /// Advances the table counter, then the object's own count. The one way in which a change becomes visible to
-    /// whoever keeps a table.
+    /// Advances the table counter, then the object's own count. The one way in which a change becomes visible
+    /// to whoever keeps a table.
     void MarkTableChange();
 
-    // ---- what a region does -----------------------------------------------------------------------------------
+    // ---- what a region does
+    // -----------------------------------------------------------------------------------
     /// Enters the object into a mask set.
     virtual void ConvertToMasks(ZEV_Masks* masks, KIT_BaseParamsVec* vec) = 0;
     /// A new table, which the caller owns, or null.

@@ -16,20 +16,23 @@
 ///     width.Init(100);     // the image's value; the difference is replayed: 105
 ///     width.Reset();       // back to 100
 ///
-/// Init takes a value from the image and makes it the value to reset to, Set is an absolute change, Update a change by a
-/// difference. Limits, where a holder has them, apply to every change but a plain Init. Instantiated for int, float and
-/// bool; for bool the sum of a value and a difference is their logical or. Not locked.
+/// Init takes a value from the image and makes it the value to reset to, Set is an absolute change, Update a
+/// change by a difference. Limits, where a holder has them, apply to every change but a plain Init.
+/// Instantiated for int, float and bool; for bool the sum of a value and a difference is their logical or.
+/// Not locked.
 template <class T>
 class ZEV_ParamValue {
 public:
     ZEV_ParamValue() = default;
     ZEV_ParamValue(const ZEV_ParamValue&) = delete;
 
-    /// Takes value, initial value, initialisation and limits. The two flags about waiting and early values stay this
-    /// holder's own. A source with a list gives its contents; a source without one leaves this holder's list as it is.
+    /// Takes value, initial value, initialisation and limits. The two flags about waiting and early values
+    /// stay this holder's own. A source with a list gives its contents; a source without one leaves this
+    /// holder's list as it is.
     ZEV_ParamValue& operator=(const ZEV_ParamValue& other);
 
-    /// The value that the image gives. Not limited, unless differences were waiting: those are replayed on top.
+    /// The value that the image gives. Not limited, unless differences were waiting: those are replayed on
+    /// top.
     void Init(T value);
     /// An absolute change; drops the differences that wait. Returns whether the value changed.
     bool Set(T value);
@@ -39,25 +42,28 @@ public:
     bool Reset();
     /// Takes over what another holder has: its value if it is initialised, else what was done to it.
     void Absorb(const ZEV_ParamValue& other);
-    /// Applies the waiting differences in order of arrival, limiting after each. Returns whether the value changed.
+    /// Applies the waiting differences in order of arrival, limiting after each. Returns whether the value
+    /// changed.
     bool ReplayPending();
     /// Forgets the waiting differences; the list object stays.
     void ClearPending();
 
-    T m_Value = T();                            ///< the current value
-    std::unique_ptr<std::vector<T>> m_pPending;  ///< differences that arrived before Init, in order; made on first use
-    bool m_bInitialized = false;                ///< Init has happened
-    bool m_bHasPending = false;                 ///< an Update arrived before Init
-    bool m_bSetBeforeInit = false;              ///< the last Set came before Init
-    T m_Initial = T();                          ///< the value of the last Init
-    T m_Max = T();                              ///< upper limit
-    T m_Min = T();                              ///< lower limit
-    bool m_bHasLimits = false;                  ///< the limits apply
+    T m_Value = T();  ///< the current value
+    std::unique_ptr<std::vector<T>>
+        m_pPending;                 ///< differences that arrived before Init, in order; made on first use
+    bool m_bInitialized = false;    ///< Init has happened
+    bool m_bHasPending = false;     ///< an Update arrived before Init
+    bool m_bSetBeforeInit = false;  ///< the last Set came before Init
+    T m_Initial = T();              ///< the value of the last Init
+    T m_Max = T();                  ///< upper limit
+    T m_Min = T();                  ///< lower limit
+    bool m_bHasLimits = false;      ///< the limits apply
 
 private:
     /// Room that a new list reserves: 1000 numbers, or 32 words of 32 bits.
     static constexpr std::size_t kPendingRoom = std::is_same_v<T, bool> ? 32 * 32 : 1000;
 
+    void make_list();
     T clamp(T value) const;
     T sum(T value, T difference) const;
 };
@@ -72,7 +78,7 @@ ZEV_ParamValue<T>& ZEV_ParamValue<T>::operator=(const ZEV_ParamValue& other) {
     m_bHasLimits = other.m_bHasLimits;
     m_Initial = other.m_Initial;
     if (other.m_pPending) {
-        if (!m_pPending) m_pPending = std::make_unique<std::vector<T>>();
+        make_list();
         *m_pPending = *other.m_pPending;
     }
     return *this;
@@ -107,10 +113,7 @@ bool ZEV_ParamValue<T>::Update(T difference) {
         return m_Value != old;
     }
     m_bHasPending = true;
-    if (!m_pPending) {
-        m_pPending = std::make_unique<std::vector<T>>();
-        m_pPending->reserve(kPendingRoom);
-    }
+    make_list();
     m_pPending->push_back(difference);
     return false;
 }
@@ -142,7 +145,8 @@ void ZEV_ParamValue<T>::Absorb(const ZEV_ParamValue& other) {
     if (other.m_bHasPending && other.m_pPending) {
         // By index and count taken first, so that a holder may absorb itself.
         const std::size_t count = other.m_pPending->size();
-        for (std::size_t i = 0; i < count && i < other.m_pPending->size(); ++i) Update((*other.m_pPending)[i]);
+        for (std::size_t i = 0; i < count && i < other.m_pPending->size(); ++i)
+            Update((*other.m_pPending)[i]);
     }
 }
 
@@ -158,6 +162,13 @@ bool ZEV_ParamValue<T>::ReplayPending() {
 template <class T>
 void ZEV_ParamValue<T>::ClearPending() {
     if (m_pPending) m_pPending->clear();
+}
+
+template <class T>
+void ZEV_ParamValue<T>::make_list() {
+    if (m_pPending) return;
+    m_pPending = std::make_unique<std::vector<T>>();
+    m_pPending->reserve(kPendingRoom);
 }
 
 template <class T>

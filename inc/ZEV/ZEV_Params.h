@@ -16,9 +16,11 @@
 
 class DDPInfoVector;
 class OBJ_Msg;
+class SRC_IImageDataSource;
 class ZEV_ColorMap;
 
-/// How one monochrome image is to be presented: window, rescale, gamma, inversion, VOI LUT, padding, colour map.
+/// How one monochrome image is to be presented: window, rescale, gamma, inversion, VOI LUT, padding, colour
+/// map.
 ///
 ///     ZEV_Params params;
 ///     ZEV_Dicom().UpdateFromDicom(&msg, &raster, &params, nullptr, false, false, &vec);
@@ -26,19 +28,21 @@ class ZEV_ColorMap;
 ///     std::unique_ptr<ZEV_AbstractWindowingTable> table(
 ///         params.BuildTable(ZEV_TableParams(&vec, &context, &raster, &target, KIT_Rect())));
 ///
-/// Window values are whole numbers in modality units, that is after rescale; rescale is applied only when a table is
-/// built. `Init...` takes a value from the image and makes it the value to reset to, `Set...` is an absolute change,
-/// `Update...` a change by a difference. Arithmetic on window values saturates at the 32-bit ends. Whatever can change
-/// a table calls MarkTableChange; whoever keeps a table compares GetTableCC() with the count at which it was built. A new
-/// object's counters are above zero.
+/// Window values are whole numbers in modality units, that is after rescale; rescale is applied only when a
+/// table is built. `Init...` takes a value from the image and makes it the value to reset to, `Set...` is an
+/// absolute change, `Update...` a change by a difference. Arithmetic on window values saturates at the 32-bit
+/// ends. Whatever can change a table calls MarkTableChange; whoever keeps a table compares GetTableCC() with
+/// the count at which it was built. A new object's counters are above zero.
 ///
-/// An object is used by one thread at a time. Only the raster members have a lock; the VOI manager and the Pval are
-/// shared with copies by pointers whose counts are safe across threads. See docs/numeric.md for every rounding rule.
+/// An object is used by one thread at a time. Only the raster members have a lock; the VOI manager and the
+/// Pval are shared with copies by pointers whose counts are safe across threads. See docs/numeric.md for
+/// every rounding rule.
 class ZEV_API ZEV_Params : public ZEV_MaskableParam {
 public:
-    // ---- construction, copying, reset ---------------------------------------------------------------------------
-    /// The first object of the process reads two configuration keys; if that fails, _com_error passes out of that one
-    /// constructor, and later ones use the defaults without a further try.
+    // ---- construction, copying, reset
+    // ---------------------------------------------------------------------------
+    /// The first object of the process reads two configuration keys; if that fails, _com_error passes out of
+    /// that one constructor, and later ones use the defaults without a further try.
     ZEV_Params();
     /// A VOI LUT selection is run anew on the copy, so that its centre and width are the entry's.
     ZEV_Params(const ZEV_Params& other);
@@ -53,14 +57,16 @@ public:
     KIT_BaseParams* Clone() override;
     /// Lets the reference raster go, then ResetExceptRaster(true, true).
     void Reset();
-    /// Window, scale and inversion go back to their initial values, the output rectangle to 0. Gamma, rescale and padding
-    /// stay. With the first flag the colour map goes back to that of the saved presentation, else the image's own,
-    /// else none; with the second the default VOI LUT entry is selected, if the image has entries.
+    /// Window, scale and inversion go back to their initial values, the output rectangle to 0. Gamma, rescale
+    /// and padding stay. With the first flag the colour map goes back to that of the saved presentation, else
+    /// the image's own, else none; with the second the default VOI LUT entry is selected, if the image has
+    /// entries.
     void ResetExceptRaster(bool bResetColorMap, bool bResetVoiLutSelection);
     /// Inversion, width and centre have all had their Init.
     bool IsInitialized();
 
-    // ---- window -------------------------------------------------------------------------------------------------
+    // ---- window
+    // -------------------------------------------------------------------------------------------------
     int GetCenter();
     int GetWidth();
     int GetWindowMin();
@@ -93,13 +99,15 @@ public:
     /// Marks a table change, also when the mode stays.
     void SetMinMaxScaleMode(bool minMaxScaleMode);
 
-    // ---- what the saved presentation said when the image was opened -----------------------------------------------
+    // ---- what the saved presentation said when the image was opened
+    // -----------------------------------------------
     void SetOriginalCenterFromDP(int center);
     void SetOriginalWidthFromDP(int width);
     void SetOriginalInverseFromDP(bool inverse);
     bool IsOriginalParamFromDP() const;
 
-    // ---- rescale ------------------------------------------------------------------------------------------------
+    // ---- rescale
+    // ------------------------------------------------------------------------------------------------
     int GetRescaleIntercept();
     float GetRescaleSlope();
     bool IsRescaleInitialized();
@@ -110,9 +118,10 @@ public:
     bool GetUseRescale();
     void SetUseRescale(bool useRescale);
 
-    // ---- gamma and inversion --------------------------------------------------------------------------------------
-    /// Lowest and highest valid gamma, natural gamma, and half the width of the band in which two gammas count as
-    /// equal. The disabled marker is the smallest normal float.
+    // ---- gamma and inversion
+    // --------------------------------------------------------------------------------------
+    /// Lowest and highest valid gamma, natural gamma, and half the width of the band in which two gammas
+    /// count as equal. The disabled marker is the smallest normal float.
     static constexpr float kGammaLowest = 0.1f;
     static constexpr float kGammaHighest = 5.0f;
     static constexpr float kGammaNatural = 1.0f;
@@ -138,8 +147,8 @@ public:
     /// An invalid gamma (NaN among them) is dropped without a message; a valid one marks a table change.
     void SetGamma(float gamma);
     void UpdateGamma(float difference);
-    /// With true gamma goes back to its initial value, unmarked; with false nothing changes, since the marker is no
-    /// valid gamma: the routes that know no gamma do not read it.
+    /// With true gamma goes back to its initial value, unmarked; with false nothing changes, since the marker
+    /// is no valid gamma: the routes that know no gamma do not read it.
     void EnableGamma(bool enable);
 
     /// The table's ramp runs downward.
@@ -155,30 +164,34 @@ public:
     bool GetLutInverse();
     KIT_ChangeCounter GetInverseChangeCounter();
 
-    // ---- VOI LUT ------------------------------------------------------------------------------------------------
-    /// Takes a share of the manager; the object and its copies own it together. Null lets go. The selection stays.
+    // ---- VOI LUT
+    // ------------------------------------------------------------------------------------------------
+    /// Takes a share of the manager; the object and its copies own it together. Null lets go. The selection
+    /// stays.
     void SetVoiLutManager(Mapper_WindowingManager* manager);
     Mapper_WindowingManager* GetVoiLutManager();
     /// 0 without a manager.
     unsigned int GetVoiLutEntryCount();
     /// -1 for none.
     int GetVoiLutSelection() const;
-    /// Selects an entry of the manager and takes over its window, or none with -1, which brings gamma back to its initial
-    /// value. A selection out of range, or any without a manager, is ignored. Selecting the selected entry again applies
-    /// its window again.
+    /// Selects an entry of the manager and takes over its window, or none with -1, which brings gamma back to
+    /// its initial value. A selection out of range, or any without a manager, is ignored. Selecting the
+    /// selected entry again applies its window again.
     void SetVoiLutSelection(int selection, bool bMakeDefault);
     /// Takes ownership; null empties. The Pval already held stays as it is.
     void SetMapperPvLut(Mapper_Pval* pval);
     Mir_AutoPtrThread<Mapper_Pval> GetMapperPvLut();
     /// Gives the object a Pval that no other object shares.
     void CopyMyPval();
-    /// Rebuilds manager, window and Pval for another message of the same image. A bogus message leaves no Pval.
+    /// Rebuilds manager, window and Pval for another message of the same image. A bogus message leaves no
+    /// Pval.
     void ReplaceOBJMessage(OBJ_Msg* msg);
     /// Not owned; the caller keeps the message alive.
     OBJ_Msg* GetLastUpdatedMsg();
     void SetLastUpdatedMsg(OBJ_Msg* msg);
 
-    // ---- padding and highlight ----------------------------------------------------------------------------------
+    // ---- padding and highlight
+    // ----------------------------------------------------------------------------------
     static constexpr int kNoPadding = -100000;
 
     int GetPixelPaddingValue();
@@ -191,7 +204,8 @@ public:
     /// Writes both values whatever the answer; returns whether they were set. No table depends on them.
     bool GetHighlight(int* value1, int* value2);
 
-    // ---- colour map ---------------------------------------------------------------------------------------------
+    // ---- colour map
+    // ---------------------------------------------------------------------------------------------
     /// The map in use, or null. Not owned.
     ZEV_ColorMap* GetColorMap();
     ZEV_ColorMap* GetDicomColorMap();
@@ -199,42 +213,65 @@ public:
     /// The map that the saved presentation names; it becomes the one in use.
     void SetDPColorMap(ZEV_ColorMap* map);
     /// The map that the image brought; this object owns it from here on. It comes into use unless the saved
-    /// presentation named one or the configuration says otherwise. Called again, the earlier maps live on until the
-    /// object dies, so that no copy points at a deleted one.
+    /// presentation named one or the configuration says otherwise. Called again, the earlier maps live on
+    /// until the object dies, so that no copy points at a deleted one.
     void AddDicomColorMap(ZEV_ColorMap* map);
     void SetColorMapToDicomColorMap();
     bool GetChangeColorMapsOnAllDSTypes();
     void SetChangeColorMapsOnAllDSTypes(bool change);
 
-    // ---- raster -------------------------------------------------------------------------------------------------
-    /// A frozen copy passes a raster on to its live object first, so a live object must outlive its copies. With
-    /// ownership the object deletes the raster; copies share that duty.
+    // ---- raster
+    // -------------------------------------------------------------------------------------------------
+    /// A frozen copy passes a raster on to its live object first, so a live object must outlive its copies.
+    /// With ownership the object deletes the raster; copies share that duty.
     void SetReferenceRaster(KIT_Raster* raster, bool takeOwnership);
     /// The owned raster if there is one, else the one referred to; may be null.
     KIT_Raster* GetReferenceRaster();
     /// The same with the raster lock held until UnlockReferenceRaster, also when the result is null.
     KIT_Raster* LockReferenceRaster();
     void UnlockReferenceRaster();
-    /// Spread of the pixel values after rescale; -1 while it is not known.
+    /// Works the pixel range out, unless it is known: from the source's processed data, or, for a source that
+    /// has no such interface or is null, from samples of the reference raster between the columns `from` and
+    /// `to` (the whole width if they do not lie in it). Without a PALETTE raster of more than 12 bits the
+    /// range stays -1. _com_error when the source fails to answer.
+    void CalcPixelRange(SRC_IImageDataSource* source, int from, int to);
+    /// Spread of the pixel values after rescale; -1 while it is not known, negative also for a negative
+    /// slope.
     int GetPixelRange();
+    /// Whether automatic windowing is to show the full range: "windowing\always_window_full_range", read once
+    /// per process. A read that fails raises _com_error; later calls answer false without a further try.
+    bool ShouldUseFullRange();
 
-    // ---- freezing, drawing, comparing ---------------------------------------------------------------------------
+    // ---- freezing, drawing, comparing
+    // ---------------------------------------------------------------------------
+    /// Takes the live object's state; raster, output rectangle and highlight stay this copy's own. Does
+    /// nothing without a live object. The live object must not change meanwhile.
     void Freeze() override;
+    /// Lets the Pval go and hands the output rectangle to the live object: 0 for a copy without a raster.
     void Defrost() override;
+    /// Takes over what the other ZEV_Params has or was told, holder by holder; marks nothing. Null is
+    /// ignored.
     void Update(KIT_BaseParams* other) override;
+    /// Makes the objects between this one and params[count - 1], which the caller owns: params[0] is their
+    /// pattern, width and centre go in equal steps. False, with nothing made, when there is nothing to
+    /// interpolate, a count below 1, or either end is null.
     bool Interpolate(KIT_BaseParams** params, int count, KIT_BaseParamsVec* vec) override;
+    /// Whether width or centre differ; false for null.
     bool IsChanged(KIT_BaseParams* other) override;
     /// Only gamma forces the effect into the raster.
     bool IsBurnToRasterNeeded() override;
     void ConvertToMasks(ZEV_Masks* masks, KIT_BaseParamsVec* vec) override;
-    /// A new table for the source raster's pixels and the target raster's display values; the caller owns it. Null for
-    /// rasters, depths or modes that have no defined table. The object itself does not change.
+    /// A new table for the source raster's pixels and the target raster's display values; the caller owns it.
+    /// Null for rasters, depths or modes that have no defined table. The object itself does not change.
     ZEV_AbstractWindowingTable* BuildTable(ZEV_TableParams tableParams) override;
+    /// Records the output rectangle as it is given and passes the target raster through a print raster's LUT
+    /// inside it.
     void Finalize(ZEV_TableParams tableParams) override;
     void SetOutputRect(KIT_Rect& rect);
     void GetOutputRect(KIT_Rect& rect);
 
-    // ---- plain storage for callers --------------------------------------------------------------------------------
+    // ---- plain storage for callers
+    // --------------------------------------------------------------------------------
     bool GetFlagValuesByDicom();
     void SetFlagValuesByDicom(bool byDicom);
     void SetIsLocalizer();
@@ -244,7 +281,8 @@ public:
     float GetMaxDataValue();
     void SetMaxDataValue(float value);
 
-    // ---- virtual operations that this class adds, in slot order ---------------------------------------------------
+    // ---- virtual operations that this class adds, in slot order
+    // ---------------------------------------------------
     virtual ZEV_Params& operator=(const ZEV_Params& other);
     virtual bool GetWindowingChangedByUser();
     virtual void SetWindowingChangedByUser(bool changed);
@@ -255,8 +293,8 @@ public:
 
 protected:
     using ZEV_MaskableParam::copy_data;
-    /// What every way of copying takes over. Not taken: the LUT's direction, the output rectangle, the highlight, the VOI
-    /// manager and the selection. Marks nothing.
+    /// What every way of copying takes over. Not taken: the LUT's direction, the output rectangle, the
+    /// highlight, the VOI manager and the selection. Marks nothing.
     void copy_data(const ZEV_Params& other);
     void SetLutInverse(bool inverse);
 
@@ -278,7 +316,7 @@ private:
     ZEV_ParamValue<int> m_OriginalWidthFromDP;     ///< width of the saved presentation
     ZEV_ParamValue<int> m_OriginalCenterFromDP;    ///< centre of the saved presentation
     ZEV_ParamValue<bool> m_OriginalInverseFromDP;  ///< inversion of the saved presentation
-    ZEV_ParamValue<int> m_Width;                   ///< the only holder with limits: never negative once it was set
+    ZEV_ParamValue<int> m_Width;  ///< the only holder with limits: never negative once it was set
     ZEV_ParamValue<int> m_Center;
     ZEV_ParamValue<int> m_WindowMin;
     ZEV_ParamValue<int> m_WindowMax;
@@ -303,10 +341,10 @@ private:
     int m_HighlightValue2 = 0;
     Mir_AutoPtrThread<Mapper_Pval> m_Pval;  ///< shared with copies
     int m_PixelRange = -1;
-    KIT_Rect m_OutputRect;                ///< the rectangle last finalised
-    bool m_bPhotometricInverse = false;   ///< the photometric interpretation is itself inverted
-    bool m_bLutInverse = false;           ///< the selected table LUT runs downward
-    bool m_bUsePadding = false;           ///< tables treat padding pixels apart
+    KIT_Rect m_OutputRect;               ///< the rectangle last finalised
+    bool m_bPhotometricInverse = false;  ///< the photometric interpretation is itself inverted
+    bool m_bLutInverse = false;          ///< the selected table LUT runs downward
+    bool m_bUsePadding = false;          ///< tables treat padding pixels apart
     boost::shared_ptr<Mapper_WindowingManager> m_pVoiLutManager;  ///< shared with copies
     int m_VoiLutSelection = -1;
     int m_DefaultVoiLutSelection = 0;

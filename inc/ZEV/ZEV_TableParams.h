@@ -21,6 +21,6 @@ public:
     KIT_BaseParamsVec* m_pParamsVec;        ///< all parameter objects of the view
     GFX_GraphicContext* m_pGraphicContext;  ///< the drawing target: palette and number of output levels
     KIT_Raster* m_pSourceRaster;            ///< holds the pixel values: the table's input depth and sign
-    KIT_Raster* m_pTargetRaster;            ///< receives the display values: the table's output depth and mode
-    KIT_Rect m_OutputRect;                  ///< the output rectangle
+    KIT_Raster* m_pTargetRaster;  ///< receives the display values: the table's output depth and mode
+    KIT_Rect m_OutputRect;        ///< the output rectangle
 };

@@ -16,8 +16,9 @@
 ///     auto* t = dynamic_cast<ZEV_WindowingTable<short, unsigned char>*>(table.get());
 ///     display = t->GetTable()[pixel];           // a signed pixel may be negative
 ///
-/// The base hides the types from whoever only hands tables around; a mask's run carries one as its KIT_Mask::Data, which
-/// converts back with static_cast. Tables are not copied; each has one owner, who deletes it through this base.
+/// The base hides the types from whoever only hands tables around; a mask's run carries one as its
+/// KIT_Mask::Data, which converts back with static_cast. Tables are not copied; each has one owner, who
+/// deletes it through this base.
 class ZEV_API ZEV_AbstractWindowingTable : public KIT_Mask::Data {
 public:
     ZEV_AbstractWindowingTable() = default;
@@ -25,27 +26,29 @@ public:
     ZEV_AbstractWindowingTable& operator=(const ZEV_AbstractWindowingTable&) { return *this; }
 
     virtual ~ZEV_AbstractWindowingTable();
-    /// Makes pixel value 0 read the entry `offset` places behind the first. Counted from the first entry each time.
+    /// Makes pixel value 0 read the entry `offset` places behind the first. Counted from the first entry each
+    /// time.
     virtual void SetOrigin(int offset) = 0;
     /// Number of entries by the input type (256 or 65536), not by the raster's real depth; -1 in the base.
     virtual int GetSize();
 
-    /// A new table, all entries 0, for bits per pixel by bands: below 9, 9 to 16, 17 to 32. The caller owns it. The sign
-    /// concerns the input type only. Null, with a log line, for a depth of 33 or more; null when there is no memory
-    /// for the object. A 32-bit input gives a table without entries.
+    /// A new table, all entries 0, for bits per pixel by bands: below 9, 9 to 16, 17 to 32. The caller owns
+    /// it. The sign concerns the input type only. Null, with a log line, for a depth of 33 or more; null when
+    /// there is no memory for the object. A 32-bit input gives a table without entries.
     static ZEV_AbstractWindowingTable* CreateByDepthsAndSigns(int inputDepth, int outputDepth, bool isSigned);
 };
 
-/// The table for pixels of type In (8, 16 or 32 bits, signed or not) and display values of type Out (unsigned).
-/// A raster of fewer bits than In fills the first 1 << bits entries; the others stay 0. For signed pixels the origin
-/// lies in the middle of the filled range.
+/// The table for pixels of type In (8, 16 or 32 bits, signed or not) and display values of type Out
+/// (unsigned). A raster of fewer bits than In fills the first 1 << bits entries; the others stay 0. For
+/// signed pixels the origin lies in the middle of the filled range.
 template <class In, class Out>
 class ZEV_API ZEV_WindowingTable : public ZEV_AbstractWindowingTable {
 public:
     /// How a new table's storage is treated.
     enum class Storage {
         PrivateHeap,       ///< from the host's recycling heap, all entries 0
-        PrivateHeapUnset,  ///< the same, contents undefined: whoever asks fills every entry before anybody reads
+        PrivateHeapUnset,  ///< the same, contents undefined: whoever asks fills every entry before anybody
+                           ///< reads
         Ordinary           ///< from array new, all entries 0
     };
 
@@ -100,7 +103,8 @@ void ZEV_WindowingTable<In, Out>::SetOrigin(int offset) {
 
 /// Calls X(In, Out) for the 18 pairs.
 #define ZEV_FOR_EACH_TABLE_INPUT(X, Out) \
-    X(signed char, Out) X(unsigned char, Out) X(short, Out) X(unsigned short, Out) X(int, Out) X(unsigned int, Out)
+    X(signed char, Out)                  \
+    X(unsigned char, Out) X(short, Out) X(unsigned short, Out) X(int, Out) X(unsigned int, Out)
 #define ZEV_FOR_EACH_TABLE(X)                  \
     ZEV_FOR_EACH_TABLE_INPUT(X, unsigned char) \
     ZEV_FOR_EACH_TABLE_INPUT(X, unsigned short) ZEV_FOR_EACH_TABLE_INPUT(X, unsigned int)

@@ -20,8 +20,8 @@ int hex_digit(char c) {
 
 bool is_blank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
-/// Base 16 by the rules of strtol with a 32-bit long, whatever the width of this system's long: leading blanks, a sign, "0x",
-/// then digits up to the first other character. Saturates; no digits give 0.
+/// Base 16 by the rules of strtol with a 32-bit long, whatever the width of this system's long: leading
+/// blanks, a sign, "0x", then digits up to the first other character. Saturates; no digits give 0.
 int parse_color(const char* text) {
     if (text == nullptr) return 0;
     while (is_blank(*text)) ++text;
@@ -69,7 +69,8 @@ void ZEV_ColorMap::CreateTable() {
     if (begin != m_controlPoints.begin() || end != m_controlPoints.end()) {
         ZEV_LOG(function, zev::kLogError, "Control points outside 0.0 to 1.0 are left out\n");
     }
-    const int resolution = m_outputResolution >= 1 && m_outputResolution <= kTableSize ? m_outputResolution : kTableSize;
+    const int resolution =
+        m_outputResolution >= 1 && m_outputResolution <= kTableSize ? m_outputResolution : kTableSize;
 
     KIT_Color work[kTableSize];
     const float scale = static_cast<float>(resolution - 1);

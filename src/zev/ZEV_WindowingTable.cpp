@@ -11,8 +11,9 @@ ZEV_AbstractWindowingTable::~ZEV_AbstractWindowingTable() = default;
 
 int ZEV_AbstractWindowingTable::GetSize() { return -1; }
 
-ZEV_AbstractWindowingTable* ZEV_AbstractWindowingTable::CreateByDepthsAndSigns(int inputDepth, int outputDepth,
-                                                                              bool isSigned) {
+ZEV_AbstractWindowingTable* ZEV_AbstractWindowingTable::CreateByDepthsAndSigns(int inputDepth,
+                                                                               int outputDepth,
+                                                                               bool isSigned) {
     if (inputDepth >= 33 || outputDepth >= 33) {
         ZEV_LOG("ZEV_AbstractWindowingTable::CreateByDepthsAndSigns", zev::kLogError,
                 "Request for creating an unsupported table\n");

@@ -26,6 +26,7 @@
 #include "zev_log.h"
 #include "zev_numeric.h"
 #include "zev_once.h"
+#include "zev_raster_lock.h"
 #include "zev_voi.h"
 
 std::map<SPC_Modality::MODALITY, bool> ZEV_Dicom::s_MinMaxScaleDefaults;
@@ -36,22 +37,6 @@ namespace {
 /// The window of an image that brings none and cannot be measured.
 constexpr int kFallbackCenter = 1000;
 constexpr int kFallbackWidth = 4095;
-
-/// Holds a raster's lock; it goes last of all, also when an exception passes.
-class RasterLock {
-public:
-    explicit RasterLock(KIT_Raster* raster) : m_pRaster(raster) {
-        if (m_pRaster != nullptr) m_pRaster->Lock();
-    }
-    ~RasterLock() {
-        if (m_pRaster != nullptr) m_pRaster->Unlock();
-    }
-    RasterLock(const RasterLock&) = delete;
-    RasterLock& operator=(const RasterLock&) = delete;
-
-private:
-    KIT_Raster* m_pRaster;
-};
 
 /// A padding attribute's 16 bits, signed or not; false when it is absent or empty.
 bool read_padding(OBJ_Msg& msg, unsigned tagNumber, bool isSigned, int& padding) {
@@ -106,7 +91,7 @@ int ZEV_Dicom::UpdateFromDicom(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* par
     }
     bool valuesByDicom = params->GetFlagValuesByDicom();
     const bool bAllowWindowingChange = bForce || (!valuesByDicom && params->GetOriginal());
-    const RasterLock lock(raster);
+    const zev::RasterLock lock(raster);
 
     const zev::Rescale rescale = zev::ReadRescale(*msg);
     params->SetRescaleIntercept(rescale.intercept);
@@ -157,8 +142,8 @@ int ZEV_Dicom::UpdateFromDicom(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* par
 
     // Window.
     if (manager != nullptr && !manager->m_Entries.empty()) {
-        Mapper_VOILut* const lut = manager->CreateDicomVOILut(manager->m_Entries[0], zev::kVoiMaxOutput,
-                                                              zev::kVoiLutKeptByManager);
+        Mapper_VOILut* const lut =
+            manager->CreateDicomVOILut(manager->m_Entries[0], zev::kVoiMaxOutput, zev::kVoiLutKeptByManager);
         if (lut == nullptr) {
             // The plain attributes, whether or not this call may change the window.
             if (msg->Get(centerTag) != nullptr) params->InitCenter(zev::FirstInt(*msg, centerTag, 0));
@@ -249,8 +234,8 @@ int ZEV_Dicom::UpdateFromDicom(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* par
         params->SetMapperPvLut(pval.release());
     }
 
-    ZEV_LOG(function, zev::kLogValues, "vec=%ls, bAllowWindowingChange=%d\n", vec == nullptr ? L"" : vec->GetName(),
-            bAllowWindowingChange ? 1 : 0);
+    ZEV_LOG(function, zev::kLogValues, "vec=%ls, bAllowWindowingChange=%d\n",
+            vec == nullptr ? L"" : vec->GetName(), bAllowWindowingChange ? 1 : 0);
 
     if (bAllowWindowingChange) UpdateFromDDP(msg, raster, params, ddpMsg, vec);
 
@@ -261,7 +246,8 @@ int ZEV_Dicom::UpdateFromDicom(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* par
         params->AddDicomColorMap(map);
     } else if (modalityParams != nullptr && params->GetColorMap() == nullptr) {
         const auto* const keyImage = zev::Find<Dicom_CS>(*msg, Dicom_Dictionary::MIREL_KEY_IMAGE);
-        const bool plainKeyImage = keyImage != nullptr && *keyImage != CS_NULL && zev::Equals(keyImage, "Y") &&
+        const bool plainKeyImage = keyImage != nullptr && *keyImage != CS_NULL &&
+                                   zev::Equals(keyImage, "Y") &&
                                    msg->Get(Dicom_Tag(zev::tag::kContentDescription, nullptr)) == nullptr;
         if (!plainKeyImage && !params->GetColormapChangedByUser()) {
             const auto uid = s_DefaultColorMaps.find(modalityParams->GetModality());
@@ -274,8 +260,7 @@ int ZEV_Dicom::UpdateFromDicom(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* par
     return 0;
 }
 
-// Saved display parameters, colour maps by identity, palettes and automatic windowing have no source here yet.
-void ZEV_Dicom::apply_auto_windowing(KIT_Raster*, OBJ_Msg*, float, int, ZEV_Params*) {}
+// Saved display parameters and colour maps by identity have no source here yet.
 bool ZEV_Dicom::UpdateFromDDP(OBJ_Msg*, KIT_Raster*, ZEV_Params*, OBJ_Msg*, KIT_BaseParamsVec*) { return true; }
 void ZEV_Dicom::set_default_colormap(_bstr_t, ZEV_Params*, KIT_BaseParamsVec*) {}
 ZEV_ColorMap* ZEV_Dicom::read_color_map(OBJ_Msg*) { return nullptr; }

@@ -44,6 +44,8 @@ bool IsMonochrome(const Dicom_CS& photometric) {
     return photometric == OBJ_Image::MONOCHROME2 || IsMonochrome1(photometric);
 }
 
-bool Equals(const Dicom_CS* value, const char* text) { return value != nullptr && *value == Dicom_CS(text, nullptr); }
+bool Equals(const Dicom_CS* value, const char* text) {
+    return value != nullptr && *value == Dicom_CS(text, nullptr);
+}
 
 }  // namespace zev

@@ -46,7 +46,8 @@ float NarrowToFloat(double value);
 /// The value as text.
 _bstr_t TextOf(const Dicom_Type& value);
 
-/// RescaleIntercept truncated and RescaleSlope narrowed, 0 and 1.0 where they have no value. `complete`: both have one.
+/// RescaleIntercept truncated and RescaleSlope narrowed, 0 and 1.0 where they have no value. `complete`: both
+/// have one.
 struct Rescale {
     int intercept = 0;
     float slope = 1.0f;

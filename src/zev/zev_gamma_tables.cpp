@@ -18,18 +18,20 @@ constexpr int kNaturalSlot = 9;
 using Gamma8 = ZEV_WindowingTable<unsigned char, unsigned char>;
 using Gamma16 = ZEV_WindowingTable<unsigned short, unsigned short>;
 
-/// Slot = table index * 50 + gamma index; table index 0 is 8 bits, 1 is 16. A slot is filled once and never freed: whoever holds a table
-/// may read it until the process ends.
+/// Slot = table index * 50 + gamma index; table index 0 is 8 bits, 1 is 16. A slot is filled once and never
+/// freed: whoever holds a table may read it until the process ends.
 std::atomic<ZEV_AbstractWindowingTable*> g_GammaTables[2 * kGammaSlots];
 
-/// top * (i / top) ^ gamma, nearest. The power is taken in double and rounded to float, since the C libraries' own float
-/// powers differ in the last bit; the product with top is rounded to float before 0.5 is added in double.
+/// top * (i / top) ^ gamma, nearest. The power is taken in double and rounded to float, since the C
+/// libraries' own float powers differ in the last bit; the product with top is rounded to float before 0.5 is
+/// added in double.
 template <class Entry>
 void fill_power(Entry* table, int top, float gamma) {
     const float scale = static_cast<float>(top);
     for (int i = 0; i <= top; ++i) {
         const float base = static_cast<float>(i) / scale;
-        const float power = static_cast<float>(std::pow(static_cast<double>(base), static_cast<double>(gamma)));
+        const float power =
+            static_cast<float>(std::pow(static_cast<double>(base), static_cast<double>(gamma)));
         table[i] = static_cast<Entry>(zev::TruncToInt(static_cast<double>(power * scale) + 0.5));
     }
 }
@@ -67,7 +69,8 @@ ZEV_AbstractWindowingTable* ZEV_Params::TableCreator::GetGammaTable() {
     int gammaIndex = zev::Subtract(zev::TruncToInt(static_cast<double>(m_Gamma * 10.0f) + 0.5), 1);
     float gamma = m_Gamma;
     if (gammaIndex < 0 || gammaIndex >= kGammaSlots) {
-        ZEV_LOG("ZEV_Params::TableCreator::GetGammaTable", zev::kLogAssertion, "Assertion Failed: <%s>, Aborting.\n",
+        ZEV_LOG("ZEV_Params::TableCreator::GetGammaTable", zev::kLogAssertion,
+                "Assertion Failed: <%s>, Aborting.\n",
                 "(gamma_index < 50 && table_index < 2) && \"Gamma table index out of bound.\n\"");
         if (m_Gamma == kGammaDisabled || m_Gamma != m_Gamma) {
             gammaIndex = kNaturalSlot;

@@ -3,11 +3,11 @@
 #include <MIR/Mir_LogFile.h>
 
 /// Every line of the library: the arguments are prepared only if the line will be written.
-#define ZEV_LOG(function, level, ...)                                                               \
-    do {                                                                                            \
-        if (MirGLog.StoreParams(__FILE__, function, __LINE__, level, zev::kLogModule, 1) != 0) {    \
-            MirGLog.Log(__VA_ARGS__);                                                               \
-        }                                                                                           \
+#define ZEV_LOG(function, level, ...)                                                            \
+    do {                                                                                         \
+        if (MirGLog.StoreParams(__FILE__, function, __LINE__, level, zev::kLogModule, 1) != 0) { \
+            MirGLog.Log(__VA_ARGS__);                                                            \
+        }                                                                                        \
     } while (false)
 
 namespace zev {

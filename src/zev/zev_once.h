@@ -5,8 +5,8 @@
 
 namespace zev {
 
-/// Runs something once per process. A run that throws counts: it is not tried again, unlike std::call_once. Callers that
-/// arrive while the first one runs wait for its end.
+/// Runs something once per process. A run that throws counts: it is not tried again, unlike std::call_once.
+/// Callers that arrive while the first one runs wait for its end.
 class OnlyOnce {
 public:
     template <class Action>

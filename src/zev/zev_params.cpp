@@ -36,7 +36,8 @@ void ZEV_Params::read_defaults_once() {
     static zev::OnlyOnce once;
     once.Run([] {
         PRM_ITreePtr tree(CLSID_PRM_Tree);
-        m_bDefaultMinMaxScaleMode = tree->GetIntDefault(L"GRA\\zev_scale_presentation\\min_max_scale", 0) != 0;
+        m_bDefaultMinMaxScaleMode =
+            tree->GetIntDefault(L"GRA\\zev_scale_presentation\\min_max_scale", 0) != 0;
         m_bAutoSetDicomColormap = tree->GetIntDefault(L"colormaps\\auto_set_dicom_colormap", 1) != 0;
     });
 }
@@ -150,7 +151,8 @@ void ZEV_Params::ResetExceptRaster(bool bResetColorMap, bool bResetVoiLutSelecti
     m_WindowMaxScale.Reset();
     m_WindowMinScale.Reset();
     m_OutputRect = KIT_Rect();
-    if (bResetVoiLutSelection && GetVoiLutEntryCount() != 0) SetVoiLutSelection(m_DefaultVoiLutSelection, false);
+    if (bResetVoiLutSelection && GetVoiLutEntryCount() != 0)
+        SetVoiLutSelection(m_DefaultVoiLutSelection, false);
     MarkTableChange();
     m_InverseChangeCounter.MarkChange();
     if (bResetColorMap) {

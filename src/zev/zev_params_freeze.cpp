@@ -38,6 +38,7 @@ void ZEV_Params::Defrost() {
 }
 
 void ZEV_Params::Update(KIT_BaseParams* other) {
+    if (other == nullptr) return;
     const ZEV_Params& source = *static_cast<const ZEV_Params*>(other);
     m_Width.Absorb(source.m_Width);
     m_Center.Absorb(source.m_Center);
@@ -63,6 +64,7 @@ bool ZEV_Params::Interpolate(KIT_BaseParams** params, int count, KIT_BaseParamsV
         return false;
     }
     if (n <= 1) return true;
+    if (params[0] == nullptr) return false;
     float width = static_cast<float>(GetWidth());
     float center = static_cast<float>(GetCenter());
     for (int i = 1; i <= count - 2; ++i) {
@@ -116,6 +118,10 @@ void ZEV_Params::SetDPColorMap(ZEV_ColorMap* map) {
 }
 
 void ZEV_Params::AddDicomColorMap(ZEV_ColorMap* map) {
+    // One of the earlier maps may come back.
+    m_ReplacedDicomColorMaps.erase(
+        std::remove(m_ReplacedDicomColorMaps.begin(), m_ReplacedDicomColorMaps.end(), map),
+        m_ReplacedDicomColorMaps.end());
     if (m_bOwnsDicomColorMap && m_pDicomColorMap != nullptr && m_pDicomColorMap != map) {
         // Copies may point at it.
         m_ReplacedDicomColorMaps.push_back(m_pDicomColorMap);

@@ -2,8 +2,12 @@
 
 #include <ZEV/ZEV_Params.h>
 
-bool ZEV_Params::IsGamma1LargerThanGamma2(float gamma1, float gamma2) { return gamma1 > gamma2 - kGammaTolerance; }
-bool ZEV_Params::IsGamma1SmallerThanGamma2(float gamma1, float gamma2) { return gamma2 + kGammaTolerance > gamma1; }
+bool ZEV_Params::IsGamma1LargerThanGamma2(float gamma1, float gamma2) {
+    return gamma1 > gamma2 - kGammaTolerance;
+}
+bool ZEV_Params::IsGamma1SmallerThanGamma2(float gamma1, float gamma2) {
+    return gamma2 + kGammaTolerance > gamma1;
+}
 
 bool ZEV_Params::IsValidGamma(float gamma) {
     return IsGamma1LargerThanGamma2(gamma, kGammaLowest) && IsGamma1SmallerThanGamma2(gamma, kGammaHighest) &&
@@ -17,7 +21,9 @@ bool ZEV_Params::GammaLargerThan(float gamma) { return IsGamma1LargerThanGamma2(
 bool ZEV_Params::GammaSmallerThan(float gamma) { return IsGamma1SmallerThanGamma2(gamma, GetGamma()); }
 bool ZEV_Params::GammaIsEqualTo(float gamma) { return GammaLargerThan(gamma) && GammaSmallerThan(gamma); }
 bool ZEV_Params::IsGammaDisabled() { return GetGamma() == kGammaDisabled; }
-bool ZEV_Params::GammaExistAndNotNaturalValue() { return !IsGammaDisabled() && !GammaIsEqualTo(kGammaNatural); }
+bool ZEV_Params::GammaExistAndNotNaturalValue() {
+    return !IsGammaDisabled() && !GammaIsEqualTo(kGammaNatural);
+}
 
 void ZEV_Params::InitGamma(float gamma) { m_Gamma.Init(gamma); }
 

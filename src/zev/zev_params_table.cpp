@@ -25,8 +25,8 @@ constexpr double kPaletteMargin = 0.01;
 /// m_PixelFormat of a true colour raster.
 constexpr int kTrueColorFormat = 1;
 
-/// Entries that a fill writes. Beyond 16 bits no table holds them; such depths are refused before one is filled, and the 1 only
-/// keeps them from passing for an empty raster.
+/// Entries that a fill writes. Beyond 16 bits no table holds them; such depths are refused before one is
+/// filled, and the 1 only keeps them from passing for an empty raster.
 int table_size_of(int depth) {
     if (depth < 0) return 0;
     return depth <= 16 ? 1 << depth : 1;
@@ -104,7 +104,8 @@ ZEV_AbstractWindowingTable* ZEV_Params::BuildTable(ZEV_TableParams tableParams) 
         }
         if (entry != nullptr) {
             if (creator.m_Pval) creator.m_Pval->SetWindowingType(*m_pVoiLutManager, entry);
-            if (entry->m_FunctionCode == zev::kFunctionSigmoid || entry->m_FunctionCode == zev::kFunctionTable) {
+            if (entry->m_FunctionCode == zev::kFunctionSigmoid ||
+                entry->m_FunctionCode == zev::kFunctionTable) {
                 const int levels = context->GetOutputLevels() < 1 ? 256 : context->GetOutputLevels();
                 Mapper_VOILut* const lut =
                     m_pVoiLutManager->CreateDicomVOILut(entry, levels - 1, zev::kVoiLutKeptByManager);
@@ -124,7 +125,8 @@ ZEV_AbstractWindowingTable* ZEV_Params::BuildTable(ZEV_TableParams tableParams) 
         storedWidth = zev::TruncToInt(std::fabs(static_cast<float>(width) / slope));
         storedMin = to_stored(windowMin, intercept, slope);
         storedMax = to_stored(windowMax, intercept, slope);
-        // Stored values run against modality values: the ramp is reversed in this build, the object stays as it is.
+        // Stored values run against modality values: the ramp is reversed in this build, the object stays as
+        // it is.
         if (slope < 0.0f) inverse = !inverse;
     }
     if (!GetMinMaxScaleMode()) {
@@ -138,8 +140,8 @@ ZEV_AbstractWindowingTable* ZEV_Params::BuildTable(ZEV_TableParams tableParams) 
 ZEV_Params::TableCreator::~TableCreator() = default;
 
 ZEV_AbstractWindowingTable* ZEV_Params::TableCreator::PrepareWindowingTable(int windowMin, int windowMax,
-                                                                           bool inverse, bool isSigned,
-                                                                           ZEV_ColorMap* colorMap) {
+                                                                            bool inverse, bool isSigned,
+                                                                            ZEV_ColorMap* colorMap) {
     if (m_TableSize == 0) return nullptr;
     m_Signed = isSigned;
     m_Inverse = inverse;
@@ -169,9 +171,10 @@ ZEV_AbstractWindowingTable* ZEV_Params::TableCreator::PrepareWindowingTable(int 
     return table.release();
 }
 
-ZEV_AbstractWindowingTable* ZEV_Params::TableCreator::CopyWindowingTable(Mapper_VOILut* lut, int center, int width,
-                                                                        bool inverse, bool isSigned,
-                                                                        ZEV_ColorMap* colorMap) {
+ZEV_AbstractWindowingTable* ZEV_Params::TableCreator::CopyWindowingTable(Mapper_VOILut* lut, int center,
+                                                                         int width, bool inverse,
+                                                                         bool isSigned,
+                                                                         ZEV_ColorMap* colorMap) {
     if (m_TableSize == 0) return nullptr;
     m_Center = center;
     m_Width = width;
@@ -181,8 +184,8 @@ ZEV_AbstractWindowingTable* ZEV_Params::TableCreator::CopyWindowingTable(Mapper_
     m_Signed = isSigned;
     std::unique_ptr<ZEV_AbstractWindowingTable> table;
     if (has_defined_table(false)) {
-        // Without a LUT nobody writes an entry.
-        table.reset(create_table_to_fill(m_InputDepth, m_OutputDepth, isSigned, lut == nullptr ? 0 : m_TableSize));
+        // The LUT is the host's: what it does not write stays 0.
+        table.reset(create_table_to_fill(m_InputDepth, m_OutputDepth, isSigned, 0));
         if (table == nullptr && m_InputDepth < 33 && m_OutputDepth < 33) return nullptr;
     }
     if (table == nullptr) {
@@ -205,10 +208,10 @@ ZEV_Params::TableCreator::Mode ZEV_Params::TableCreator::mode() const {
 
 bool ZEV_Params::TableCreator::has_pval_lut() const { return m_Pval && m_Pval->HasPvalLut(); }
 
-/// A 32-bit input has no entries to fill. Levels go through a gamma table, which exists for 8 bits and for 9 to 16; a depth
-/// of 33 or more is left to the factory, which says so itself.
+/// A 32-bit input has no entries to fill. Levels go through a gamma table, which exists for 8 bits and for 9
+/// to 16; a depth of 33 or more is left to the factory, which says so itself.
 bool ZEV_Params::TableCreator::has_defined_table(bool byRamp) const {
-    if (m_InputDepth >= 17 && m_InputDepth <= 32) return false;
+    if (m_InputDepth >= 17) return m_InputDepth >= 33;
     const bool needsGammaOfDepth = byRamp && mode() == Mode::Levels && !has_pval_lut();
     return !needsGammaOfDepth || (m_OutputDepth >= 8 && (m_OutputDepth <= 16 || m_OutputDepth >= 33));
 }
@@ -226,7 +229,8 @@ void ZEV_Params::TableCreator::emit_all(Out* entries) const {
         }
         return;
     }
-    for (int level = 0; level < 256; ++level) entries[level] = zev::RepeatByte<Out>(static_cast<unsigned char>(level));
+    for (int level = 0; level < 256; ++level)
+        entries[level] = zev::RepeatByte<Out>(static_cast<unsigned char>(level));
 }
 
 template <class In, class Out>
@@ -236,9 +240,15 @@ void ZEV_Params::TableCreator::FillFromWindow() {
     if (entries == nullptr) return;
     const zev::Ramp ramp = zev::ResolveRamp(m_TableSize, m_NormalizedMin, m_NormalizedMax);
     switch (mode()) {
-        case Mode::TrueColor: fill_true_color(entries, ramp); break;
-        case Mode::Palette: fill_palette(entries, ramp); break;
-        case Mode::Levels: fill_levels(entries, ramp); break;
+        case Mode::TrueColor:
+            fill_true_color(entries, ramp);
+            break;
+        case Mode::Palette:
+            fill_palette(entries, ramp);
+            break;
+        case Mode::Levels:
+            fill_levels(entries, ramp);
+            break;
     }
     if (m_Signed) m_pTable->SetOrigin(m_TableSize / 2);
     if (m_UsePadding) blank_padding(entries);
@@ -314,12 +324,13 @@ void ZEV_Params::TableCreator::fill_levels(Out* table, const zev::Ramp& ramp) {
         for (int i = ramp.lo; i < ramp.hi; ++i) {
             // In the width of the entry.
             const unsigned level = lut[i];
-            table[i] = static_cast<Out>(flip ? static_cast<unsigned>(high) - level + static_cast<unsigned>(low)
-                                             : static_cast<unsigned>(low) + level);
+            table[i] =
+                static_cast<Out>(flip ? static_cast<unsigned>(high) - level + static_cast<unsigned>(low)
+                                      : static_cast<unsigned>(low) + level);
         }
     } else if constexpr (sizeof(Out) <= 2) {
-        // Upwards the levels are added from the bottom, downwards taken from the top, with the same rounding. The product
-        // with a negative span differs from the other only in its sign.
+        // Upwards the levels are added from the bottom, downwards taken from the top, with the same rounding.
+        // The product with a negative span differs from the other only in its sign.
         const bool down = to < from;
         const int span = zev::SaturateToInt(std::abs(std::int64_t{to} - from));
         ZEV_AbstractWindowingTable* const gammaTable = GetGammaTable();
@@ -352,14 +363,16 @@ void ZEV_Params::TableCreator::fill_levels(Out* table, const zev::Ramp& ramp) {
     zev::FillAbove(table, ramp, static_cast<Out>(to));
 }
 
-/// Every entry of a padding pixel becomes a plain 0. Padding is told in pixel values; the range is cut to the table first.
+/// Every entry of a padding pixel becomes a plain 0. Padding is told in pixel values; the range is cut to the
+/// table first.
 template <class Out>
 void ZEV_Params::TableCreator::blank_padding(Out* table) const {
     const int first = m_Signed ? m_TableSize / 2 : 0;
     const std::int64_t lowest = std::int64_t{std::min(m_PaddingValue, m_PaddingLimit)} + first;
     const std::int64_t highest = std::int64_t{std::max(m_PaddingValue, m_PaddingLimit)} + first;
     const std::int64_t from = std::max<std::int64_t>(lowest, 0);
-    const std::int64_t end = std::min<std::int64_t>(highest, std::int64_t{m_Signed ? 2 * first : m_TableSize} - 1);
+    const std::int64_t end =
+        std::min<std::int64_t>(highest, std::int64_t{m_Signed ? 2 * first : m_TableSize} - 1);
     if (from <= end) std::fill(table + from, table + end + 1, Out{0});
 }
 

@@ -37,7 +37,8 @@ void ZEV_Params::SetVoiLutSelection(int selection, bool bMakeDefault) {
         return;
     }
     const Mapper_WindowingEntry* entry = m_pVoiLutManager->m_Entries[static_cast<std::size_t>(selection)];
-    Mapper_VOILut* lut = m_pVoiLutManager->CreateDicomVOILut(entry, zev::kVoiMaxOutput, zev::kVoiLutKeptByManager);
+    Mapper_VOILut* lut =
+        m_pVoiLutManager->CreateDicomVOILut(entry, zev::kVoiMaxOutput, zev::kVoiLutKeptByManager);
     if (lut != nullptr) {
         SetCenter(zev::TruncToInt(lut->GetVOICenter()));
         SetWidth(zev::TruncToInt(lut->GetVOIWidth()));
@@ -74,10 +75,14 @@ void ZEV_Params::CopyMyPval() {
     ZEV_LOG(function, zev::kLogTrace, "CopyMyPval - pval found\n");
     if (m_Pval->HasPvalLut()) {
         ZEV_LOG(function, zev::kLogTrace, "CopyMyPval - pval params are:\n");
-        ZEV_LOG(function, zev::kLogTrace, "CopyMyPval - lut input count is:%d \n", m_Pval->GetLutInputCount());
-        ZEV_LOG(function, zev::kLogTrace, "CopyMyPval - lut input first is:%d \n", m_Pval->GetLutInputFirst());
-        ZEV_LOG(function, zev::kLogTrace, "CopyMyPval - has lut value is:%d \n", m_Pval->HasPvalLut() ? 1 : 0);
-        ZEV_LOG(function, zev::kLogTrace, "CopyMyPval - is lut reversing:%d \n", m_Pval->IsLutReversing() ? 1 : 0);
+        ZEV_LOG(function, zev::kLogTrace, "CopyMyPval - lut input count is:%d \n",
+                m_Pval->GetLutInputCount());
+        ZEV_LOG(function, zev::kLogTrace, "CopyMyPval - lut input first is:%d \n",
+                m_Pval->GetLutInputFirst());
+        ZEV_LOG(function, zev::kLogTrace, "CopyMyPval - has lut value is:%d \n",
+                m_Pval->HasPvalLut() ? 1 : 0);
+        ZEV_LOG(function, zev::kLogTrace, "CopyMyPval - is lut reversing:%d \n",
+                m_Pval->IsLutReversing() ? 1 : 0);
         ZEV_LOG(function, zev::kLogTrace, "CopyMyPval - is paic:%d \n", m_Pval->isPaic() ? 1 : 0);
     } else {
         ZEV_LOG(function, zev::kLogTrace, "CopyMyPval - no pValLut value found in the PVal params\n");
@@ -95,20 +100,19 @@ void ZEV_Params::ReplaceOBJMessage(OBJ_Msg* msg) {
     fresh->Init();
     SetVoiLutManager(fresh.release());
     m_pLastUpdatedMsg = msg;
+    // No Pval is built for what is no image, and the old message's would not match.
+    if (bogus) SetMapperPvLut(nullptr);
     if (!GetOriginal() || GetVoiLutEntryCount() == 0) return;
 
-    Mapper_VOILut* lut = m_pVoiLutManager->CreateDicomVOILut(m_pVoiLutManager->m_Entries[0], zev::kVoiMaxOutput,
-                                                             zev::kVoiLutKeptByManager);
+    Mapper_VOILut* lut = m_pVoiLutManager->CreateDicomVOILut(m_pVoiLutManager->m_Entries[0],
+                                                             zev::kVoiMaxOutput, zev::kVoiLutKeptByManager);
     if (lut == nullptr) return;
     // Narrowed to float before truncation, here and nowhere else.
     InitCenter(zev::TruncToInt(static_cast<float>(lut->GetVOICenter())));
     InitWidth(zev::TruncToInt(static_cast<float>(lut->GetVOIWidth())));
     SetVoiLutSelection(0, false);
 
-    if (bogus) {
-        SetMapperPvLut(nullptr);
-        return;
-    }
+    if (bogus) return;
     std::unique_ptr<Mapper_Pval> pval(new Mapper_Pval(msg));
     pval->SetWindowingType(*m_pVoiLutManager, selected_entry());
     SetMapperPvLut(pval.release());

@@ -153,7 +153,9 @@ void ZEV_Params::set_original_from_dp(ZEV_ParamValue<T>& holder, T value) {
 
 void ZEV_Params::SetOriginalCenterFromDP(int center) { set_original_from_dp(m_OriginalCenterFromDP, center); }
 void ZEV_Params::SetOriginalWidthFromDP(int width) { set_original_from_dp(m_OriginalWidthFromDP, width); }
-void ZEV_Params::SetOriginalInverseFromDP(bool inverse) { set_original_from_dp(m_OriginalInverseFromDP, inverse); }
+void ZEV_Params::SetOriginalInverseFromDP(bool inverse) {
+    set_original_from_dp(m_OriginalInverseFromDP, inverse);
+}
 
 bool ZEV_Params::IsOriginalParamFromDP() const {
     const char* const function = "ZEV_Params::IsOriginalParamFromDP";

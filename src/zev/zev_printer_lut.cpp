@@ -7,8 +7,8 @@
 #include "zev_log.h"
 #include "zev_table_creator.h"
 
-void ZEV_Params::TableCreator::ApplyPrinterLUT(GFX_GraphicContext* context, KIT_Raster* raster, int xMin, int xMax,
-                                               int yMin, int yMax) {
+void ZEV_Params::TableCreator::ApplyPrinterLUT(GFX_GraphicContext* context, KIT_Raster* raster, int xMin,
+                                               int xMax, int yMin, int yMax) {
     if (context == nullptr || raster == nullptr || !context->IsPrintRaster()) return;
     Mapper_PrinterLUT* const lut = static_cast<GFX_PrintRaster*>(context)->GetPrinterLUT();
     if (lut == nullptr) return;
@@ -35,8 +35,8 @@ void ZEV_Params::TableCreator::ApplyPrinterLUT(GFX_GraphicContext* context, KIT_
         ZEV_LOG(function, zev::kLogError, "Unsupported output format, Cannot convert input\n");
         return;
     }
-    const unsigned long count =
-        static_cast<unsigned long>(static_cast<unsigned>(raster->m_Width)) * static_cast<unsigned>(raster->m_Height);
-    lut->ApplyPrinterLUT(raster->GetPixels(), count, bitsAllocated, bitsStored, samplesPerPixel, raster->m_Width,
-                         raster->m_Height, &topLeft, &bottomRight);
+    const unsigned long count = static_cast<unsigned long>(static_cast<unsigned>(raster->m_Width)) *
+                                static_cast<unsigned>(raster->m_Height);
+    lut->ApplyPrinterLUT(raster->GetPixels(), count, bitsAllocated, bitsStored, samplesPerPixel,
+                         raster->m_Width, raster->m_Height, &topLeft, &bottomRight);
 }

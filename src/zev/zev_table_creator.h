@@ -21,18 +21,19 @@ public:
     virtual ~TableCreator();
 
     /// A table from a window in stored pixel values, or null. The caller owns it.
-    ZEV_AbstractWindowingTable* PrepareWindowingTable(int windowMin, int windowMax, bool inverse, bool isSigned,
-                                                      ZEV_ColorMap* colorMap);
+    ZEV_AbstractWindowingTable* PrepareWindowingTable(int windowMin, int windowMax, bool inverse,
+                                                      bool isSigned, ZEV_ColorMap* colorMap);
     /// A table from a VOI LUT; zeros with the origin set when there is no LUT.
     ZEV_AbstractWindowingTable* CopyWindowingTable(Mapper_VOILut* lut, int center, int width, bool inverse,
                                                    bool isSigned, ZEV_ColorMap* colorMap);
-    /// The process-wide gamma table for m_Gamma: unsigned 8 to 8 bits for a true colour target or an output depth of
-    /// exactly 8, else 16 to 16 bits, of the depth of the first asker. Built on first use, never freed, not the
-    /// caller's. A gamma outside the valid range is logged and gets the table of the nearest valid one, the disabled
-    /// marker and NaN the identity.
+    /// The process-wide gamma table for m_Gamma: unsigned 8 to 8 bits for a true colour target or an output
+    /// depth of exactly 8, else 16 to 16 bits, of the depth of the first asker. Built on first use, never
+    /// freed, not the caller's. A gamma outside the valid range is logged and gets the table of the nearest
+    /// valid one, the disabled marker and NaN the identity.
     ZEV_AbstractWindowingTable* GetGammaTable();
     /// Passes a print raster's LUT over the target raster, in place, inside the two points.
-    void ApplyPrinterLUT(GFX_GraphicContext* context, KIT_Raster* raster, int xMin, int xMax, int yMin, int yMax);
+    void ApplyPrinterLUT(GFX_GraphicContext* context, KIT_Raster* raster, int xMin, int xMax, int yMin,
+                         int yMax);
 
     int m_InputDepth = 0;                          ///< bits per pixel of the source raster
     int m_OutputDepth = 0;                         ///< bits per pixel of the target raster

@@ -6,14 +6,15 @@
 
 #include "zev_numeric.h"
 
-/// The arithmetic of a table's ramp: pointer, count, resolved numbers. Every fast path has its plain twin beside it and
-/// equals it bit for bit.
+/// The arithmetic of a table's ramp: pointer, count, resolved numbers. Every fast path has its plain twin
+/// beside it and equals it bit for bit.
 namespace zev {
 
-// ---- The window in table indices ------------------------------------------------------------------------------
+// ---- The window in table indices
+// ------------------------------------------------------------------------------
 
-/// A ramp within a table of S entries. Entry i has the position x = i - a, worked out from the bound before it is limited,
-/// so that limiting never changes the slope.
+/// A ramp within a table of S entries. Entry i has the position x = i - a, worked out from the bound before
+/// it is limited, so that limiting never changes the slope.
 struct Ramp {
     int S;    ///< entries of the table
     int a;    ///< lower bound, may lie outside the table
@@ -23,8 +24,8 @@ struct Ramp {
     int hi;   ///< first entry above the ramp: b limited to 0..S; may be below lo
 };
 
-/// From the window's ends as fractions of the table. S times a fraction is rounded to float, 0.5 is added in double and
-/// the sum truncated towards zero: a bound of -3 comes back as -2.
+/// From the window's ends as fractions of the table. S times a fraction is rounded to float, 0.5 is added in
+/// double and the sum truncated towards zero: a bound of -3 comes back as -2.
 inline Ramp ResolveRamp(int S, float normalizedMin, float normalizedMax) {
     Ramp ramp;
     ramp.S = S;
@@ -37,7 +38,8 @@ inline Ramp ResolveRamp(int S, float normalizedMin, float normalizedMax) {
     return ramp;
 }
 
-// ---- Step functions: how far up the ramp a position lies --------------------------------------------------------
+// ---- Step functions: how far up the ramp a position lies
+// --------------------------------------------------------
 
 /// u * factor for u = float(x) * r: the position among `factor` steps, truncated by whoever asks.
 struct ProductSteps {
@@ -53,7 +55,8 @@ struct LevelSteps {
     double operator()(int x) const { return static_cast<double>(static_cast<float>(x) * r * span) + 0.5; }
 };
 
-// ---- Stores ---------------------------------------------------------------------------------------------------
+// ---- Stores
+// ---------------------------------------------------------------------------------------------------
 
 /// Bytes that a wide store writes.
 constexpr std::size_t kWide = 16;
@@ -86,7 +89,8 @@ void FillBlock(Out* from, Out* to, Out value) {
     for (; from < to; ++from) *from = value;
 }
 
-/// Sets [from, to) to one value, and may write beyond `to` as far as `limit`: what lies there is written later.
+/// Sets [from, to) to one value, and may write beyond `to` as far as `limit`: what lies there is written
+/// later.
 template <class Out>
 inline void FillRun(Out* from, Out* to, Out* limit, Out value) {
     constexpr std::ptrdiff_t kStep = kWide / sizeof(Out);
@@ -98,7 +102,8 @@ inline void FillRun(Out* from, Out* to, Out* limit, Out value) {
     for (; from < to; from += kStep) std::memcpy(from, wide.values, kWide);
 }
 
-// ---- The ramp -------------------------------------------------------------------------------------------------
+// ---- The ramp
+// -------------------------------------------------------------------------------------------------
 
 /// Most steps that the fast path takes.
 constexpr int kMaxSteps = 256;
@@ -121,9 +126,10 @@ int FirstPositionOfStep(const Steps& steps, int k, int below, int reached) {
     return reached;
 }
 
-/// starts[k] becomes the first position of step k, for kFirst < k <= kLast, within xFirst..xLast. Guessed from `scale`, about the
-/// rise of `steps` per position, and `offset`, its value at 0; then proved with the very arithmetic of the rule, and
-/// found by bisection where a guess was more than one off. The loops are apart so that the compiler takes several steps at once.
+/// starts[k] becomes the first position of step k, for kFirst < k <= kLast, within xFirst..xLast. Guessed
+/// from `scale`, about the rise of `steps` per position, and `offset`, its value at 0; then proved with the
+/// very arithmetic of the rule, and found by bisection where a guess was more than one off. The loops are
+/// apart so that the compiler takes several steps at once.
 template <class Steps>
 void FindStarts(const Steps& steps, int kFirst, int kLast, int xFirst, int xLast, double scale, double offset,
                 int* starts) {
@@ -154,8 +160,8 @@ void FindStarts(const Steps& steps, int kFirst, int kLast, int xFirst, int xLast
     }
 }
 
-/// The same entries as FillRampPlain, from at most 256 ready values. The steps never fall with i, so each value fills one
-/// run. `scale` and `offset` help to guess where the runs start.
+/// The same entries as FillRampPlain, from at most 256 ready values. The steps never fall with i, so each
+/// value fills one run. `scale` and `offset` help to guess where the runs start.
 template <class Out, class Steps>
 void FillRampBySteps(Out* table, const Ramp& ramp, const Steps& steps, const Out* values, double scale,
                      double offset) {
@@ -167,11 +173,12 @@ void FillRampBySteps(Out* table, const Ramp& ramp, const Steps& steps, const Out
     const int kLast = static_cast<int>(steps(xLast));
     const int length = ramp.hi - ramp.lo;
 
-    // Few entries to a step: the search would cost more than it saves. Positions beyond an int's exact reach, or steps
-    // out of range, are left to the plain way too.
+    // Few entries to a step: the search would cost more than it saves. Positions beyond an int's exact reach,
+    // or steps out of range, are left to the plain way too.
     if (length < 2 * (kLast - kFirst) || kFirst < 0 || kLast >= kMaxSteps ||
         std::int64_t{ramp.hi} - 1 - ramp.a > kIntMax) {
-        FillRampPlain(table, ramp, steps, [values](int k) { return values[k < kMaxSteps ? k : kMaxSteps - 1]; });
+        FillRampPlain(table, ramp, steps,
+                      [values](int k) { return values[k < kMaxSteps ? k : kMaxSteps - 1]; });
         return;
     }
 

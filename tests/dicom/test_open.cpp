@@ -24,8 +24,8 @@ struct View {
         vec.Append(&modality), vec.Append(&params);
     }
     int Open(OBJ_Msg& msg, bool force = false, bool headerOnly = false, KIT_Raster* pixels = nullptr) {
-        return ZEV_Dicom().UpdateFromDicom(&msg, pixels == nullptr ? &raster : pixels, &params, nullptr, headerOnly,
-                                           force, &vec);
+        return ZEV_Dicom().UpdateFromDicom(&msg, pixels == nullptr ? &raster : pixels, &params, nullptr,
+                                           headerOnly, force, &vec);
     }
     SPC_Modality modality;
     ZEV_Params params;
@@ -44,7 +44,8 @@ TEST(Open, ArgumentsInTheirOrder) {
     EXPECT_EQ(dicom.UpdateFromDicom(&msg, nullptr, &view.params, nullptr, false, false, &view.vec), -1);
     ASSERT_EQ(log.lines.size(), 3u);
     EXPECT_EQ(log.lines[0], "5 ZEV_Dicom::UpdateFromDicom UpdateFromDicom: The msg is NULL \n");
-    EXPECT_EQ(log.lines[1], "3 ZEV_Dicom::UpdateFromDicom UpdateFromDicom: The params to be updated is NULL \n");
+    EXPECT_EQ(log.lines[1],
+              "3 ZEV_Dicom::UpdateFromDicom UpdateFromDicom: The params to be updated is NULL \n");
     EXPECT_EQ(log.lines[2], "3 ZEV_Dicom::UpdateFromDicom UpdateFromDicom: Error: pixel data is NULL.\n");
     EXPECT_EQ(dicom.UpdateFromDicom(&msg, &view.raster, &view.params, nullptr, false, false, nullptr), 0);
 }
@@ -65,25 +66,26 @@ const WindowRow kWindows[] = {
     {"a fallback gives way to entry 0", [](Message& m) { m.Window("40", "400"); },
      [](View& v) { v.params.InitCenter(1000), v.params.InitWidth(4095); }, false, false, 40, 400, 40, true},
     {"an initialised window stays the initial one, the entry is current all the same",
-     [](Message& m) { m.Window("40", "400"); }, [](View& v) { v.params.InitCenter(7), v.params.InitWidth(8); }, false,
-     false, 40, 400, 7, true},
+     [](Message& m) { m.Window("40", "400"); },
+     [](View& v) { v.params.InitCenter(7), v.params.InitWidth(8); }, false, false, 40, 400, 7, true},
     {"forced", [](Message& m) { m.Window("40", "400"); },
-     [](View& v) { v.params.InitCenter(7), v.params.InitWidth(8), v.params.SetFlagValuesByDicom(true); }, true, false,
-     40, 400, 40, true},
+     [](View& v) { v.params.InitCenter(7), v.params.InitWidth(8), v.params.SetFlagValuesByDicom(true); },
+     true, false, 40, 400, 40, true},
     {"not allowed", [](Message& m) { m.Window("40", "400"); },
-     [](View& v) { v.params.InitCenter(7), v.params.InitWidth(8), v.params.SetOriginal(false); }, false, false, 7, 8, 7,
-     false},
+     [](View& v) { v.params.InitCenter(7), v.params.InitWidth(8), v.params.SetOriginal(false); }, false,
+     false, 7, 8, 7, false},
     {"entry 0 without a curve: the plain attributes, allowed or not",
      [](Message& m) { m.Window("-40.9", "400", "WHATEVER"); },
-     [](View& v) { v.params.InitCenter(7), v.params.InitWidth(8), v.params.SetOriginal(false); }, false, false, -40,
-     400, -40, true},
+     [](View& v) { v.params.InitCenter(7), v.params.InitWidth(8), v.params.SetOriginal(false); }, false,
+     false, -40, 400, -40, true},
     {"header only without a window", [](Message&) {}, kNothing, false, true, 1000, 4095, 1000, false},
-    {"nothing and not allowed", [](Message&) {}, [](View& v) { v.params.SetOriginal(false); }, false, true, 0, 0, 0,
-     false},
+    {"nothing and not allowed", [](Message&) {}, [](View& v) { v.params.SetOriginal(false); }, false, true, 0,
+     0, 0, false},
     {"a bogus image takes the plain attributes only",
-     [](Message& m) { m.Window("5", "6"), m.Remove(Dicom_Tag(0x00280010)); }, kNothing, false, false, 5, 6, 5, false},
-    {"a bogus image without them", [](Message& m) { m.Remove(Dicom_Tag(0x00280011)); }, kNothing, false, false, 0, 0, 0,
+     [](Message& m) { m.Window("5", "6"), m.Remove(Dicom_Tag(0x00280010)); }, kNothing, false, false, 5, 6, 5,
      false},
+    {"a bogus image without them", [](Message& m) { m.Remove(Dicom_Tag(0x00280011)); }, kNothing, false,
+     false, 0, 0, 0, false},
 };
 
 TEST(Open, WhereTheWindowComesFrom) {
@@ -186,7 +188,10 @@ TEST(Open, Padding) {
 TEST(Open, RescaleGammaLocalizerAndPval) {
     View view;
     Message msg;
-    msg.Image(4, 4).Window("40", "400").Rescale("2.5", "-1024.9").Text(0x00080008, "CS", "ORIGINAL\\PRIMARY\\LOCALIZER");
+    msg.Image(4, 4)
+        .Window("40", "400")
+        .Rescale("2.5", "-1024.9")
+        .Text(0x00080008, "CS", "ORIGINAL\\PRIMARY\\LOCALIZER");
     msg.Put(Dicom_Dictionary::MIREL_GAMMA_WINDOWING_VALUE, Dicom_FL(1.5f));
     view.params.SetUpdatedToFitGroup(true);
     view.Open(msg);
@@ -221,8 +226,10 @@ TEST(Open, LogLinesOfAnImageThatLacksMuch) {
     view.Open(msg, false, true);
     const std::vector<std::string> expected = {
         "3 ZEV_Dicom::UpdateFromDicom MISSING TAG: PHOTOMETRIC_INTERPRETATION.  Using patch.\n",
-        "6 ZEV_Dicom::UpdateFromDicom UpdateFromDicom :The width and center are 0 and changed it to something else \n",
-        "5 ZEV_Dicom::UpdateFromDicom UpdateFromDicom: voi_lut_sel has illegal values. Setting NULL as window type. "
+        "6 ZEV_Dicom::UpdateFromDicom UpdateFromDicom :The width and center are 0 and changed it to "
+        "something else \n",
+        "5 ZEV_Dicom::UpdateFromDicom UpdateFromDicom: voi_lut_sel has illegal values. Setting NULL as "
+        "window type. "
         "\n",
         "6 ZEV_Dicom::UpdateFromDicom vec=view, bAllowWindowingChange=1\n"};
     EXPECT_EQ(log.lines, expected);

@@ -332,7 +332,7 @@ TEST(MapperManager, ListsWhatCanBeShown) {
         {"one width missing", "40\\50", "400", "LINEAR", {40}, 6, true},
         {"only a centre", "40", "", "", {}, 6, true},
         {"no width", "40\\50", "0\\350 ", "", {50}, 6, true},
-        {"narrow linear", "40", "0.5 ", "LINEAR", {}, 6, true},
+        {"narrow linear", "40", "0.5 ", "LINEAR", {40}, 6, true},
         {"narrow exact", "40", "0.5 ", "LINEAR_EXACT", {40}, 6, true},
         {"sigmoid", "40", "0.5 ", "SIGMOID ", {40}, 4, true},
         {"not numbers", "abc\\1,5\\7 ", "100\\100\\100", "", {7}, 6, true},

@@ -15,12 +15,15 @@ std::string state(ZEV_Params& p) {
     KIT_Rect rect;
     p.GetOutputRect(rect);
     std::string s;
-    const auto add = [&s](const char* name, double value) { s += std::string(name) + "=" + std::to_string(value) + " "; };
+    const auto add = [&s](const char* name, double value) {
+        s += std::string(name) + "=" + std::to_string(value) + " ";
+    };
     add("active", p.GetActive()), add("negate", p.GetNegate()), add("tableCC", p.GetTableCC());
     add("maskCC", p.GetMaskCC()), add("center", p.GetCenter()), add("width", p.GetWidth());
     add("min", p.GetWindowMin()), add("max", p.GetWindowMax()), add("minScale", p.GetWindowMinScale());
     add("maxScale", p.GetWindowMaxScale()), add("center0", p.GetInitialCenter()), add("gamma", p.GetGamma());
-    add("inverse", p.IsInverse()), add("intercept", p.GetRescaleIntercept()), add("slope", p.GetRescaleSlope());
+    add("inverse", p.IsInverse()), add("intercept", p.GetRescaleIntercept()),
+        add("slope", p.GetRescaleSlope());
     add("rescaled", p.IsRescaleInitialized()), add("byDicom", p.GetFlagValuesByDicom());
     add("padding", p.GetPixelPaddingValue()), add("limit", p.GetPixelPaddingValueLimit());
     add("usePadding", p.GetUsePadding()), add("localizer", p.IsLocalizer());
@@ -53,10 +56,12 @@ struct Changed {
         params.SetPhotometricInverse(true), params.SetHighlight(5, 6);
         params.SetReferenceRaster(&raster, false), params.SetLastUpdatedMsg(&msg);
         params.AddDicomColorMap(new ZEV_ColorMap), params.SetColorMap(&map);
-        params.SetChangeColorMapsOnAllDSTypes(true), params.SetMinMaxScaleMode(true), params.SetUseRescale(false);
+        params.SetChangeColorMapsOnAllDSTypes(true), params.SetMinMaxScaleMode(true),
+            params.SetUseRescale(false);
         params.SetWindowingChangedByUser(true), params.SetColormapChangedByUser(true);
         params.SetMinDataValue(1.5f), params.SetMaxDataValue(2.5f);
-        params.SetOriginalCenterFromDP(1), params.SetOriginalWidthFromDP(2), params.SetOriginalInverseFromDP(true);
+        params.SetOriginalCenterFromDP(1), params.SetOriginalWidthFromDP(2),
+            params.SetOriginalInverseFromDP(true);
         KIT_Rect rect(1, 2, 3, 4);
         params.SetOutputRect(rect);
         params.SetOriginal(false);
@@ -140,6 +145,8 @@ TEST(Copy, AnImagesColorMapIsDeletedOnceAndLivesAsLongAsItsOwner) {
         owner.AddDicomColorMap(new ZEV_ColorMap);
         EXPECT_EQ(copy.GetDicomColorMap()->GetCustomButtonId(), -1);
     }
+    // The first comes back: still one deletion.
+    owner.AddDicomColorMap(first);
     ZEV_ColorMap saved;
     owner.SetDPColorMap(&saved);
     owner.SetColorMap(nullptr);

@@ -16,7 +16,8 @@ class Voi : public testing::Test {
 protected:
     Voi() {
         std::vector<std::uint16_t> falling(256);
-        for (int i = 0; i < 256; ++i) falling[static_cast<std::size_t>(i)] = static_cast<std::uint16_t>(255 - i);
+        for (int i = 0; i < 256; ++i)
+            falling[static_cast<std::size_t>(i)] = static_cast<std::uint16_t>(255 - i);
         msg.Image(4, 4).Window("-127.9", "400.9").Lut(0x00283010, 0, 8, falling);
         params.SetVoiLutManager(new Mapper_WindowingManager(&msg));
         params.GetVoiLutManager()->Init();
@@ -100,6 +101,9 @@ TEST_F(Voi, ReplacingTheMessage) {
     EXPECT_EQ(params.GetMapperPvLut().get(), nullptr);
     EXPECT_EQ(params.GetCenter(), 1);
 
+    params.SetMapperPvLut(new Mapper_Pval(&msg));
+    params.ReplaceOBJMessage(nullptr);
+    EXPECT_EQ(params.GetMapperPvLut().get(), nullptr);
     params.SetOriginal(false);
     params.ReplaceOBJMessage(&msg);
     EXPECT_EQ(params.GetCenter(), 1);

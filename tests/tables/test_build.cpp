@@ -15,7 +15,8 @@ using support::LogCapture;
 using support::Message;
 
 std::vector<int> slice(const std::vector<unsigned char>& v, std::size_t from, std::size_t count) {
-    return {v.begin() + static_cast<std::ptrdiff_t>(from), v.begin() + static_cast<std::ptrdiff_t>(from + count)};
+    return {v.begin() + static_cast<std::ptrdiff_t>(from),
+            v.begin() + static_cast<std::ptrdiff_t>(from + count)};
 }
 
 void window(ZEV_Params& p, int min, int max) {
@@ -93,7 +94,8 @@ TEST(Build, TablesThatAreNotDefined) {
         EXPECT_EQ(log.lines.size(), static_cast<std::size_t>(row.lines));
         if (row.lines > 0) {
             EXPECT_EQ(log.lines.back(),
-                      "3 ZEV_Params::TableCreator::PrepareWindowingTable Request for creating an unsupported table\n");
+                      "3 ZEV_Params::TableCreator::PrepareWindowingTable Request for creating an unsupported "
+                      "table\n");
         }
     }
     EXPECT_EQ(p.BuildTable(ZEV_TableParams(nullptr, nullptr, nullptr, nullptr, KIT_Rect())), nullptr);
@@ -168,8 +170,9 @@ TEST_F(Routes, AnIllegalSelectionIsLoggedAndTheRampDrawn) {
     LogCapture log(5);
     EXPECT_NE(Build()(params), nullptr);
     ASSERT_EQ(log.lines.size(), 1u);
-    EXPECT_EQ(log.lines[0],
-              "5 ZEV_Params::BuildTable BuildTable: m_VoiLutSelection has illegal value. pEntry stays NULL. \n");
+    EXPECT_EQ(
+        log.lines[0],
+        "5 ZEV_Params::BuildTable BuildTable: m_VoiLutSelection has illegal value. pEntry stays NULL. \n");
 }
 
 TEST_F(Routes, APresentationLutShapesTheRampAndBeatsTheSelection) {
@@ -186,7 +189,8 @@ TEST_F(Routes, APresentationLutShapesTheRampAndBeatsTheSelection) {
     EXPECT_EQ(t[200], 255);
     params.SetInverse(true);
     EXPECT_EQ(Build().Read<unsigned char>(params)[150], 55);
-    // Levels: 16 of them, running from the top down; a 32-bit target has this table, since no gamma takes part.
+    // Levels: 16 of them, running from the top down; a 32-bit target has this table, since no gamma takes
+    // part.
     EXPECT_EQ((Build{8, false, false, 8, 16, {}}.Read<unsigned char>(params)[150]), 15 - 12);
     EXPECT_EQ((Build{8, false, false, 32, 16, {}}.Read<unsigned int>(params)[0]), 15u);
     EXPECT_EQ((Build{8, false, false, 8, 4, {7, 8, 9, 10}}.Read<unsigned char>(params)[250]), 7);

@@ -22,19 +22,43 @@ struct Row {
 
 TEST(ColorMap, Tables) {
     const Row rows[] = {
-        {"rising", {{L"0.0", L"000000"}, {L"1.0", L"FF0000"}}, true, 256, {{0, 0}, {77, 77 << 16}, {255, 0xFF0000}}},
-        {"falling is not 255 - i", {{L"0.0", L"FFFFFFFF"}, {L"1.0", L"0"}}, true, 256,
+        {"rising",
+         {{L"0.0", L"000000"}, {L"1.0", L"FF0000"}},
+         true,
+         256,
+         {{0, 0}, {77, 77 << 16}, {255, 0xFF0000}}},
+        {"falling is not 255 - i",
+         {{L"0.0", L"FFFFFFFF"}, {L"1.0", L"0"}},
+         true,
+         256,
          {{0, 0xFFFFFF}, {64, 0xBFBFBF}, {65, 0xBDBDBD}, {255, 0}}},
-        {"steps never show the last colour", {{L"0.0", L"1"}, {L"0.5", L"2"}, {L"1.0", L"3"}}, false, 256,
+        {"steps never show the last colour",
+         {{L"0.0", L"1"}, {L"0.5", L"2"}, {L"1.0", L"3"}},
+         false,
+         256,
          {{0, 1}, {126, 1}, {127, 2}, {255, 2}}},
         {"neighbours on one index take the later colour, but for entry 0",
-         {{L"0.0", L"1"}, {L"0.001", L"2"}, {L"0.9999", L"3"}, {L"1.0", L"4"}}, false, 256, {{0, 1}, {1, 2}, {255, 3}}},
-        {"a coarse table repeats", {{L"0.0", L"0"}, {L"1.0", L"7F"}}, true, 128, {{0, 0}, {1, 0}, {2, 1}, {255, 0x7F}}},
+         {{L"0.0", L"1"}, {L"0.001", L"2"}, {L"0.9999", L"3"}, {L"1.0", L"4"}},
+         false,
+         256,
+         {{0, 1}, {1, 2}, {255, 3}}},
+        {"a coarse table repeats",
+         {{L"0.0", L"0"}, {L"1.0", L"7F"}},
+         true,
+         128,
+         {{0, 0}, {1, 0}, {2, 1}, {255, 0x7F}}},
         {"no such resolution", {{L"0.0", L"0"}, {L"1.0", L"FF"}}, true, 100000, {{1, 1}, {255, 255}}},
-        {"points outside are left out", {{L"-1", L"5"}, {L"0.0", L"0"}, {L"1.0", L"FF"}, {L"2", L"9"}},
-         true, 256, {{0, 0}, {128, 128}, {255, 255}}},
+        {"points outside are left out",
+         {{L"-1", L"5"}, {L"0.0", L"0"}, {L"1.0", L"FF"}, {L"2", L"9"}},
+         true,
+         256,
+         {{0, 0}, {128, 128}, {255, 255}}},
         {"colour texts", {{L"0.0", L" 0xFFzz"}, {L" 1.00", L"-1"}}, false, 256, {{0, 0xFF}, {255, 0xFF}}},
-        {"the later of two at one position", {{L"0.0", L"1"}, {L"0", L"2"}, {L"1", L"3"}}, false, 256, {{0, 2}}},
+        {"the later of two at one position",
+         {{L"0.0", L"1"}, {L"0", L"2"}, {L"1", L"3"}},
+         false,
+         256,
+         {{0, 2}}},
         {"no point at 1", {{L"0.0", L"1"}, {L"0.5", L"2"}}, true, 256, {{0, 0xABCDEF}, {200, 0xABCDEF}}},
     };
     for (const Row& row : rows) {
@@ -44,7 +68,8 @@ TEST(ColorMap, Tables) {
         for (const Point& point : row.points) map.AddEntry(point.position, point.color);
         map.SetIsSmooth(row.smooth), map.SetOutputResolution(row.resolution);
         map.CreateTable();
-        for (const auto& [entry, color] : row.expected) EXPECT_EQ(map.TransformColor(entry).toRGB(), color) << entry;
+        for (const auto& [entry, color] : row.expected)
+            EXPECT_EQ(map.TransformColor(entry).toRGB(), color) << entry;
     }
 }
 

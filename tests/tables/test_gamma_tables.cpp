@@ -26,7 +26,8 @@ TEST(GammaTables, OneSlotForAStepAndTheFirstAskersNumbers) {
     G8* const first = gamma_table<G8>(1.26f, 8, false);
     ASSERT_NE(first, nullptr);
     EXPECT_EQ(gamma_table<G8>(1.34f, 16, true), first);
-    EXPECT_EQ(first->GetTable()[128], static_cast<unsigned char>(255.0 * std::pow(128.0 / 255.0, 1.26f) + 0.5));
+    EXPECT_EQ(first->GetTable()[128],
+              static_cast<unsigned char>(255.0 * std::pow(128.0 / 255.0, 1.26f) + 0.5));
     EXPECT_EQ(gamma_table<G8>(1.04f, 8, false), gamma_table<G8>(1.0f, 8, false));
     EXPECT_NE(gamma_table<G8>(1.05f, 8, false), gamma_table<G8>(1.0f, 8, false));
     EXPECT_EQ(gamma_table<G8>(2.0f, 8, true)->GetTable()[128], 64);
@@ -55,9 +56,12 @@ TEST(GammaTables, InvalidGammasAreLoggedAndGetTheNearestValidTable) {
         const char* name;
         float gamma;
         float nearest;
-    } rows[] = {{"disabled", ZEV_Params::kGammaDisabled, 1.0f}, {"NaN", NAN, 1.0f},
-                {"zero", 0.0f, 0.1f},                           {"far below, where 8 bits would wrap", -25.0f, 0.1f},
-                {"above", 5.2f, 5.0f},                          {"far above, where 8 bits would wrap", 25.8f, 5.0f},
+    } rows[] = {{"disabled", ZEV_Params::kGammaDisabled, 1.0f},
+                {"NaN", NAN, 1.0f},
+                {"zero", 0.0f, 0.1f},
+                {"far below, where 8 bits would wrap", -25.0f, 0.1f},
+                {"above", 5.2f, 5.0f},
+                {"far above, where 8 bits would wrap", 25.8f, 5.0f},
                 {"infinite", INFINITY, 5.0f}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -65,12 +69,14 @@ TEST(GammaTables, InvalidGammasAreLoggedAndGetTheNearestValidTable) {
         G8* const table = gamma_table<G8>(row.gamma, 8, true);
         ASSERT_EQ(log.lines.size(), 1u);
         EXPECT_EQ(log.lines[0],
-                  "2 ZEV_Params::TableCreator::GetGammaTable Assertion Failed: <(gamma_index < 50 && table_index < 2) "
+                  "2 ZEV_Params::TableCreator::GetGammaTable Assertion Failed: <(gamma_index < 50 && "
+                  "table_index < 2) "
                   "&& \"Gamma table index out of bound.\n\">, Aborting.\n");
         EXPECT_EQ(table, gamma_table<G8>(row.nearest, 8, true));
         EXPECT_EQ(log.lines.size(), 1u);
         EXPECT_EQ(table->GetTable()[200],
-                  static_cast<unsigned char>(255.0 * std::pow(200.0 / 255.0, static_cast<double>(row.nearest)) + 0.5));
+                  static_cast<unsigned char>(
+                      255.0 * std::pow(200.0 / 255.0, static_cast<double>(row.nearest)) + 0.5));
     }
 }
 

@@ -47,7 +47,8 @@ TEST(Golden, TablesWorkedOutByThePythonScript) {
             intercept >> gamma >> inverse >> build.levels >> padding >> hash;
         build.trueColor = mode == "truecolor";
         if (mode == "palette") {
-            for (int k = 0; k < build.levels; ++k) build.palette.push_back(static_cast<std::uint32_t>(k) * 2654435761u);
+            for (int k = 0; k < build.levels; ++k)
+                build.palette.push_back(static_cast<std::uint32_t>(k) * 2654435761u);
         }
         ZEV_Params params;
         params.InitCenter(center), params.InitWidth(width);

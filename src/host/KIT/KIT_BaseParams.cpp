@@ -9,7 +9,9 @@
 KIT_ParamsChangeListener::~KIT_ParamsChangeListener() = default;
 
 KIT_BaseParams::KIT_BaseParams() : KIT_ChangeCounter(0) {}
-KIT_BaseParams::KIT_BaseParams(const KIT_BaseParams& other) : KIT_ChangeCounter(other) { take_base_values(other); }
+KIT_BaseParams::KIT_BaseParams(const KIT_BaseParams& other) : KIT_ChangeCounter(other) {
+    take_base_values(other);
+}
 KIT_BaseParams::~KIT_BaseParams() = default;
 
 void* KIT_BaseParams::operator new(std::size_t size) { return ::operator new(size); }
@@ -63,7 +65,7 @@ void KIT_BaseParams::OperateOnAllDataSets(wchar_t*, RWTValOrderedVector<KIT_Base
 bool KIT_BaseParams::UpdateFromDDP(OBJ_Msg*, OBJ_Msg*, KIT_Raster*, KIT_BaseParamsVec*) { return false; }
 bool KIT_BaseParams::IsUpdatedFromDDP() const { return m_bUpdatedFromDDP; }
 void KIT_BaseParams::SetUpdatedFromDDP(bool updated) { m_bUpdatedFromDDP = updated; }
-bool KIT_BaseParams::IsUpdatedFromPresentation() const { return m_bUpdatedFromPresentation; }
+bool KIT_BaseParams::IsUpdatedFromPresentation() const { return false; }
 void KIT_BaseParams::PrepareForPresentation(bool&) {}
 bool KIT_BaseParams::IsPreparedForPresentation() const { return m_bPreparedForPresentation; }
 void KIT_BaseParams::SetPreparedForPresentation(bool prepared) { m_bPreparedForPresentation = prepared; }
@@ -102,7 +104,6 @@ void KIT_BaseParams::take_base_values(const KIT_BaseParams& other) {
     m_Name = other.m_Name;
     m_bOriginal = other.m_bOriginal;
     m_bUpdatedFromDDP = other.m_bUpdatedFromDDP;
-    m_bUpdatedFromPresentation = other.m_bUpdatedFromPresentation;
     m_bPreparedForPresentation = other.m_bPreparedForPresentation;
     m_bUpdatedToFitGroup = other.m_bUpdatedToFitGroup;
 }

@@ -36,7 +36,8 @@ MemoryRaster MemoryRaster::TrueColor(int width, int height) {
     return raster;
 }
 
-MemoryRaster::MemoryRaster(MemoryRaster&& other) noexcept : KIT_Raster(other), m_Bytes(std::move(other.m_Bytes)) {}
+MemoryRaster::MemoryRaster(MemoryRaster&& other) noexcept
+    : KIT_Raster(other), m_Bytes(std::move(other.m_Bytes)) {}
 
 void* MemoryRaster::GetPixels() { return m_Bytes.empty() ? nullptr : m_Bytes.data(); }
 

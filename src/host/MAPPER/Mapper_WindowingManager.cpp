@@ -102,7 +102,8 @@ void Mapper_WindowingManager::read_pairs(std::vector<std::wstring>& names) {
         double center = 0.0;
         double width = 0.0;
         const bool given = centers->GetNumber(i, center) && widths->GetNumber(i, width);
-        if (!given || width <= 0.0 || (linear && width < 1.0)) continue;
+        // Fractions are windows too: those of an image whose rescaled values are fractions.
+        if (!given || width <= 0.0) continue;
         m_Entries.push_back(new Mapper_WindowingEntry(
             sigmoid ? Mapper_WindowingEntry::FUNCTION_SIGMOID : Mapper_WindowingEntry::FUNCTION_LINEAR,
             center, width, linear || exact || sigmoid));

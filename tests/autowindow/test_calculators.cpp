@@ -1,0 +1,227 @@
+#include <KIT/KIT_Rect.h>
+#include <ZEV/ZEV_AutoWindowing.h>
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <string>
+#include <thread>
+
+#include "rasters.h"
+#include "support.h"
+
+namespace {
+
+using rasters::Histogram;
+using Modality = SPC_Modality::MODALITY;
+constexpr Modality kMean = SPC_Modality::MODALITY_CT;
+constexpr Modality kCuts = SPC_Modality::MODALITY_CR;
+constexpr Modality kRange = SPC_Modality::MODALITY_NM;
+constexpr bool kSigned = true;
+constexpr bool kUnsigned = false;
+
+/// The values first to last, `count` pixels each.
+Histogram span_of(int first, int last, int count) {
+    Histogram histogram;
+    for (int value = first; value <= last; ++value) histogram.emplace_back(value, count);
+    return histogram;
+}
+Histogram operator+(Histogram a, const Histogram& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+struct MeasureCase {
+    const char* name;
+    Modality modality;
+    int bits;
+    bool isSigned;
+    Histogram histogram;
+    int skipLow;
+    int width;
+    int center;
+};
+
+const MeasureCase kMeasureCases[] = {
+    // Mean m, deviation d: centre m, width 3 d.
+    {"mean, 16 bits", kMean, 16, kUnsigned, {{100, 2}, {300, 2}}, 0, 300, 200},
+    {"mean, 8 bits", kMean, 8, kUnsigned, {{10, 1}, {20, 1}}, 0, 15, 15},
+    {"mean, zeros kept", kMean, 16, kUnsigned, {{0, 8}, {1000, 8}}, 0, 1500, 500},
+    {"mean, zeros below 500 / 10 left out", kMean, 16, kUnsigned, {{0, 8}, {1000, 8}}, 1, 0, 1000},
+    {"mean, signed", kMean, 12, kSigned, {{-500, 2}, {500, 2}}, 0, 1500, 0},
+    // low = (2048 + 250) / 10 = 229 in bins, and -2000 lies in bin 48.
+    {"mean, signed, low values left out", kMean, 12, kSigned, {{-2000, 1}, {1000, 3}}, 1, 0, 1000},
+    {"mean, deviation 0.5 truncated", kMean, 16, kUnsigned, {{0, 1}, {1, 1}}, 0, 0, 0},
+    {"mean, centre -3.5 truncated towards 0", kMean, 16, kSigned, {{-3, 1}, {-4, 1}}, 0, 0, -3},
+    {"mean, bits above the depth do not count", kMean, 12, kUnsigned, {{4097, 1}, {1, 1}}, 0, 0, 1},
+    // 65535 squared is 65534 * 65536 as a float: the variance is -1.
+    {"mean, negative variance", kMean, 16, kUnsigned, {{65535, 3}}, 0, 0, 65535},
+
+    // 1212 pixels: 12 off below, 30 off above, once 99..101 are gone.
+    {"cuts, a spike takes its neighbours along", kCuts, 8, kUnsigned,
+     span_of(10, 29, 10) + Histogram{{99, 5}, {100, 1000}, {101, 7}}, 1, 17, 19},
+    {"cuts, 19 spikes go", kCuts, 8, kUnsigned, span_of(10, 28, 10) + Histogram{{50, 4}}, 1, 1, 50},
+    {"cuts, 20 spikes stay", kCuts, 8, kUnsigned, span_of(10, 29, 10) + Histogram{{50, 4}}, 1, 20, 20},
+    {"cuts, half of the peak is no spike", kCuts, 16, kUnsigned, {{50, 100}, {60, 50}}, 1, 1, 60},
+    {"cuts, uniform, signed", kCuts, 12, kSigned, {{-5, 100}}, 1, 1, -5},
+    {"cuts, few pixels: nothing cut", kCuts, 16, kUnsigned, {{10, 1}, {20, 1}, {30, 1}}, 1, 21, 20},
+    // 100 of 10020 pixels to go, and 20 left.
+    {"cuts, everything cut", kCuts, 16, kUnsigned, {{50, 10000}, {100, 20}}, 1, 0, 101},
+    {"cuts, lower end", kCuts, 8, kUnsigned, {{0, 1000}, {1, 3}, {200, 10}, {201, 10}}, 1, 0, 200},
+    {"cuts, upper end", kCuts, 16, kUnsigned, {{65535, 1000}, {65534, 3}, {200, 10}, {201, 10}}, 1, 0, 200},
+
+    {"range, 16 bits: 99.5%", kRange, 16, kUnsigned, {{5, 10}, {100, 900}, {200, 97}, {300, 3}}, 1, 194, 103},
+    {"range, 16 bits: just 99.5%", kRange, 12, kUnsigned, {{5, 1}, {100, 995}, {200, 5}}, 1, 94, 53},
+    {"range, 16 bits: one value", kRange, 9, kUnsigned, {{50, 9}}, 1, 0, 51},
+    {"range, 16 bits: one value, signed", kRange, 12, kSigned, {{-5, 9}}, 1, 0, -4},
+    {"range, 16 bits: signed", kRange, 12, kSigned, {{-100, 1}, {-50, 1}, {51, 199}}, 1, 150, -24},
+    {"range, 16 bits: centre -8.5 truncated", kRange, 12, kSigned, {{-10, 1}, {-8, 1}}, 1, 1, -8},
+    {"range, 16 bits: highest value", kRange, 16, kUnsigned, {{65535, 5}}, 1, 0, 65535},
+    {"range, 8 bits: one more to each side", kRange, 8, kUnsigned, {{10, 1}, {20, 1}}, 1, 12, 15},
+    {"range, 8 bits: zeros only", kRange, 8, kUnsigned, {{0, 9}}, 1, 0, 254},
+    {"range, 8 bits: zeros do not count", kRange, 8, kUnsigned, {{0, 5}, {100, 1}}, 1, 2, 100},
+    {"range, 8 bits: 255 only", kRange, 8, kUnsigned, {{255, 1}}, 1, 1, 254},
+    {"range, 8 bits: signed, centre in bins", kRange, 8, kSigned, {{-28, 1}, {22, 1}}, 1, 52, 125},
+};
+
+TEST(Calculators, MeasureByHand) {
+    ZEV_AutoWindowing windowing;
+    for (const MeasureCase& c : kMeasureCases) {
+        SCOPED_TRACE(c.name);
+        refhost::MemoryRaster raster = rasters::Of(c.bits, c.isSigned, c.histogram);
+        int width = -7, center = -7;
+        EXPECT_EQ(windowing.Calc(&raster, 0, 0, raster.m_Width, 1, c.skipLow, &width, &center, c.modality),
+                  0);
+        EXPECT_EQ(width, c.width);
+        EXPECT_EQ(center, c.center);
+        EXPECT_EQ(raster.LockDepth(), 0);
+    }
+}
+
+TEST(Calculators, ChosenByModality) {
+    // Mean 20 and deviation 8.16; all of 10 to 30; from 11 on.
+    const struct {
+        int modality;
+        int width;
+    } cases[] = {{0, 21}, {1, 24},  {2, 24},  {3, 24},  {4, 19}, {5, 24},
+                 {9, 24}, {10, 21}, {11, 24}, {-1, 24}, {15, 24}};
+    refhost::MemoryRaster raster = rasters::Of(12, kUnsigned, Histogram{{10, 1}, {20, 1}, {30, 1}});
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.modality);
+        int width = -7, center = -7;
+        KIT_Rect whole(0, 0, 1, 3);
+        EXPECT_EQ(
+            ZEV_AutoWindowing().Calc(&raster, &width, &center, &whole, static_cast<Modality>(c.modality)), 0);
+        EXPECT_EQ(width, c.width);
+        EXPECT_EQ(center, 20);
+    }
+}
+
+TEST(Calculators, Regions) {
+    // 8 by 8: the middle 4 by 4 pixels hold 50, the upper left one 90, all others 200.
+    std::vector<int> values(64, 200);
+    for (std::size_t y = 2; y < 6; ++y) {
+        for (std::size_t x = 2; x < 6; ++x) values[y * 8 + x] = 50;
+    }
+    values[0] = 90;
+    refhost::MemoryRaster raster = rasters::Of(8, 8, 8, kUnsigned, values);
+    const struct {
+        const char* name;
+        Modality modality;
+        KIT_Rect rect;  // top, left, bottom, right
+        int width;
+        int center;
+    } cases[] = {
+        {"mean: middle half", kMean, KIT_Rect(), 0, 50},
+        {"range: whole raster", kRange, KIT_Rect(), 152, 125},
+        {"mean: one pixel", kMean, KIT_Rect(0, 0, 1, 1), 0, 90},
+        {"mean: top and left apart", kMean, KIT_Rect(2, 0, 6, 2), 0, 200},
+        {"range: clipped", kRange, KIT_Rect(-100, -5, 1, 2), 112, 145},
+        {"range: clipped at the far ends", kRange, KIT_Rect(7, 7, INT_MAX, INT_MAX), 2, 200},
+        {"cuts: clipped region counts", kCuts, KIT_Rect(INT_MIN, INT_MIN, 1, 2), 111, 145},
+        {"cuts: nothing inside", kCuts, KIT_Rect(8, 0, 20, 8), -256, 128},
+        {"range: nothing inside", kRange, KIT_Rect(3, 5, 4, 5), 0, 254},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        int width = -7, center = -7;
+        KIT_Rect rect = c.rect;
+        EXPECT_EQ(ZEV_AutoWindowing().Calc(&raster, &width, &center, &rect, c.modality), 0);
+        EXPECT_EQ(width, c.width);
+        EXPECT_EQ(center, c.center);
+    }
+    int width = 0, center = 0;
+    EXPECT_EQ(ZEV_AutoWindowing().Calc(&raster, &width, &center, nullptr, kMean), 0);
+    EXPECT_EQ(center, 50);
+
+    // 3 by 3: three quarters of 3 are 2, a quarter is 0.
+    refhost::MemoryRaster small = rasters::Of(3, 3, 8, kUnsigned, {10, 10, 200, 10, 10, 200, 200, 200, 200});
+    EXPECT_EQ(ZEV_AutoWindowing().Calc(&small, &width, &center, nullptr, kMean), 0);
+    EXPECT_EQ(center, 10);
+    EXPECT_EQ(width, 0);
+}
+
+TEST(Calculators, Refusals) {
+    refhost::MemoryRaster good(4, 4, 12, kUnsigned), trueColor = refhost::MemoryRaster::TrueColor(4, 4);
+    refhost::MemoryRaster noPixels, noWidth(4, 4, 12, kUnsigned), negative(4, 4, 12, kUnsigned);
+    refhost::MemoryRaster deep(4, 4, 12, kUnsigned), flat(4, 4, 12, kUnsigned);
+    noPixels.m_Width = noPixels.m_Height = 4;
+    noWidth.m_Width = 0, negative.m_Height = -4, deep.m_BitsPerPixel = 17, flat.m_BitsPerPixel = 0;
+    const std::string base = "3 ZEV_AWBaseCalc::Calc ";
+    const std::string palette =
+        base + " Can not calcultae automatic widnowing if pixel format is not PALETTE \n";
+    const struct {
+        const char* name;
+        KIT_Raster* raster;
+        Modality modality;
+        bool byRect;
+        std::string line;
+    } cases[] = {
+        {"null, coordinates", nullptr, kMean, false, base + " The raster is NULL \n"},
+        {"null, rectangle, mean", nullptr, kMean, true, "3 ZEV_AWCalc::Calc  The raster is NULL \n"},
+        {"null, rectangle, MR", nullptr, SPC_Modality::MODALITY_MR, true,
+         "3 ZEV_AWCalcMR::Calc  The raster is NULL \n"},
+        {"null, rectangle, cuts", nullptr, kCuts, true, base + " The raster is NULL \n"},
+        {"true colour", &trueColor, kCuts, true, palette},
+        {"no pixels", &noPixels, kMean, true, base + " Wrong raster \n"},
+        {"width 0", &noWidth, kRange, true, base + " Wrong raster \n"},
+        {"negative height", &negative, kRange, true, base + " Wrong raster \n"},
+        {"17 bits", &deep, kMean, true, base + " Wrong raster \n"},
+        {"0 bits", &flat, kMean, true, base + " Wrong raster \n"},
+        {"mean of nothing", &good, kMean, false, ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        support::LogCapture log;
+        int width = -7, center = -8;
+        KIT_Rect rect;
+        EXPECT_EQ(c.byRect ? ZEV_AutoWindowing().Calc(c.raster, &width, &center, &rect, c.modality)
+                           : ZEV_AutoWindowing().Calc(c.raster, 2, 0, 2, 4, 1, &width, &center, c.modality),
+                  -1);
+        EXPECT_EQ(width, -7);
+        EXPECT_EQ(center, -8);
+        EXPECT_EQ(log.lines, c.line.empty() ? std::vector<std::string>() : std::vector<std::string>{c.line});
+        if (auto* memory = dynamic_cast<refhost::MemoryRaster*>(c.raster)) {
+            EXPECT_EQ(memory->LockDepth(), 0);
+        }
+    }
+    int width = 0;
+    EXPECT_EQ(ZEV_AutoWindowing().Calc(&good, 0, 0, 4, 4, 1, &width, nullptr, kMean), -1);
+}
+
+TEST(Calculators, SeveralThreads) {
+    std::vector<int> results(4, -7);
+    std::vector<std::thread> threads;
+    for (int& center : results) {
+        threads.emplace_back([&center] {
+            refhost::MemoryRaster raster = rasters::Of(16, kUnsigned, Histogram{{100, 200}, {300, 200}});
+            int width = 0;
+            for (int i = 0; i < 20; ++i) {
+                ZEV_AutoWindowing().Calc(&raster, 0, 0, 400, 1, 0, &width, &center, kMean);
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(results, std::vector<int>(4, 200));
+}
+
+}  // namespace

@@ -1,0 +1,96 @@
+#include <DICOM/Dicom_CS.h>
+#include <HST/HST_AutoWindow.h>
+#include <gtest/gtest.h>
+
+#include "rasters.h"
+
+namespace {
+
+using rasters::Histogram;
+constexpr int kNone = -100000;
+
+TEST(HostWindow, Percentiles) {
+    // 1 to 200: the third pixel from either end is beyond 1% of 199.
+    Histogram ramp;
+    for (int value = 1; value <= 200; ++value) ramp.emplace_back(value, 1);
+    const struct {
+        const char* name;
+        int bits;
+        bool isSigned;
+        Histogram histogram;
+        int padding, limit;
+        bool fullRange;
+        double width, center;
+    } cases[] = {
+        {"1% off at each end", 16, false, ramp, kNone, kNone, false, 197, 100.5},
+        {"full range", 16, false, ramp, kNone, kNone, true, 199, 100.5},
+        {"bytes", 8, false, ramp, kNone, kNone, true, 199, 100.5},
+        {"few pixels: nothing off", 12, true, {{-50, 1}, {49, 1}}, kNone, kNone, false, 99, -0.5},
+        {"one value: width 1", 12, true, {{-50, 9}}, kNone, kNone, false, 1, -50},
+        {"signed bytes", 8, true, {{-128, 1}, {127, 1}}, kNone, kNone, false, 255, -0.5},
+        {"one padding value", 16, true, {{-2000, 500}, {0, 1}, {100, 1}}, -2000, -2000, false, 100, 50},
+        {"padding range, ends swapped",
+         16,
+         false,
+         {{0, 9}, {5, 9}, {10, 9}, {30, 1}, {40, 1}},
+         10,
+         0,
+         true,
+         10,
+         35},
+        {"padding outside the pixels' range", 8, false, {{0, 1}, {255, 1}}, -30000, -5, true, 255, 127.5},
+        {"padding over the end", 8, false, {{0, 1}, {20, 1}, {255, 1}}, 100, 30000, true, 20, 10},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        refhost::MemoryRaster raster = rasters::Of(c.bits, c.isSigned, c.histogram);
+        HST_AutoWindow window;
+        EXPECT_EQ(window.AutoWindowing(raster.GetPixels(), 0, 0, raster.m_Width, 1, raster.m_Width,
+                                       Dicom_CS("CT", nullptr), false, c.bits, c.padding, c.limit, c.isSigned,
+                                       c.fullRange),
+                  0);
+        EXPECT_EQ(window.m_Width, c.width);
+        EXPECT_EQ(window.m_Center, c.center);
+    }
+}
+
+TEST(HostWindow, RegionWithinRows) {
+    refhost::MemoryRaster raster = rasters::Of(3, 3, 16, false, {9, 9, 9, 9, 20, 40, 9, 30, 25});
+    HST_AutoWindow window;
+    EXPECT_EQ(window.AutoWindowing(raster.GetPixels(), 1, 1, 3, 3, 3, Dicom_CS(), false, 16, kNone, kNone,
+                                   false, true),
+              0);
+    EXPECT_EQ(window.m_Width, 20);
+    EXPECT_EQ(window.m_Center, 30);
+}
+
+TEST(HostWindow, Refusals) {
+    unsigned short pixels[4] = {7, 7, 7, 7};
+    const struct {
+        const char* name;
+        void* pixels;
+        int x0, y0, x1, y1, rowLength, bits, padding;
+    } cases[] = {
+        {"null", nullptr, 0, 0, 2, 2, 2, 16, kNone},
+        {"0 bits", pixels, 0, 0, 2, 2, 2, 0, kNone},
+        {"17 bits", pixels, 0, 0, 2, 2, 2, 17, kNone},
+        {"no columns", pixels, 1, 0, 1, 2, 2, 16, kNone},
+        {"no rows", pixels, 0, 2, 2, 1, 2, 16, kNone},
+        {"before the row", pixels, -1, 0, 2, 2, 2, 16, kNone},
+        {"above", pixels, 0, -1, 2, 2, 2, 16, kNone},
+        {"beyond the row", pixels, 0, 0, 3, 1, 2, 16, kNone},
+        {"nothing but padding", pixels, 0, 0, 2, 2, 2, 16, 7},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        HST_AutoWindow window;
+        window.m_Center = window.m_Width = -7;
+        EXPECT_NE(window.AutoWindowing(c.pixels, c.x0, c.y0, c.x1, c.y1, c.rowLength, Dicom_CS(), true,
+                                       c.bits, c.padding, c.padding, false, false),
+                  0);
+        EXPECT_EQ(window.m_Center, -7);
+        EXPECT_EQ(window.m_Width, -7);
+    }
+}
+
+}  // namespace

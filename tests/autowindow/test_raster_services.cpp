@@ -1,0 +1,275 @@
+#include <COM/com_error.h>
+#include <ZEV/ZEV_Params.h>
+#include <ZEV/ZEV_ReferenceRaster.h>
+#include <gtest/gtest.h>
+#include <refhost/Config.h>
+#include <refhost/ProcessedData.h>
+
+#include <chrono>
+#include <climits>
+#include <future>
+#include <string>
+#include <vector>
+
+#include "rasters.h"
+#include "support.h"
+
+namespace {
+
+/// Another thread that takes the object's raster lock for a moment. Dies after it got it.
+class Visitor {
+public:
+    explicit Visitor(ZEV_Params& params) {
+        m_Entered = std::async(std::launch::async, [&params] {
+            params.LockReferenceRaster();
+            params.UnlockReferenceRaster();
+        });
+    }
+    bool Waits() { return m_Entered.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout; }
+    bool Enters() { return m_Entered.wait_for(std::chrono::seconds(20)) == std::future_status::ready; }
+
+private:
+    std::future<void> m_Entered;
+};
+
+TEST(ReferenceRaster, OwnedGoesBeforeReferred) {
+    refhost::MemoryRaster referred(1, 1, 8, false);
+    ZEV_Params params;
+    EXPECT_EQ(params.GetReferenceRaster(), nullptr);
+    params.SetReferenceRaster(&referred, false);
+    EXPECT_EQ(params.GetReferenceRaster(), &referred);
+    auto* const owned = new refhost::MemoryRaster(1, 1, 8, false);
+    params.SetReferenceRaster(owned, true);
+    EXPECT_EQ(params.GetReferenceRaster(), owned);
+    // Handed over once more it stays alive.
+    params.SetReferenceRaster(owned, true);
+    EXPECT_EQ(params.GetReferenceRaster()->m_Width, 1);
+}
+
+TEST(ReferenceRaster, FrozenCopyPassesRastersOn) {
+    refhost::MemoryRaster raster(1, 1, 8, false);
+    ZEV_Params live, copy;
+    live.SetReferenceRaster(&raster, false);
+    copy.SetLiveParams(&live);
+    copy.SetReferenceRaster(nullptr, false);
+    EXPECT_EQ(live.GetReferenceRaster(), &raster) << "null goes on only after a raster";
+    refhost::MemoryRaster second(1, 1, 8, false);
+    copy.SetReferenceRaster(&second, false);
+    EXPECT_EQ(live.GetReferenceRaster(), &second);
+    EXPECT_EQ(copy.GetReferenceRaster(), &second);
+    copy.SetReferenceRaster(nullptr, false);
+    EXPECT_EQ(live.GetReferenceRaster(), nullptr);
+    copy.SetReferenceRaster(new refhost::MemoryRaster(1, 1, 8, false), true);
+    EXPECT_EQ(live.GetReferenceRaster(), copy.GetReferenceRaster());
+    copy.SetReferenceRaster(nullptr, false);
+    copy.SetLiveParams(nullptr);
+}
+
+TEST(ReferenceRaster, GuardHoldsOneLock) {
+    refhost::MemoryRaster raster(1, 1, 8, false);
+    ZEV_Params first, second, empty;
+    first.SetReferenceRaster(&raster, false);
+    second.SetReferenceRaster(&raster, false);
+    ZEV_ReferenceRaster guard;
+    EXPECT_EQ(guard.GetReferenceRaster(nullptr), nullptr);
+    EXPECT_EQ(guard.GetReferenceRaster(&first), &raster);
+    EXPECT_EQ(guard.GetReferenceRaster(&first), &raster);
+    EXPECT_EQ(guard.GetReferenceRaster(nullptr), &raster);
+    Visitor ofFirst(first);
+    EXPECT_TRUE(ofFirst.Waits());
+    EXPECT_EQ(guard.GetReferenceRaster(&second), &raster);
+    EXPECT_TRUE(ofFirst.Enters()) << "asked three times it had locked once";
+    Visitor ofSecond(second);
+    EXPECT_TRUE(ofSecond.Waits());
+    EXPECT_EQ(guard.GetReferenceRaster(&empty), nullptr);
+    EXPECT_TRUE(ofSecond.Enters());
+    EXPECT_TRUE(Visitor(empty).Enters()) << "no raster, no lock";
+    empty.SetReferenceRaster(&raster, false);
+    EXPECT_EQ(guard.GetReferenceRaster(nullptr), &raster) << "it tries again";
+    {
+        ZEV_ReferenceRaster shortLived(&first);
+        shortLived.GetReferenceRaster(nullptr);
+    }
+    EXPECT_TRUE(Visitor(first).Enters());
+}
+
+struct RangeCase {
+    const char* name;
+    int width, height, bits;
+    bool isSigned;
+    int from, to;
+    int range;
+    const char* line;
+};
+
+TEST(PixelRange, Samples) {
+    // Row y holds 1000 y + x, so that the outcome tells which pixels were read.
+    const RangeCase cases[] = {
+        // Rows 3 to 5, n = (10 - 0 - 1) / 2 = 4 from column 2: 5005 - 3002.
+        {"three rows", 10, 8, 16, false, 0, 10, 2003, ""},
+        {"13 bits", 10, 8, 13, true, 0, 10, 2003, ""},
+        {"12 bits stay unknown", 10, 8, 12, false, 0, 10, -1, ""},
+        {"part of the row", 10, 8, 16, false, 4, 8, 2000, ""},
+        {"from -1: whole row", 10, 8, 16, false, -1, 4, 2003, ""},
+        {"to beyond: whole row", 10, 8, 16, false, 9, 11, 2003, ""},
+        {"far ends", 10, 8, 16, false, 5, INT_MIN, 0,
+         "4 ZEV_Params::CalcPixelRange CalcPixelRange: no data found, setting range to 0\n"},
+        {"3 columns: one pixel a row", 3, 8, 16, false, 0, 3, 2000, ""},
+        {"2 columns: none", 2, 8, 16, false, 0, 2, 0, "3 ZEV_Params::CalcPixelRange no data found\n"},
+        {"1 column", 1, 8, 16, false, 0, 1, 0,
+         "4 ZEV_Params::CalcPixelRange CalcPixelRange: no data found, setting range to 0\n"},
+        {"one row", 10, 1, 16, false, 0, 10, 3, ""},
+        {"two rows", 10, 2, 16, false, 0, 10, 1003, ""},
+        {"three rows only", 10, 3, 16, false, 0, 10, 2003, ""},
+    };
+    for (const RangeCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        refhost::MemoryRaster raster(c.width, c.height, c.bits, c.isSigned);
+        // Exactly 16-bit words, also for the depth that is not read.
+        for (int i = 0; i < c.width * c.height; ++i) {
+            rasters::Set(raster, static_cast<std::size_t>(i), 1000 * (i / c.width) + i % c.width);
+        }
+        ZEV_Params params;
+        params.SetReferenceRaster(&raster, false);
+        support::LogCapture log;
+        params.CalcPixelRange(nullptr, c.from, c.to);
+        EXPECT_EQ(params.GetPixelRange(), c.range);
+        EXPECT_EQ(log.lines, *c.line == 0 ? std::vector<std::string>() : std::vector<std::string>{c.line});
+        EXPECT_EQ(raster.LockDepth(), 0);
+        // Known ranges stay.
+        if (c.range != -1) {
+            params.SetReferenceRaster(nullptr, false);
+            params.CalcPixelRange(nullptr, 0, 1);
+            EXPECT_EQ(params.GetPixelRange(), c.range);
+        }
+    }
+}
+
+TEST(PixelRange, EndsAndRescale) {
+    const struct {
+        bool isSigned;
+        float slope;
+        bool useRescale;
+        int range;
+    } cases[] = {{false, 2.0f, true, 131070},
+                 {false, 2.0f, false, 65535},
+                 {false, -0.5f, true, -32767},
+                 {true, 1.0f, true, 1},
+                 {false, 1e30f, true, INT_MAX}};
+    // 6 columns: n = 2 from column 1: the values 65535 (or -1) and 0.
+    refhost::MemoryRaster raster(6, 1, 16, false);
+    rasters::Set(raster, 1, 65535);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.slope);
+        raster.m_bSigned = c.isSigned;
+        ZEV_Params params;
+        params.SetRescaleSlope(c.slope);
+        params.SetUseRescale(c.useRescale);
+        params.SetReferenceRaster(&raster, false);
+        params.CalcPixelRange(nullptr, 0, 6);
+        EXPECT_EQ(params.GetPixelRange(), c.range);
+    }
+
+    refhost::MemoryRaster none;
+    none.m_BitsPerPixel = 16, none.m_Width = none.m_Height = 4;
+    ZEV_Params params;
+    params.CalcPixelRange(nullptr, 0, 4);
+    EXPECT_EQ(params.GetPixelRange(), -1) << "no raster";
+    params.SetReferenceRaster(&none, false);
+    support::LogCapture log;
+    params.CalcPixelRange(nullptr, 0, 4);
+    EXPECT_EQ(params.GetPixelRange(), -1);
+    EXPECT_TRUE(log.Has("3 ZEV_Params::CalcPixelRange Raster has no data!\n"));
+    EXPECT_EQ(none.LockDepth(), 0);
+}
+
+TEST(PixelRange, FromProcessedData) {
+    const struct {
+        const char* name;
+        bool hasData;
+        bool withdrawn;
+        int value;
+        int range;
+        const char* line;
+    } cases[] = {
+        {"known", true, false, 500, 1000, ""},
+        {"65536 is accepted", true, false, 65536, 131072, ""},
+        {"beyond 16 bits", true, false, 65537, 131072,
+         "3 ZEV_Params::CalcPixelRange values in pixel data exceed 16 bit\n"},
+        {"unknown", true, false, 0, 0, "3 ZEV_Params::CalcPixelRange no data found\n"},
+        {"cannot be locked", true, true, 500, 0, "3 ZEV_Params::CalcPixelRange no data found\n"},
+        {"no data", false, false, 500, 0, "3 ZEV_Params::CalcPixelRange no data found\n"},
+    };
+    refhost::MemoryRaster raster(6, 6, 16, false);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        refhost::ProcessedData data(c.value);
+        if (c.withdrawn) data.Withdraw();
+        SRC_IImageDataSourcePtr source = refhost::MakeProcessedDataSource(c.hasData ? &data : nullptr);
+        ZEV_Params params;
+        params.SetRescaleSlope(2.0f);
+        params.SetReferenceRaster(&raster, false);
+        support::LogCapture log;
+        params.CalcPixelRange(source, 0, 6);
+        EXPECT_EQ(params.GetPixelRange(), c.range);
+        EXPECT_EQ(log.lines, *c.line == 0 ? std::vector<std::string>() : std::vector<std::string>{c.line});
+        EXPECT_EQ(source->AddRef(), 2u) << "the interface went back";
+        source->Release();
+    }
+    // A source without the interface counts as none: the raster is sampled.
+    SRC_IImageDataSourcePtr plain = refhost::MakePlainDataSource();
+    rasters::Set(raster, 3 * 6 + 2, 70);
+    ZEV_Params params;
+    params.SetReferenceRaster(&raster, false);
+    params.CalcPixelRange(plain, 0, 6);
+    EXPECT_EQ(params.GetPixelRange(), 70);
+}
+
+/// A source whose question for an interface fails.
+struct BrokenSource : SRC_IImageDataSource {
+    HRESULT QueryInterface(const IID&, void** object) override {
+        *object = nullptr;
+        return E_FAIL;
+    }
+    ULONG AddRef() override { return 1; }
+    ULONG Release() override { return 1; }
+};
+
+TEST(PixelRange, FailedQueryIsRaised) {
+    BrokenSource source;
+    ZEV_Params params;
+    EXPECT_THROW(params.CalcPixelRange(&source, 0, 1), _com_error);
+    EXPECT_EQ(params.GetPixelRange(), -1);
+}
+
+/// The switch is read once per process, so each case gets its own.
+int exit_code_of_switch(const char* config, HRESULT failure) {
+    ZEV_Params params;
+    refhost::LoadConfigText(config, "test");
+    support::LogCapture log;
+    refhost::FailConfigReads(failure);
+    bool raised = false, first = false;
+    try {
+        first = params.ShouldUseFullRange();
+    } catch (const _com_error&) {
+        raised = true;
+    }
+    refhost::FailConfigReads(S_OK);
+    refhost::LoadConfigText("{\"settings\":{\"windowing\":{\"always_window_full_range\":1}}}", "later");
+    const bool second = ZEV_Params().ShouldUseFullRange();
+    const std::string line =
+        std::string("5 ZEV_Params::ShouldUseFullRange Auto windowing - window full range? ") +
+        (first ? "YES\n" : "NO\n");
+    const bool logged = raised ? log.lines.empty() : log.lines == std::vector<std::string>{line};
+    return (raised ? 1 : 0) + (first ? 2 : 0) + (second ? 4 : 0) + (logged ? 8 : 0);
+}
+
+TEST(FullRangeSwitch, IsReadOnce) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const char* const on = "{\"settings\":{\"windowing\":{\"always_window_full_range\":5}}}";
+    EXPECT_EXIT(std::exit(exit_code_of_switch(on, S_OK)), testing::ExitedWithCode(2 + 4 + 8), "");
+    EXPECT_EXIT(std::exit(exit_code_of_switch("{}", S_OK)), testing::ExitedWithCode(8), "");
+    EXPECT_EXIT(std::exit(exit_code_of_switch(on, E_FAIL)), testing::ExitedWithCode(1 + 8), "");
+}
+
+}  // namespace

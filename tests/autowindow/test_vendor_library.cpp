@@ -1,0 +1,131 @@
+#include <KIT/KIT_Rect.h>
+#include <ZEV/ZEV_AutoWindowing.h>
+#include <gtest/gtest.h>
+#include <refhost/Libraries.h>
+#include <refhost/Texts.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "rasters.h"
+#include "support.h"
+#include "zev_aw_calculators.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string kBuiltName = "vexor_MRI_WL__decorated_name_here_";
+const std::string kRealName = "?vexor_MRI_WL@@YAHPAGGGHAAH1AAG2@Z";
+
+/// A directory of its own that LoadLibraryW looks into, and a vendor name, while it lives.
+class VendorLibrary : public testing::Test {
+protected:
+    VendorLibrary() : m_Directory(fs::temp_directory_path() / ("zev_vendor_" + std::to_string(getpid()))) {
+        fs::create_directories(m_Directory);
+        refhost::SetLibraryDirectory(m_Directory.string());
+        refhost::SetVendorName(L"vexor");
+    }
+    ~VendorLibrary() override {
+        refhost::SetVendorName(L"");
+        refhost::SetLibraryDirectory("");
+        fs::remove_all(m_Directory);
+    }
+    /// Puts the built library there, its entry point under `name`.
+    void Install(const std::string& name) {
+        const fs::path built = fs::read_symlink("/proc/self/exe").parent_path() / "vendor_library.dll";
+        std::ifstream in(built, std::ios::binary);
+        std::string bytes{std::istreambuf_iterator<char>(in), {}};
+        ASSERT_FALSE(bytes.empty()) << built;
+        for (std::size_t at = 0; (at = bytes.find(kBuiltName, at)) != std::string::npos; ++at) {
+            bytes.replace(at, kBuiltName.size(), name);
+        }
+        std::ofstream(m_Directory / "vexor_MRI_WL.dll", std::ios::binary) << bytes;
+    }
+    /// The result, width and centre of the region form.
+    std::vector<int> Measure(KIT_Raster* raster, KIT_Rect rect = KIT_Rect()) {
+        int width = -7, center = -7;
+        const int result =
+            ZEV_AutoWindowing().Calc(raster, &width, &center, &rect, SPC_Modality::MODALITY_MR);
+        return {result, width, center};
+    }
+
+    // Mean 45 over all six pixels, of which the middle half is the second one of the first row.
+    refhost::MemoryRaster m_Raster = rasters::Of(3, 2, 12, false, {10, 40, 40, 60, 60, 60});
+    fs::path m_Directory;
+};
+
+TEST_F(VendorLibrary, TakesOverOnceItCanBeLoaded) {
+    const std::vector<int> statistics = Measure(&m_Raster);
+    ASSERT_NE(statistics[1], 321);
+    ASSERT_EQ(statistics[0], 0);
+    // The failed load is tried again.
+    Install(kRealName);
+    // Width 3, height 2, the constant 1; first pixel; the two references came as 0.
+    const std::vector<int> vendor = {0, 3 * 100 + 2 * 10 + 1, 10};
+    EXPECT_EQ(Measure(&m_Raster), vendor);
+    EXPECT_EQ(Measure(&m_Raster, KIT_Rect(1, 1, 2, 2)), vendor) << "it always sees the whole raster";
+    EXPECT_EQ(m_Raster.LockDepth(), 0);
+
+    refhost::MemoryRaster colored = rasters::Of(3, 2, 12, false, {10, 40, 40, 60, 60, 60});
+    colored.m_PixelFormat = 1;
+    EXPECT_EQ(Measure(&colored), vendor) << "the pixel format plays no part";
+
+    support::LogCapture log;
+    refhost::MemoryRaster empty;
+    empty.m_BitsPerPixel = 12, empty.m_Width = empty.m_Height = 1;
+    EXPECT_EQ(Measure(&empty), (std::vector<int>{-1, -7, -7}));
+    EXPECT_EQ(empty.LockDepth(), 0);
+    EXPECT_TRUE(log.lines.empty());
+
+    int width = 0, center = 0;
+    EXPECT_EQ(ZEV_AutoWindowing().Calc(&m_Raster, 0, 0, 3, 2, 0, &width, &center, SPC_Modality::MODALITY_MR),
+              0);
+    EXPECT_EQ(center, 45) << "coordinates never reach it";
+
+    // Where it has no say.
+    for (const int bits : {8, 17}) {
+        refhost::MemoryRaster other(3, 2, 8, false);
+        other.m_BitsPerPixel = bits;
+        EXPECT_NE(Measure(&other)[1], vendor[1]) << bits;
+    }
+    for (const wchar_t* name : {L"VEXOR", L"vexor ", L"vexo", L"", static_cast<const wchar_t*>(nullptr)}) {
+        refhost::SetVendorName(name);
+        EXPECT_EQ(Measure(&m_Raster), statistics);
+    }
+    refhost::SetVendorName(L"vexor");
+    KIT_Rect none;
+    EXPECT_EQ(ZEV_AutoWindowing().Calc(&m_Raster, &width, &center, &none, SPC_Modality::MODALITY_CT), 0);
+    EXPECT_EQ(width, statistics[1]) << "another modality";
+}
+
+// A library stays loaded, so this needs a process of its own.
+TEST_F(VendorLibrary, WithoutTheEntryPointStatisticsDecide) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto run = [this] {
+        const std::vector<int> statistics = Measure(&m_Raster);
+        Install(kBuiltName);
+        const bool same = Measure(&m_Raster) == statistics && Measure(&m_Raster) == statistics;
+        fs::remove_all(m_Directory);
+        std::exit(same ? 0 : 1);
+    };
+    EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
+}
+
+// A calculator may replace one form only.
+TEST(CalculatorSlots, RegionFormCallsTheCoordinateForm) {
+    struct Spy : ZEV_AWCalcNM {
+        int Calc(KIT_Raster*, int, int, int, int, int, int*, int*) override { return ++coordinates; }
+        using ZEV_AWCalcNM::Calc;
+        int coordinates = 0;
+    } spy;
+    refhost::MemoryRaster raster(2, 2, 8, false);
+    int width = 0, center = 0;
+    EXPECT_EQ(static_cast<ZEV_AWBaseCalc&>(spy).Calc(&raster, &width, &center, nullptr), 1);
+}
+
+}  // namespace
