@@ -3,6 +3,7 @@
 #include <COM/bstr.h>
 #include <SPC/SPC_Modality.h>
 #include <ZEV/ZEV_Export.h>
+#include <ZEV/ZEV_WindowingUnits.h>
 
 #include <map>
 #include <utility>
@@ -48,6 +49,15 @@ public:
     int UpdateFromDicom(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* params, OBJ_Msg* ddpMsg,
                         bool bHeaderOnly, bool bForce, KIT_BaseParamsVec* vec);
 
+    /// Applies a preset as the window: `units` of the numbers, -1 for a number that is not given. If both
+    /// ends and both centre and width are given, the ends count. SUV and percentages are brought to the units
+    /// of the window by the view's SPC_MeasurementUnitsParams, and real-world values where the configuration
+    /// says that windows are told in them. A VOI LUT selection ends. False, with nothing changed, for null
+    /// `params` or when the image lacks what the units need; true without a complete pair, when only the
+    /// selection ends. `vec` may be null.
+    static bool SetWindowingPresetValues(ZEV_Params* params, KIT_BaseParamsVec* vec, long min, long max,
+                                         long center, long width, ZEV_WindowingUnits::Units units);
+
     /// The automatic window that was put into the message, in stored pixel values, truncated. False, with the
     /// outputs untouched, unless width and centre are both there. A null argument gives false.
     static bool GetAutoWinValuesForImage(OBJ_Msg* msg, int* width, int* center);
@@ -67,8 +77,11 @@ private:
     static std::pair<float, float> translate_maxmin_to_centerwidth(std::pair<float, float> maxMin);
     bool UpdateFromDDP(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* params, OBJ_Msg* ddpMsg, KIT_BaseParamsVec* vec);
     void set_default_colormap(_bstr_t uid, ZEV_Params* params, KIT_BaseParamsVec* vec);
+    void set_default_windowing_preset(_bstr_t name, ZEV_Params* params, KIT_BaseParamsVec* vec);
     ZEV_ColorMap* read_color_map(OBJ_Msg* msg);
+    void write_color_map(OBJ_Msg* msg, ZEV_Params* params);
 
     static std::map<SPC_Modality::MODALITY, bool> s_MinMaxScaleDefaults;
     static std::map<SPC_Modality::MODALITY, _bstr_t> s_DefaultColorMaps;
+    static int s_ApplyRealWorld;  ///< "gra\apply_real_world_to_window"; negative until it is read
 };

@@ -260,7 +260,5 @@ int ZEV_Dicom::UpdateFromDicom(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* par
     return 0;
 }
 
-// Saved display parameters and colour maps by identity have no source here yet.
+// Saved display parameters have no source here yet.
 bool ZEV_Dicom::UpdateFromDDP(OBJ_Msg*, KIT_Raster*, ZEV_Params*, OBJ_Msg*, KIT_BaseParamsVec*) { return true; }
-void ZEV_Dicom::set_default_colormap(_bstr_t, ZEV_Params*, KIT_BaseParamsVec*) {}
-ZEV_ColorMap* ZEV_Dicom::read_color_map(OBJ_Msg*) { return nullptr; }

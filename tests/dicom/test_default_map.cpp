@@ -1,0 +1,257 @@
+#include <KIT/KIT_BaseParamsVec.h>
+#include <SPC/SPC_MeasurementUnitsParams.h>
+#include <ZEV/ZEV_ColorMap.h>
+#include <ZEV/ZEV_Dicom.h>
+#include <ZEV/ZEV_Presets.h>
+#include <ZEV/ZEV_ProcedureColorMaps.h>
+#include <gtest/gtest.h>
+#include <refhost/Config.h>
+
+#include "support.h"
+
+namespace {
+
+/// Reaches two private operations: an explicit instantiation may name what is private.
+using ByName = void (ZEV_Dicom::*)(_bstr_t, ZEV_Params*, KIT_BaseParamsVec*);
+template <ByName MAP, ByName PRESET>
+struct Reach {
+    friend ByName map_operation() { return MAP; }
+    friend ByName preset_operation() { return PRESET; }
+};
+ByName map_operation();
+ByName preset_operation();
+template struct Reach<&ZEV_Dicom::set_default_colormap, &ZEV_Dicom::set_default_windowing_preset>;
+
+/// 1 Bq/ml is 1/1000 SUV by body weight: 50 MBq in 50 kg, told for the moment of the injection.
+support::Message pet_message() {
+    support::Message msg;
+    msg.Text(0x00080060, "CS", "PT").Text(0x00101030, "DS", "50").Text(0x00541001, "CS", "BQML");
+    msg.Text(0x00541102, "CS", "ADMIN");
+    const std::string dose = "50000000";
+    msg.AddItem(Dicom_Tag(0x00540016))->PutBytes(Dicom_Tag(0x00181074), "DS", dose.data(), dose.size());
+    return msg;
+}
+
+class DefaultMap : public testing::Test {
+protected:
+    DefaultMap() : vec(L"view"), modality(SPC_Modality::MODALITY_PT) {
+        const support::Message msg = pet_message();
+        units = SPC_MeasurementUnitsParams(&msg);
+        vec.Append(&modality);
+        vec.Append(&params);
+        params.InitCenter(100);
+        params.InitWidth(50);
+        ZEV_ProcedureColorMapsList::GetInstance()->clearAndDestroy();
+    }
+    ~DefaultMap() override {
+        ZEV_ProcedureColorMapsList::GetInstance()->clearAndDestroy();
+        refhost::UseBuiltinConfig();
+    }
+    static ZEV_ProcedureColorMaps* AddMaps(std::initializer_list<std::pair<const wchar_t*, bool>> maps) {
+        auto* const set = new ZEV_ProcedureColorMaps(L"PT");
+        for (const auto& [uid, suv] : maps) {
+            auto* const map = new ZEV_ColorMap;
+            map->SetUID(uid);
+            map->SetIsSUVType(suv);
+            set->AddColorMap(map, L"");
+        }
+        ZEV_ProcedureColorMapsList::GetInstance()->append(set);
+        return set;
+    }
+    void SetMap(const wchar_t* uid, KIT_BaseParamsVec* view) {
+        (ZEV_Dicom().*map_operation())(uid, &params, view);
+    }
+    void SetPreset(const wchar_t* name) { (ZEV_Dicom().*preset_operation())(name, &params, &vec); }
+    std::pair<int, int> Window() { return {params.GetCenter(), params.GetWidth()}; }
+
+    SPC_MeasurementUnitsParams units;
+    KIT_BaseParamsVec vec;
+    SPC_Modality modality;
+    ZEV_Params params;
+};
+
+using W = std::pair<int, int>;
+
+TEST_F(DefaultMap, OfSeveralMapsTheLastAndTheSuvScale) {
+    ZEV_ProcedureColorMaps* const first = AddMaps({{L"suv", true}, {L"plain", false}, {L"plain", false}});
+    ZEV_ProcedureColorMaps* const second = AddMaps({{L"suv", true}});
+    SetMap(L"plain", &vec);
+    EXPECT_EQ(params.GetColorMap(), first->GetColorMap(2));
+    SetMap(L"suv", &vec);  // without measurement units in the view
+    EXPECT_EQ(params.GetColorMap(), second->GetColorMap(0));
+    EXPECT_EQ(Window(), W(100, 50));
+
+    vec.Append(&units);
+    SetMap(L"suv", &vec);  // the UID of the last time touches no window
+    EXPECT_EQ(Window(), W(100, 50));
+    SetMap(L"none", nullptr);
+    EXPECT_EQ(Window(), W(100, 50));
+    // The map of the earlier call is still the one that the scale is set for.
+    SetMap(L"none", &vec);
+    EXPECT_EQ(params.GetColorMap(), second->GetColorMap(0));
+    EXPECT_EQ(Window(), W(5000, 10000));
+    params.SetColorMap(nullptr);
+    params.SetCenter(7);
+    SetMap(L"suv", &vec);
+    EXPECT_EQ(params.GetColorMap(), second->GetColorMap(0));
+    EXPECT_EQ(Window(), W(7, 10000));
+
+    ZEV_ProcedureColorMapsList::GetInstance()->clearAndDestroy();
+    params.SetColorMap(nullptr);
+    SetMap(L"suv", &vec);
+    EXPECT_EQ(params.GetColorMap(), nullptr);
+    (ZEV_Dicom().*map_operation())(L"suv", nullptr, &vec);
+}
+
+TEST_F(DefaultMap, PresetsByName) {
+    refhost::LoadConfigText(R"({"trees": {"windowing": {"p": [
+        {"Modality": "NM", "windowing1": {"Name": "x", "Min": 1, "Max": 2}},
+        {"Modality": "PT", "windowing1": {"Name": "x", "Min": 1, "Center": 2}, "windowing3": {"Name": "", "Min": 9, "Max": 10}},
+        {"Modality": "PT", "windowing1": {"Name": "x", "Center": 300, "Width": 200},
+         "windowing2": {"Name": "suv", "Min": 2, "Max": 4, "Units": "suv_bw"},
+         "windowing3": {"Name": "lean", "Min": 2, "Max": 4, "Units": "suv_lbm"},
+         "windowing4": {"Name": "odd", "Min": 20, "Max": 41, "Units": "SUV"}}]}}})",
+                            "test");
+    vec.Append(&units);
+    const struct {
+        const wchar_t* name;
+        SPC_Modality::MODALITY modality;
+        W window;
+    } rows[] = {
+        {L"x", SPC_Modality::MODALITY_PT, W(300, 200)},  // an incomplete one of the name is passed over
+        {L"suv", SPC_Modality::MODALITY_PT, W(3000, 2000)},
+        {L"odd", SPC_Modality::MODALITY_PT, W(30, 21)},      // units that are not known are raw
+        {L"lean", SPC_Modality::MODALITY_PT, W(100, 50)},    // needs the size
+        {L"Suv", SPC_Modality::MODALITY_PT, W(2500, 5000)},  // none of the name
+        {L"suv", SPC_Modality::MODALITY_NM, W(2500, 5000)},
+        {L"suv", SPC_Modality::MODALITY_CT, W(100, 50)},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(static_cast<const char*>(_bstr_t(row.name)));
+        params.InitCenter(100);
+        params.InitWidth(50);
+        modality = SPC_Modality(row.modality);
+        SetPreset(row.name);
+        EXPECT_EQ(Window(), row.window);
+        EXPECT_EQ(W(params.GetInitialCenter(), params.GetInitialWidth()), row.window);
+    }
+    (ZEV_Dicom().*preset_operation())(L"suv", &params, nullptr);
+    modality = SPC_Modality(SPC_Modality::MODALITY_PT);
+    (ZEV_Dicom().*preset_operation())(L"suv", nullptr, &vec);
+}
+
+TEST_F(DefaultMap, PresetValues) {
+    const auto raw = ZEV_WindowingUnits::UNITS_RAW;
+    const auto suv = ZEV_WindowingUnits::UNITS_SUV_BW;
+    const auto percent = ZEV_WindowingUnits::UNITS_PERCENTAGE_MAX_RANGE;
+    const struct {
+        const char* name;
+        long min, max, center, width;
+        ZEV_WindowingUnits::Units units;
+        bool applied;
+        W window;
+    } rows[] = {
+        {"centre and width", -1, -1, 40, 400, raw, true, W(40, 400)},
+        {"ends", -1024, 1024, -1, -1, raw, true, W(0, 2047)},
+        {"both pairs: the ends", 10, 20, 40, 400, raw, true, W(15, 10)},
+        {"neither", 10, -1, -1, 400, raw, true, W(100, 50)},
+        {"negative, rounded towards zero after the half", -1, -1, -40, 400, raw, true, W(-39, 400)},
+        {"SUV ends", 1, 3, 40, 400, suv, true, W(2000, 2000)},
+        {"SUV centre and width", -1, -1, 3, 2, suv, true, W(3000, 2000)},
+        {"no range", 0, 50, -1, -1, percent, false, W(100, 50)},
+    };
+    vec.Append(&units);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        params.InitCenter(100);
+        params.InitWidth(50);
+        EXPECT_EQ(ZEV_Dicom::SetWindowingPresetValues(&params, &vec, row.min, row.max, row.center, row.width,
+                                                      row.units),
+                  row.applied);
+        EXPECT_EQ(Window(), row.window);
+    }
+    EXPECT_FALSE(ZEV_Dicom::SetWindowingPresetValues(nullptr, &vec, 1, 2, 3, 4, raw));
+    EXPECT_FALSE(ZEV_Dicom::SetWindowingPresetValues(&params, nullptr, 1, 2, 3, 4, suv));
+    units.SetMaximalRange(-100.0, 300.0);
+    EXPECT_TRUE(ZEV_Dicom::SetWindowingPresetValues(&params, &vec, 0, 50, -1, -1, percent));
+    EXPECT_EQ(Window(), W(0, 199));
+}
+
+TEST_F(DefaultMap, TheSelectionEndsOnlyWhereThePresetApplies) {
+    support::Message msg;
+    msg.Image(4, 4).Window("10", "20");
+    auto* const manager = new Mapper_WindowingManager(&msg);
+    manager->Init();
+    params.SetVoiLutManager(manager);
+    params.SetVoiLutSelection(0, false);
+    const auto apply = [this](ZEV_WindowingUnits::Units applied) {
+        return ZEV_Dicom::SetWindowingPresetValues(&params, nullptr, 1, -1, -1, 4, applied);
+    };
+    EXPECT_FALSE(apply(ZEV_WindowingUnits::UNITS_SUV_BW));
+    EXPECT_EQ(params.GetVoiLutSelection(), 0);
+    EXPECT_TRUE(apply(ZEV_WindowingUnits::UNITS_UNINITIALIZED));
+    EXPECT_EQ(params.GetVoiLutSelection(), -1);
+}
+
+// The key is read once per process.
+TEST_F(DefaultMap, RealWorldValues) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(
+        {
+            refhost::LoadConfigText(R"({"settings": {"gra": {"apply_real_world_to_window": 1}}})", "test");
+            support::Message msg;
+            Dicom_Msg* const item = msg.AddItem(Dicom_Tag(0x00409096));
+            const double slope = 0.5;
+            const double intercept = -10.0;
+            const std::uint16_t first = 0;
+            const std::uint16_t last = 4095;
+            item->PutBytes(Dicom_Tag(0x00409216), "US", &first, 2);
+            item->PutBytes(Dicom_Tag(0x00409211), "US", &last, 2);
+            item->PutBytes(Dicom_Tag(0x00409225), "FD", &slope, 8);
+            item->PutBytes(Dicom_Tag(0x00409224), "FD", &intercept, 8);
+            SPC_MeasurementUnitsParams mapped(&msg);
+            vec.Append(&mapped);
+            params.SetRescaleSlope(2.0f);
+            params.SetRescaleIntercept(-1000);
+            const auto raw = ZEV_WindowingUnits::UNITS_RAW;
+            // 90 and 10 are stored 200 and 40, which are -600 and -920 after rescale.
+            ZEV_Dicom::SetWindowingPresetValues(&params, &vec, 10, 90, -1, -1, raw);
+            const bool ends = params.GetWindowMin() == -919 && params.GetWindowMax() == -599;
+            ZEV_Dicom::SetWindowingPresetValues(&params, &vec, -1, -1, 50, 80, raw);
+            const bool window = Window() == W(-759, 320);
+            std::exit(ends && window ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+// The defaults by modality are read once per process.
+TEST_F(DefaultMap, APetImageOpensOnTheSuvScaleWhereItHasTheData) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(
+        {
+            refhost::UseBuiltinConfig();
+            ZEV_Presets presets;
+            bool right = presets.Init(L"windowing") == 0;
+            support::Message msg = pet_message();
+            msg.Image(2, 2).Window("40", "80");
+            refhost::MemoryRaster raster(2, 2, 12, false);
+            ZEV_Params without;
+            KIT_BaseParamsVec plain(L"plain");
+            plain.Append(&modality);
+            right = right &&
+                    ZEV_Dicom().UpdateFromDicom(&msg, &raster, &without, nullptr, false, true, &plain) == 0;
+            right = right && without.GetCenter() == 40 && without.GetWidth() == 80 &&
+                    without.GetMinMaxScaleMode();
+            vec.Append(&units);
+            ZEV_ProcedureColorMapsList::m_pPreviousColorMap = nullptr;
+            right =
+                right && ZEV_Dicom().UpdateFromDicom(&msg, &raster, &params, nullptr, false, true, &vec) == 0;
+            right = right && Window() == W(5000, 10000) && params.GetColorMap() == without.GetColorMap();
+            right = right && params.GetColorMap() != nullptr &&
+                    params.GetColorMap()->GetUID() == L"1.2.840.10008.1.5.2";
+            std::exit(right ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+}  // namespace

@@ -1,0 +1,202 @@
+#include <DICOM/Dicom_Dictionary.h>
+#include <DICOM/Dicom_OW.h>
+#include <DICOM/Dicom_US.h>
+#include <ZEV/ZEV_ColorMap.h>
+#include <ZEV/ZEV_Dicom.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "support.h"
+
+namespace {
+
+/// Reaches two private operations: an explicit instantiation may name what is private.
+using ReadMap = ZEV_ColorMap* (ZEV_Dicom::*)(OBJ_Msg*);
+using WriteMap = void (ZEV_Dicom::*)(OBJ_Msg*, ZEV_Params*);
+template <ReadMap READ, WriteMap WRITE>
+struct Reach {
+    friend ReadMap read_operation() { return READ; }
+    friend WriteMap write_operation() { return WRITE; }
+};
+ReadMap read_operation();
+WriteMap write_operation();
+template struct Reach<&ZEV_Dicom::read_color_map, &ZEV_Dicom::write_color_map>;
+
+struct Table {
+    int count;
+    int first;
+    int bits;
+    int length;  ///< bytes of data; -1 for no attribute
+};
+
+void put_bytes(OBJ_Msg& msg, unsigned tag, int length, std::function<int(int)> entry) {
+    std::vector<unsigned char> bytes;
+    for (int i = 0; i < length; ++i) bytes.push_back(static_cast<unsigned char>(entry(i)));
+    msg.Put(Dicom_Tag(tag), Dicom_OW(bytes.data(), static_cast<unsigned>(bytes.size()), 1, nullptr, false));
+}
+
+/// Red counts down, green counts up from 3, blue is half the index.
+support::Message palette(const Table (&tables)[3]) {
+    support::Message msg;
+    msg.Image(2, 2, "PALETTE COLOR");
+    const std::function<int(int)> entries[] = {[](int i) { return 255 - i; }, [](int i) { return i + 3; },
+                                               [](int i) { return i / 2; }};
+    for (unsigned c = 0; c < 3; ++c) {
+        const Table& t = tables[c];
+        msg.Words(0x00281101 + c, "US",
+                  {static_cast<std::uint16_t>(t.count), static_cast<std::uint16_t>(t.first),
+                   static_cast<std::uint16_t>(t.bits)});
+        if (t.length >= 0) put_bytes(msg, 0x00281201 + c, t.length, entries[c]);
+    }
+    return msg;
+}
+
+std::unique_ptr<ZEV_ColorMap> read(OBJ_Msg* msg) {
+    return std::unique_ptr<ZEV_ColorMap>((ZEV_Dicom().*read_operation())(msg));
+}
+
+TEST(Palette, Tables) {
+    const std::string bitsDiffer =
+        "3 ZEV_Dicom::read_color_map The number of bits per color is not the same for all colors.\n";
+    const std::string notEight =
+        "3 ZEV_Dicom::read_color_map We don't support bits per pixel other than 8 in color tables\n";
+    const std::string sizes =
+        "4 ZEV_Dicom::read_color_map Unsupported different sizes for the color pallete lookup tables.\n";
+    const auto smaller = [](const char* color) {
+        return std::string("5 ZEV_Dicom::read_color_map ") + color +
+               " table data is smaller than specified in the descriptor.\n";
+    };
+    const auto at = [](int i) { return ((255 - i) & 0xFF) << 16 | ((i + 3) & 0xFF) << 8 | ((i / 2) & 0xFF); };
+    const auto grey = [](int i) { return i * 0x010101; };
+    const struct {
+        const char* name;
+        Table tables[3];
+        std::vector<std::string> log;
+        std::vector<std::pair<int, int>> expected;  ///< entry and colour; none for no map
+    } rows[] = {
+        {"256 entries",
+         {{256, 0, 8, 256}, {256, 0, 8, 256}, {256, 0, 8, 256}},
+         {},
+         {{0, at(0)}, {77, at(77)}, {255, at(255)}}},
+        {"512 entries",
+         {{512, 0, 8, 512}, {512, 0, 8, 512}, {512, 0, 8, 512}},
+         {},
+         {{1, at(2)}, {255, at(510)}}},
+        {"128 entries",
+         {{128, 0, 8, 128}, {128, 0, 8, 128}, {128, 0, 8, 128}},
+         {},
+         {{2, at(1)}, {3, at(1)}, {255, at(127)}}},
+        {"first 16: no shift, and red decides",
+         {{256, 16, 8, 256}, {256, 0, 8, 256}, {256, 0, 8, 256}},
+         {},
+         {{15, grey(15)}, {16, at(16)}}},
+        {"first beyond everything",
+         {{256, 65535, 8, 256}, {256, 0, 8, 256}, {256, 0, 8, 256}},
+         {},
+         {{0, 0}, {255, grey(255)}}},
+        {"data short",
+         {{256, 0, 8, 200}, {256, 0, 8, 200}, {256, 0, 8, 200}},
+         {smaller("Red"), smaller("Green"), smaller("Blue")},
+         {{255, at(199)}, {128, at(100)}}},
+        {"data long",
+         {{256, 0, 8, 256}, {256, 0, 8, 512}, {256, 0, 8, 256}},
+         {smaller("Green"), sizes},
+         {{255, at(255)}}},
+        {"one short",
+         {{256, 0, 8, 256}, {256, 0, 8, 256}, {256, 0, 8, 200}},
+         {smaller("Blue"), sizes},
+         {{255, at(199)}}},
+        {"two bytes for 65,536",
+         {{0, 0, 8, 2}, {0, 0, 8, 2}, {0, 0, 8, 2}},
+         {smaller("Red"), smaller("Green"), smaller("Blue")},
+         {{127, at(0)}, {128, at(1)}}},
+        {"a count of 0",
+         {{0, 0, 8, 65536}, {0, 0, 8, 65536}, {0, 0, 8, 65536}},
+         {},
+         {{0, at(0)}, {3, at(768)}, {255, at(65280)}}},
+        {"bits differ", {{256, 0, 8, 256}, {256, 0, 8, 256}, {256, 0, 16, 256}}, {bitsDiffer}, {}},
+        {"16 bits", {{256, 0, 16, 512}, {256, 0, 16, 512}, {256, 0, 16, 512}}, {notEight}, {}},
+        {"no data", {{256, 0, 8, 256}, {256, 0, 8, -1}, {256, 0, 8, 256}}, {}, {}},
+        {"empty data", {{256, 0, 8, 256}, {256, 0, 8, 256}, {256, 0, 8, 0}}, {}, {}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        support::Message msg = palette(row.tables);
+        support::LogCapture log;
+        const std::unique_ptr<ZEV_ColorMap> map = read(&msg);
+        EXPECT_EQ(log.lines, row.log);
+        ASSERT_EQ(map == nullptr, row.expected.empty());
+        for (const auto& [entry, color] : row.expected)
+            EXPECT_EQ(map->TransformColor(entry).toRGB(), color) << entry;
+        if (map != nullptr) {
+            EXPECT_STREQ(map->GetName(), L"Image palette");
+        }
+    }
+}
+
+TEST(Palette, WhichImagesHaveOne) {
+    const struct {
+        const char* photometric;
+        const char* presentation;
+        bool palette;
+    } rows[] = {{"PALETTE COLOR", nullptr, true},
+                {"MONOCHROME2", nullptr, false},
+                {"MONOCHROME2", "COLOR", true},
+                {"MONOCHROME2", "MIXED", true},
+                {"MONOCHROME2", "TRUE_COLOR", true},
+                {"MONOCHROME2", "MONOCHROME", false},
+                {nullptr, "COLOR", true},
+                {nullptr, nullptr, false}};
+    for (const auto& row : rows) {
+        support::Message msg = palette({{256, 0, 8, 256}, {256, 0, 8, 256}, {256, 0, 8, 256}});
+        msg.Remove(Dicom_Tag(0x00280004));
+        if (row.photometric != nullptr) msg.Text(0x00280004, "CS", row.photometric);
+        if (row.presentation != nullptr) msg.Text(0x00089205, "CS", row.presentation);
+        EXPECT_EQ(read(&msg) != nullptr, row.palette);
+        msg.Remove(Dicom_Tag(0x00281102));
+        EXPECT_EQ(read(&msg), nullptr);
+        msg.Words(0x00281102, "US", {256});
+        EXPECT_EQ(read(&msg), nullptr);
+    }
+    EXPECT_EQ(read(nullptr), nullptr);
+}
+
+TEST(Palette, WrittenTablesComeBack) {
+    ZEV_ColorMap map;
+    map.AddEntry(L"0.0", L"102030");
+    map.AddEntry(L"1.0", L"F0A001");
+    map.CreateTable();
+    map.SetUID(L"1.2.3");
+    map.GetTable()[9].m_Green = 0x1FF;
+    ZEV_Params params;
+    support::Message msg;
+    const support::Message before = msg;
+    const auto write = [&](OBJ_Msg* target, ZEV_Params* from) {
+        (ZEV_Dicom().*write_operation())(target, from);
+    };
+    write(&msg, &params);
+    params.SetColorMap(&map);
+    map.SetDummy(true);
+    write(&msg, &params);
+    write(&msg, nullptr);
+    EXPECT_EQ(msg, before);
+
+    map.SetDummy(false);
+    write(nullptr, &params);
+    write(&msg, &params);
+    for (unsigned c = 0; c < 3; ++c) {
+        const auto* descriptor = static_cast<const Dicom_US*>(msg.Get(Dicom_Tag(0x00281101 + c)));
+        EXPECT_EQ(descriptor->GetValues(), (std::vector<unsigned short>{256, 0, 8}));
+    }
+    const auto* uid = msg.Get(Dicom_Dictionary::MIREL_COLOR_MAP_UID);
+    ASSERT_NE(uid, nullptr);
+    EXPECT_EQ(uid->GetText(0), L"1.2.3");
+    msg.Text(0x00280004, "CS", "PALETTE COLOR");
+    const std::unique_ptr<ZEV_ColorMap> back = read(&msg);
+    ASSERT_NE(back, nullptr);
+    for (int i = 0; i < 256; ++i)
+        EXPECT_EQ(back->TransformColor(i).toRGB(), map.TransformColor(i).toRGB()) << i;
+}
+
+}  // namespace

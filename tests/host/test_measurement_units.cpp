@@ -1,0 +1,241 @@
+#include <OBJ/OBJ_Msg.h>
+#include <SPC/SPC_MeasurementUnitsParams.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr unsigned kWeight = 0x00101030;
+constexpr unsigned kSize = 0x00101020;
+constexpr unsigned kSex = 0x00100040;
+constexpr unsigned kUnits = 0x00541001;
+constexpr unsigned kSuvType = 0x00541006;
+constexpr unsigned kDecay = 0x00541102;
+constexpr unsigned kSeriesDate = 0x00080021;
+constexpr unsigned kSeriesTime = 0x00080031;
+constexpr unsigned kAcquisitionDate = 0x00080022;
+constexpr unsigned kAcquisitionTime = 0x00080032;
+constexpr unsigned kAcquisitionDateTime = 0x0008002A;
+constexpr unsigned kZone = 0x00080201;
+constexpr unsigned kDose = 0x00181074;
+constexpr unsigned kHalfLife = 0x00181075;
+constexpr unsigned kStartTime = 0x00181072;
+constexpr unsigned kStartDateTime = 0x00181078;
+
+using Texts = std::map<unsigned, std::string>;
+
+/// 80 kg, 1.80 m; 400 MBq of half-life 3,600 s, injected an hour before the series. An empty text takes an
+/// attribute away.
+OBJ_Msg make_message(const Texts& changes) {
+    Texts texts = {
+        {0x00080060, "PT"},   {kWeight, "80"},     {kSize, "1.80"},           {kSex, "M"},
+        {kUnits, "BQML"},     {kDecay, "START"},   {kSeriesDate, "20240301"}, {kSeriesTime, "120000"},
+        {kDose, "400000000"}, {kHalfLife, "3600"}, {kStartTime, "110000.00"}};
+    for (const auto& [tag, text] : changes) texts[tag] = text;
+    OBJ_Msg msg;
+    Dicom_Msg* const drug = msg.AddItem(Dicom_Tag(0x00540016));
+    for (const auto& [tag, text] : texts) {
+        Dicom_Msg& target = tag >> 16 == 0x0018 ? *drug : msg;
+        if (!text.empty()) target.PutBytes(Dicom_Tag(tag), nullptr, text.data(), text.size());
+    }
+    return msg;
+}
+
+TEST(MeasurementUnits, UptakeValues) {
+    const double dose = 400e6;
+    const double surface = 10000.0 * 0.007184 * std::pow(80.0, 0.425) * std::pow(180.0, 0.725);
+    const double leanMale = 1000.0 * (1.10 * 80.0 - 128.0 * (80.0 / 180.0) * (80.0 / 180.0));
+    const double leanFemale = 1000.0 * (1.07 * 80.0 - 148.0 * (80.0 / 180.0) * (80.0 / 180.0));
+    const auto bw = SPC_UNITS_SUV_BW;
+    const auto bsa = SPC_UNITS_SUV_BSA;
+    const auto lbm = SPC_UNITS_SUV_LBM;
+    const struct {
+        const char* name;
+        Texts changes;
+        SPC_MEASUREMENT_UNITS units;
+        double perUnit;  ///< pixel value of one unit; 0 where data are missing
+        const wchar_t* missing;
+    } rows[] = {
+        {"one half-life", {}, bw, dose / 2 / 80000, nullptr},
+        {"surface", {}, bsa, dose / 2 / surface, nullptr},
+        {"lean man", {}, lbm, dose / 2 / leanMale, nullptr},
+        {"lean woman", {{kSex, "F "}}, lbm, dose / 2 / leanFemale, nullptr},
+        {"told for the injection",
+         {{kDecay, "ADMIN"}, {kHalfLife, ""}, {kStartTime, ""}},
+         bw,
+         dose / 80000,
+         nullptr},
+        {"over midnight", {{kStartTime, "233000"}, {kSeriesTime, "003000"}}, bw, dose / 2 / 80000, nullptr},
+        {"fractions and short times",
+         {{kStartTime, "1059"}, {kSeriesTime, "115900.0000"}},
+         bw,
+         dose / 2 / 80000,
+         nullptr},
+        {"old form of a time",
+         {{kStartTime, "11:00:00"}, {kSeriesDate, "2024.03.01"}},
+         bw,
+         dose / 2 / 80000,
+         nullptr},
+        {"start with a date",
+         {{kStartDateTime, "20240229120000"}, {kHalfLife, "86400"}},
+         bw,
+         dose / 2 / 80000,
+         nullptr},
+        {"start with a zone",
+         {{kStartDateTime, "20240301130000.5+0200"}, {kSeriesTime, "120000.5"}, {kZone, "+0000"}},
+         bw,
+         dose / 2 / 80000,
+         nullptr},
+        {"a zone that nothing compares with",
+         {{kStartDateTime, "20240301110000+0500"}},
+         bw,
+         dose / 2 / 80000,
+         nullptr},
+        {"a series made later",
+         {{kSeriesTime, "180000"}, {kAcquisitionDate, "20240301"}, {kAcquisitionTime, "120000"}},
+         bw,
+         dose / 2 / 80000,
+         nullptr},
+        {"not corrected: the acquisition",
+         {{kDecay, "NONE"}, {kAcquisitionDateTime, "20240301130000"}},
+         bw,
+         dose / 4 / 80000,
+         nullptr},
+        {"no series time",
+         {{kSeriesTime, ""}, {kAcquisitionDateTime, "20240301120000"}},
+         bw,
+         dose / 2 / 80000,
+         nullptr},
+        {"uptake values already", {{kUnits, "GML"}, {kDose, ""}, {kWeight, ""}}, bw, 1.0, nullptr},
+        {"uptake of one kind as another", {{kUnits, "GML"}, {kDose, ""}}, lbm, 80000 / leanMale, nullptr},
+        {"lean uptake", {{kUnits, "GML"}, {kSuvType, "LBM"}}, bw, leanMale / 80000, nullptr},
+        {"surface uptake", {{kUnits, "CM2ML"}}, bsa, 1.0, nullptr},
+
+        {"no weight", {{kWeight, ""}}, bw, 0, L"the patient's weight"},
+        {"weight 0", {{kWeight, "0"}}, bsa, 0, L"the patient's weight"},
+        {"negative weight", {{kWeight, "-80"}}, bw, 0, L"the patient's weight"},
+        {"no size", {{kSize, ""}}, lbm, 0, L"the patient's size"},
+        {"size that is no number", {{kSize, "tall"}}, bsa, 0, L"the patient's size"},
+        {"other sex", {{kSex, "O"}}, lbm, 0, L"the patient's sex"},
+        {"no such body", {{kSize, "0.5"}}, lbm, 0, L"a plausible weight and size of the patient"},
+        {"counts", {{kUnits, "CNTS"}}, bw, 0, L"pixel values in Bq/ml or SUV"},
+        {"no units", {{kUnits, ""}}, bw, 0, L"pixel values in Bq/ml or SUV"},
+        {"ideal weight", {{kUnits, "GML"}, {kSuvType, "IBW"}}, bw, 0, L"pixel values in Bq/ml or SUV"},
+        {"no dose", {{kDose, ""}}, bw, 0, L"the injected dose"},
+        {"dose 0", {{kDose, "0"}}, bw, 0, L"the injected dose"},
+        {"no half-life", {{kHalfLife, "-1"}}, bw, 0, L"the half-life of the radionuclide"},
+        {"no decay correction", {{kDecay, ""}}, bw, 0, L"the kind of decay correction"},
+        {"no injection time", {{kStartTime, "25"}}, bw, 0, L"the time of the injection"},
+        {"no scan date", {{kSeriesDate, "20241301"}}, bw, 0, L"the time of the scan"},
+        {"injected after the scan",
+         {{kStartDateTime, "20240301130000"}},
+         bw,
+         0,
+         L"a scan after the injection"},
+        {"all decayed", {{kStartDateTime, "19500101000000"}}, bw, 0, L"a scan after the injection"},
+        {"no such units", {}, static_cast<SPC_MEASUREMENT_UNITS>(5), 0, L"units that are known"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const OBJ_Msg msg = make_message(row.changes);
+        const SPC_MeasurementUnitsParams units(&msg);
+        EXPECT_EQ(units.IsDataMissingForMeasurement(row.units), row.missing != nullptr);
+        EXPECT_STREQ(units.GetMissingDataText(row.units), row.missing);
+        const double expected = row.missing == nullptr ? 5.0 * row.perUnit : 5.0;
+        EXPECT_NEAR(units.TranslateBackFromUnitsToPixel(5.0f, row.units), expected, 1e-5 * expected);
+    }
+}
+
+TEST(MeasurementUnits, CurrentUnitRangeAndNothingAtAll) {
+    const OBJ_Msg pet = make_message({});
+    const OBJ_Msg without = make_message({{kWeight, ""}});
+    const OBJ_Msg nuclear = make_message({{0x00080060, "NM"}});
+    const auto current = [](const OBJ_Msg* msg) {
+        return SPC_MeasurementUnitsParams(msg).TranslateBackFromUnitsToPixel(1.0f, SPC_UNITS_UNKNOWN);
+    };
+    EXPECT_EQ(current(&pet), 2500.0f);
+    for (const OBJ_Msg* msg : {&without, &nuclear, static_cast<const OBJ_Msg*>(nullptr)})
+        EXPECT_EQ(current(msg), 1.0f);
+
+    SPC_MeasurementUnitsParams units;
+    EXPECT_STREQ(units.GetName(), "SPC_MeasurementUnitsParams");
+    const auto percent = SPC_UNITS_PERCENTAGE_MAX_RANGE;
+    for (const double bad : {0.0, -1.0, std::nan(""), std::numeric_limits<double>::infinity()}) {
+        units.SetMaximalRange(0.0, bad);
+        EXPECT_STREQ(units.GetMissingDataText(percent), L"the range of the pixel values");
+    }
+    units.SetMaximalRange(-1000.0, 3000.0);
+    EXPECT_EQ(units.TranslateBackFromUnitsToPixel(25.0f, percent), 0.0f);
+    SPC_MeasurementUnitsParams copy;
+    static_cast<KIT_BaseParams&>(copy) = units;
+    EXPECT_EQ(copy.TranslateBackFromUnitsToPixel(100.0f, percent), 3000.0f);
+}
+
+struct Mapping {
+    std::vector<int> range;
+    std::vector<double> line;  ///< slope, intercept
+    std::vector<double> table;
+    const char* code = "";
+};
+
+TEST(MeasurementUnits, RealWorldValues) {
+    const double nan = std::nan("");
+    const struct {
+        const char* name;
+        std::vector<Mapping> mappings;
+        float value;
+        float stored;  ///< NaN: no usable mapping
+    } rows[] = {
+        {"line", {{{0, 100}, {0.5, -10}, {}}}, 30.0f, 80.0f},
+        {"line beyond its range", {{{0, 100}, {0.5, -10}, {}}}, 90.0f, 200.0f},
+        {"pieces", {{{0, 99}, {1, 0}, {}}, {{100, 199}, {10, -900}, {}}}, 500.0f, 140.0f},
+        {"a piece in other units",
+         {{{0, 99}, {1, 0}, {}, "HU"}, {{100, 199}, {10, -900}, {}, "mg"}},
+         500.0f,
+         500.0f},
+        {"table: the nearest", {{{10, 13}, {}, {0, 5, 20, 100}}}, 14.0f, 12.0f},
+        {"table: its ends", {{{10, 13}, {}, {0, 5, 20, 100}}}, 1e9f, 13.0f},
+        {"table: a falling one with a hole", {{{0, 3}, {}, {30, nan, 10, 0}}}, 28.0f, 0.0f},
+        {"table longer than its range", {{{0, 1}, {}, {0, 1, 2, 3}}}, 3.0f, 1.0f},
+        {"slope 0", {{{0, 100}, {0, 5}, {}}}, 3.0f, NAN},
+        {"no intercept", {{{0, 100}, {1}, {}}}, 3.0f, NAN},
+        {"no range", {{{}, {1, 0}, {}}}, 3.0f, NAN},
+        {"turned range", {{{100, 0}, {1, 0}, {}}}, 3.0f, NAN},
+        {"table of nothing", {{{0, 1}, {}, {nan, nan}}}, 3.0f, NAN},
+        {"the first usable one", {{{0, 100}, {0, 5}, {}}, {{0, 100}, {2, 0}, {}}}, 30.0f, 15.0f},
+        {"none", {}, 3.0f, NAN},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        OBJ_Msg msg;
+        for (const Mapping& mapping : row.mappings) {
+            Dicom_Msg* const item = msg.AddItem(Dicom_Tag(0x00409096));
+            const unsigned rangeTags[] = {0x00409216, 0x00409211};
+            const unsigned lineTags[] = {0x00409225, 0x00409224};
+            for (std::size_t i = 0; i < mapping.range.size(); ++i) {
+                const auto word = static_cast<unsigned short>(mapping.range[i]);
+                item->PutBytes(Dicom_Tag(rangeTags[i]), "US", &word, 2);
+            }
+            for (std::size_t i = 0; i < mapping.line.size(); ++i) {
+                item->PutBytes(Dicom_Tag(lineTags[i]), "FD", &mapping.line[i], 8);
+            }
+            if (!mapping.table.empty()) {
+                item->PutBytes(Dicom_Tag(0x00409212), "FD", mapping.table.data(), mapping.table.size() * 8);
+            }
+            const std::string code = mapping.code;
+            item->AddItem(Dicom_Tag(0x004008EA))
+                ->PutBytes(Dicom_Tag(0x00080100), "SH", code.data(), code.size());
+        }
+        const SPC_MeasurementUnitsParams units(&msg);
+        EXPECT_EQ(units.HasRealWorldValidInfo(), !std::isnan(row.stored));
+        EXPECT_EQ(units.FindValueForRealWorldValue(row.value),
+                  std::isnan(row.stored) ? row.value : row.stored);
+    }
+}
+
+}  // namespace

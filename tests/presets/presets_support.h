@@ -1,0 +1,54 @@
+#pragma once
+
+#include <ZEV/ZEV_ColorMap.h>
+#include <ZEV/ZEV_PresetValue.h>
+#include <ZEV/ZEV_Presets.h>
+#include <ZEV/ZEV_ProcedureColorMaps.h>
+#include <ZEV/ZEV_ProcedurePreset.h>
+#include <gtest/gtest.h>
+#include <refhost/Config.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "support.h"
+
+/// A configuration of named trees for the duration of a test, which starts and ends without colour maps.
+class PresetsTest : public testing::Test {
+protected:
+    PresetsTest() { forget_color_maps(); }
+    ~PresetsTest() override {
+        forget_color_maps();
+        refhost::FailConfigReads(S_OK);
+        refhost::FailConfigCreation(S_OK);
+        refhost::UseBuiltinConfig();
+    }
+    static void forget_color_maps() { ZEV_ProcedureColorMapsList::GetInstance()->clearAndDestroy(); }
+    static void Trees(const std::string& trees) {
+        refhost::LoadConfigText("{\"trees\": {" + trees + "}}", "test");
+    }
+
+    static std::string Describe(ZEV_ProcedurePreset& set) {
+        std::string text;
+        for (int i = 0; i < set.NumOfPresets(); ++i) {
+            ZEV_PresetValue& v = *set.GetValue(i);
+            text += static_cast<const char*>(_bstr_t(v.GetName()));
+            for (int n :
+                 {v.GetMin(), v.GetMax(), v.GetCenter(), v.GetWidth(), static_cast<int>(v.GetUnits())}) {
+                text += " " + std::to_string(n);
+            }
+            text += "; ";
+        }
+        return text;
+    }
+};
+
+/// In a child process: says which condition does not hold and ends with status 1.
+#define CHILD_REQUIRE(condition)                                    \
+    do {                                                            \
+        if (!(condition)) {                                         \
+            std::fprintf(stderr, "%d: %s\n", __LINE__, #condition); \
+            std::exit(1);                                           \
+        }                                                           \
+    } while (false)

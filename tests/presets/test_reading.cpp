@@ -1,0 +1,217 @@
+#include "presets_support.h"
+
+namespace {
+
+TEST_F(PresetsTest, PlacesFollowTheConfiguredNumbers) {
+    std::string all;
+    for (int i = 1; i < 100; ++i) all += "\"windowing" + std::to_string(i) + "\": {}, ";
+    std::string tenThousand;
+    for (int i = 0; i < 10000; ++i) tenThousand += ", \"p" + std::to_string(i) + "\": {\"Name\": \"n\"}";
+    const std::string gap = "NO_WINDOWING -1 -1 -1 -1 0; ";
+    const struct {
+        const char* name;
+        std::string presets;
+        int result;
+        std::string expected;
+    } rows[] = {
+        {"both forms and gaps",
+         R"("windowing1": {"Name": "a", "Min": 1, "Max": 2, "Center": 3, "Width": 4, "Units": "suv_bw"},
+            "windowing03": {"Name": "c"}, "windowing7": {"Name": "g", "Units": "SUV"})",
+         0, "a 1 2 3 4 1; " + gap + "c -1 -1 -1 -1 0; " + gap + gap + gap + "g -1 -1 -1 -1 -1; "},
+        {"a preset in both forms is one too many", R"("windowing02": {}, "windowing2": {}, "windowing1": {})",
+         -1, ""},
+        {"numbers as text, out of range and fractions",
+         R"("windowing1": {"Name": 5, "Min": "1", "Max": 1e12, "Center": -7.9, "Width": null, "Units": 1})",
+         0, " -1 2147483647 -7 -1 0; "},
+        {"the zero goes before the second digit too", R"("windowing010": {"Name": "ten"})", 0,
+         gap + gap + gap + gap + gap + gap + gap + gap + gap + "ten -1 -1 -1 -1 0; "},
+        {"a stranger among the sub trees", R"("windowing1": {}, "other": {})", -1, ""},
+        {"nothing but strangers", R"("windowing100": {}, "windowing001": {})", -1, ""},
+        {"as many as there are numbers", all + "\"k\": 1", 0, "*99"},
+        {"one more", all + "\"other\": {}", -1, ""},
+        {"ten thousand", "\"windowing1\": {}" + tenThousand, -1, ""},
+        {"none", "\"windowing1\": 5", 0, ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Trees(R"("windowing": {"p": [{"Modality": "before"}, {"Modality": "X", )" + row.presets + "}]}");
+        ZEV_Presets presets;
+        EXPECT_EQ(presets.Init(L"windowing"), row.result);
+        ASSERT_EQ(presets.NumOfPresetLists(), row.result == 0 ? 2 : 1);
+        if (row.result != 0) continue;
+        ZEV_ProcedurePreset* const set = presets.GetSetOfPreset(L"X");
+        ASSERT_EQ(set, presets.GetIthPreset(1));
+        if (row.expected == "*99") {
+            EXPECT_EQ(set->NumOfPresets(), 99);
+        } else {
+            EXPECT_EQ(Describe(*set), row.expected);
+        }
+    }
+}
+
+TEST_F(PresetsTest, WhichTreeIsRead) {
+    const std::string plain = R"("windowing": {"p": {"Modality": "plain"}})";
+    const struct {
+        const char* name;
+        std::string trees;
+        const wchar_t* asked;
+        const wchar_t* first;  // name of the first set; null for -1
+    } rows[] = {
+        {"highlight stands for windowing", plain, L"highlight", L"plain"},
+        {"highlight itself", plain + R"(, "highlight": {"p": {"Modality": "high"}})", L"highlight", L"high"},
+        {"no other name does", plain, L"Highlight", nullptr},
+        {"windowing does not stand for highlight", R"("highlight": {})", L"windowing", nullptr},
+        {"neither", "", L"highlight", nullptr},
+        {"null", plain, nullptr, nullptr},
+        {"no modality", R"("windowing": {"p": {}})", L"windowing", L""},
+        {"a modality that is no text", R"("windowing": {"p": {"Modality": 5}})", L"windowing", L""},
+        {"a tree that is no tree", R"("windowing": 5)", L"windowing", nullptr},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Trees(R"("windowing": {"p": {"Modality": "old"}})");
+        ZEV_Presets presets;
+        ASSERT_EQ(presets.Init(L"windowing"), 0);
+        Trees(row.trees);
+        EXPECT_EQ(presets.ReadPresetsFromConfiguration(row.asked), row.first == nullptr ? -1 : 0);
+        // A failed open leaves the old presets.
+        ASSERT_EQ(presets.NumOfPresetLists(), 1);
+        EXPECT_STREQ(presets.GetIthPreset(0)->GetName(), row.first == nullptr ? L"old" : row.first);
+    }
+    Trees(R"("windowing": {})");
+    ZEV_Presets presets;
+    EXPECT_EQ(presets.Init(L"windowing"), 0);
+    EXPECT_TRUE(presets.NumOfPresetLists() == 0 && presets.GetIthPreset(0) == nullptr);
+    EXPECT_EQ(presets.GetIthPreset(-1), nullptr);
+    EXPECT_EQ(presets.GetSetOfPreset(nullptr), nullptr);
+}
+
+TEST_F(PresetsTest, CopiesAreDeep) {
+    Trees(R"("windowing": {"p": {"Modality": "PT", "windowing1": {"Name": "a", "Min": 1, "Max": 2}}})");
+    ZEV_Presets copy;
+    {
+        ZEV_Presets presets;
+        ASSERT_EQ(presets.Init(L"windowing"), 0);
+        presets.GetIthPreset(0)->GetValue(0)->SetButtonId(9);
+        ZEV_Presets other(presets);
+        copy = other;
+        copy = *&copy;
+        presets.GetIthPreset(0)->GetValue(0)->SetButtonId(10);
+    }
+    EXPECT_EQ(Describe(*copy.GetSetOfPreset(L"PT")), "a 1 2 -1 -1 0; ");
+    EXPECT_EQ(copy.GetIthPreset(0)->GetValue(0)->GetButtonId(), 9);
+}
+
+TEST_F(PresetsTest, SaveOnlyLogs) {
+    support::LogCapture log;
+    EXPECT_EQ(ZEV_Presets().Save(), -1);
+    ASSERT_EQ(log.lines.size(), 1u);
+    EXPECT_EQ(log.lines[0], "3 ZEV_Presets::Save To be implemented \n");
+}
+
+TEST_F(PresetsTest, ColorMapsAreReadKeyByKey) {
+    Trees(R"("windowing": {}, "colormaps": {"p": [
+        {"Modality": "PT", "m": [
+            {"Display Name": "n1", "UID": "u1", "SUV Type": 2, "Smooth": 2, "output_resolution": 128,
+             "map": {"1.0": "FF", "0.5": "80", "0.0": "0"}},
+            {"Display Name": "n2", "UID": "u2", "SUV Type": 1, "Smooth": 1, "threshold_units": "t", "threshold_min": 1.5,
+             "threshold_max": 1e300, "map": {"1.0": "FF", "0.0": "0", "0.25": 7}},
+            {"map": 5}]},
+        {"Modality": "", "ds_type": "OT"}, {"Modality": 4}]})");
+    support::LogCapture log(5);
+    ZEV_Presets presets;
+    ASSERT_EQ(presets.Init(L"highlight"), 0);
+    const std::vector<std::string> expected = {
+        "3 ZEV_Presets::ReadPresetsFromConfiguration Colormap n1 has resolution of 128 in cfg. Currently the "
+        "client only "
+        "supports resolutions of 256!\n",
+        "3 ZEV_ColorMap::CreateTable Bad color map. No value for 1.0 or 0.0\n"};
+    EXPECT_EQ(log.lines, expected);
+
+    ASSERT_EQ(presets.NumOfColorMaps(), 3);
+    EXPECT_STREQ(presets.GetIthColorMap(1)->GetName(), L"OT");
+    EXPECT_STREQ(presets.GetIthColorMap(2)->GetName(), L"");
+    EXPECT_EQ(presets.GetIthColorMap(1)->NumOfColorMaps(), 2);
+    EXPECT_TRUE(presets.GetIthColorMap(3) == nullptr && presets.GetIthColorMap(-1) == nullptr);
+
+    ZEV_ProcedureColorMaps& set = *presets.GetIthColorMap(0);
+    ASSERT_EQ(set.NumOfColorMaps(), 5);
+    ZEV_ColorMap& grey = *set.GetColorMap(0);
+    EXPECT_TRUE(grey.IsDummy() && grey.GetUID() == ZEV_Presets::GetGrayscaleColormapUID());
+    EXPECT_STREQ(grey.GetName(), L"Grayscale");
+    ZEV_ColorMap& inverse = *set.GetColorMap(1);
+    EXPECT_TRUE(!inverse.IsDummy() && inverse.GetUID() == ZEV_Presets::GetInverseGrayscaleColormapUID());
+    EXPECT_TRUE(inverse.TransformColor(0).toRGB() == 0xFFFFFF &&
+                inverse.TransformColor(65).toRGB() == 0xBDBDBD);
+    ZEV_ColorMap& stepped = *set.GetColorMap(2);
+    EXPECT_TRUE(!stepped.GetIsSUVType() && !stepped.GetIsSmooth() && stepped.GetOutputResolution() == 256);
+    EXPECT_TRUE(stepped.TransformColor(126).toRGB() == 0 && stepped.TransformColor(255).toRGB() == 0x80);
+    ZEV_ColorMap& smooth = *set.GetColorMap(3);
+    EXPECT_TRUE(smooth.GetIsSUVType() && smooth.GetIsSmooth() && smooth.GetThresholdUnits() == L"t");
+    EXPECT_TRUE(smooth.GetThresholdMin() == 1.5f &&
+                smooth.GetThresholdMax() == std::numeric_limits<float>::max());
+    // A colour that is a number is no text, and so no colour.
+    EXPECT_TRUE(smooth.TransformColor(63).toRGB() == 0 && smooth.TransformColor(255).toRGB() == 0xFF);
+    ZEV_ColorMap& pointless = *set.GetColorMap(4);
+    EXPECT_TRUE(pointless.GetCustomButtonId() == 4 && pointless.TransformColor(255).toRGB() == 0);
+
+    // A second read leaves the list alone, even when the configuration has changed.
+    Trees(R"("windowing": {}, "colormaps": {})");
+    EXPECT_EQ(presets.Init(L"windowing"), 0);
+    EXPECT_TRUE(ZEV_Presets().NumOfColorMaps() == 3 && presets.GetIthColorMap(0) == &set);
+}
+
+TEST_F(PresetsTest, NoColorMapsIsNoFailure) {
+    Trees(R"("windowing": {})");
+    support::LogCapture log;
+    EXPECT_EQ(ZEV_Presets().Init(L"windowing"), 0);
+    ASSERT_EQ(log.lines.size(), 1u);
+    EXPECT_EQ(log.lines[0], "4 ZEV_Presets::ReadPresetsFromConfiguration no color maps");
+    EXPECT_EQ(ZEV_Presets().NumOfColorMaps(), 0);
+}
+
+// Whatever operation fails, the exception comes through, nothing is leaked, and a later read is right.
+TEST_F(PresetsTest, AFailureOfAnyOperationPassesThrough) {
+    const std::string trees =
+        R"("windowing": {"p": [{"Modality": "A", "windowing2": {"Name": "x"}}, {"Modality": "B"}]},
+        "colormaps": {"p": [{"ds_type": "C", "m": {"UID": "u", "map": {"0.0": "1", "1.0": "2"}}}]})";
+    Trees(trees);
+    ZEV_Presets presets;
+    int failures = 0;
+    for (;; ++failures) {
+        forget_color_maps();
+        refhost::FailConfigReads(E_FAIL, failures);
+        try {
+            presets.Init(L"highlight");
+            break;
+        } catch (const _com_error& error) {
+            ASSERT_EQ(error.Error(), E_FAIL);
+        }
+        ASSERT_LT(failures, 1000);
+    }
+    EXPECT_GT(failures, 30);
+    EXPECT_TRUE(presets.NumOfPresetLists() == 2 && presets.NumOfColorMaps() == 1);
+    refhost::FailConfigReads(S_OK);
+
+    for (const HRESULT result : {E_FAIL, E_NOINTERFACE}) {
+        refhost::FailConfigCreation(result);
+        try {
+            presets.Init(L"windowing");
+            ADD_FAILURE();
+        } catch (const _com_error& error) {
+            EXPECT_EQ(error.Error(), result == E_NOINTERFACE ? E_POINTER : E_FAIL);
+        }
+    }
+    EXPECT_EQ(presets.NumOfPresetLists(), 2);
+}
+
+TEST_F(PresetsTest, AHundredReads) {
+    ZEV_Presets presets;
+    for (int i = 0; i < 100; ++i) {
+        forget_color_maps();
+        ASSERT_EQ(presets.Init(i % 2 == 0 ? L"windowing" : L"highlight"), 0);
+        ASSERT_EQ(ZEV_Presets(presets).NumOfPresetLists(), 7);
+    }
+}
+
+}  // namespace
