@@ -87,6 +87,11 @@ Json describe(OpenedImage& image) {
     info["columns"] = file.Columns();
     info["frames"] = file.Frames();
     info["windowSource"] = image.WindowSource();
+    info["windowUnits"] = image.InStoredValues() ? "stored" : "modality";
+    if (image.InStoredValues()) {
+        info["modalityCenter"] = image.ModalityCenter();
+        info["modalityWidth"] = image.ModalityWidth();
+    }
     info["notes"] = file.Notes();
     return info;
 }
@@ -104,8 +109,12 @@ void print_for_people(const Json& info, const std::string& path, bool isColour, 
     if (!isColour) out << (yes("signed") ? "signed" : "unsigned");
     out << (yes("localizer") ? ", localizer\n" : "\n") << "  window    centre " << text("center")
         << ", width " << text("width") << ", " << text("windowMin") << " to " << text("windowMax") << " ("
-        << text("windowSource") << ")\n"
-        << "  rescale   slope " << text("rescaleSlope") << ", intercept " << text("rescaleIntercept") << "\n"
+        << text("windowSource") << ")\n";
+    if (info.contains("modalityCenter")) {
+        out << "            in stored values; after rescale centre " << text("modalityCenter") << ", width "
+            << text("modalityWidth") << "\n";
+    }
+    out        << "  rescale   slope " << text("rescaleSlope") << ", intercept " << text("rescaleIntercept") << "\n"
         << "  gamma     " << text("gamma") << "\n"
         << "  inverse   " << (yes("inverse") ? "yes" : "no")
         << (yes("photometricInverse") ? ", MONOCHROME1\n" : "\n");

@@ -10,5 +10,6 @@ using Run = std::function<void()>;
 void AddRenderCommand(CLI::App& app, Run& run);
 void AddInfoCommand(CLI::App& app, Run& run);
 void AddTableCommand(CLI::App& app, Run& run);
+void AddAutoCommand(CLI::App& app, Run& run);
 void AddSampleCommand(CLI::App& app, Run& run);
 void AddDemoCommand(CLI::App& app, Run& run);

@@ -33,6 +33,7 @@ int RunProgram(int argc, const char* const* argv) try {
     AddRenderCommand(app, run);
     AddInfoCommand(app, run);
     AddTableCommand(app, run);
+    AddAutoCommand(app, run);
     AddSampleCommand(app, run);
     AddDemoCommand(app, run);
     std::string topic;

@@ -69,8 +69,13 @@ std::unique_ptr<ZEV_AbstractWindowingTable> BuildTable(OpenedImage& image, const
     form.m_PixelFormat = target.mode == TableTarget::kTrueColour ? refhost::MemoryRaster::kTrueColor
                                                                  : refhost::MemoryRaster::kPalette;
     form.m_BitsPerPixel = target.depth;
-    std::unique_ptr<ZEV_AbstractWindowingTable> table(image.Params().BuildTable(
-        ZEV_TableParams(&image.View(), &context, &image.Raster(), &form, KIT_Rect())));
+    ZEV_Params& frozen = image.Frozen();
+    frozen.Freeze();
+    const ZEV_TableParams tableParams(&image.View(), &context, &image.Raster(), &form,
+                                      KIT_Rect(0, 0, image.File().Rows(), image.File().Columns()));
+    std::unique_ptr<ZEV_AbstractWindowingTable> table(frozen.BuildTable(tableParams));
+    frozen.Finalize(tableParams);
+    frozen.Defrost();
     if (table == nullptr)
         throw PresentError(image.File().Path(), "no table is defined for that target and depth");
     return table;

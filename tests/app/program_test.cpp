@@ -8,6 +8,7 @@
 #include "atomic_file.h"
 #include "contact_sheet.h"
 #include "dicom_file.h"
+#include "dicom_writer.h"
 #include "png_file.h"
 #include "present_error.h"
 
@@ -206,6 +207,73 @@ TEST_F(Program, RealFilesOpenToTheirFirstWindow) {
         EXPECT_EQ(info["width"], static_cast<int>(std::stod(windows.substr(slash + 3))));
         EXPECT_EQ(info["photometricInverse"], row["photometric"] == "MONOCHROME1");
     }
+}
+
+/// A 64 x 64 image of 12 bits whose stored value is its pixel's number.
+void write_ramp(const std::string& path, const std::vector<std::pair<std::uint32_t, std::string>>& decimals) {
+    DicomDataSet set;
+    set.PutText(DicomTag(0x0008, 0x0016), "UI", "1.2.840.10008.5.1.4.1.1.4");
+    set.PutText(DicomTag(0x0008, 0x0018), "UI", "2.25.4711");
+    set.PutText(DicomTag(0x0008, 0x0060), "CS", "MR");
+    set.PutWord(DicomTag(0x0028, 0x0002), "US", 1);
+    set.PutText(DicomTag(0x0028, 0x0004), "CS", "MONOCHROME2");
+    for (const auto& [element, value] : {std::pair{0x10, 64}, {0x11, 64}, {0x100, 16}, {0x101, 12}, {0x102, 11}, {0x103, 0}})
+        set.PutWord(DicomTag(0x0028, static_cast<unsigned>(element)), "US", value);
+    for (const auto& [tag, text] : decimals) set.PutText(tag, "DS", text);
+    std::string pixels;
+    for (int i = 0; i < 4096; ++i) {
+        pixels += static_cast<char>(i & 0xFF);
+        pixels += static_cast<char>(i >> 8);
+    }
+    set.elements[DicomTag(0x7FE0, 0x0010)] = DicomElement{"OW", std::move(pixels), {}};
+    support::WriteFile(path, EncodeDicomFile(set));
+}
+
+constexpr std::uint32_t kCenter = DicomTag(0x0028, 0x1050), kWidth = DicomTag(0x0028, 0x1051),
+                        kIntercept = DicomTag(0x0028, 0x1052), kSlope = DicomTag(0x0028, 0x1053);
+
+TEST_F(Program, FractionsArePresentedInStoredValues) {
+    const std::string map = m_Directory / "map.dcm", png = m_Directory / "map.png";
+    write_ramp(map, {{kSlope, "0.0001"}, {kIntercept, "-0.05"}, {kCenter, "0.15"}, {kWidth, "0.2"}});
+    const Json info = Info(map);
+    EXPECT_EQ(info["windowUnits"], "stored");
+    EXPECT_EQ(info["center"], 2000);
+    EXPECT_EQ(info["width"], 2000);
+    EXPECT_NEAR(info["modalityCenter"].get<double>(), 0.15, 1e-9);
+    ASSERT_EQ(Run("render " + map + " -o " + png).status, 0);
+    const Picture picture = ReadPng(png);
+    EXPECT_EQ(picture.rgb[3 * 999], 0);
+    EXPECT_EQ(picture.rgb[3 * 2000], 127);
+    EXPECT_EQ(picture.rgb[3 * 3000], 255);
+    // Options are told after rescale.
+    EXPECT_EQ(Info(map + " --center 0.25 --width 0.1")["center"], 3000);
+    // Without a window, and where the values are large, in their own way.
+    write_ramp(map, {{kSlope, "0.0001"}});
+    EXPECT_EQ(Info(map)["windowSource"], "automatic");
+    EXPECT_NEAR(Info(map)["width"].get<int>(), 4014, 4);
+    write_ramp(map, {{kSlope, "0.684"}, {kIntercept, "200"}, {kCenter, "1600"}, {kWidth, "2800"}});
+    EXPECT_EQ(Info(map)["windowUnits"], "modality");
+}
+
+TEST_F(Program, AutoTellsWhatIsMeasured) {
+    const std::string ramp = m_Directory / "ramp.dcm";
+    write_ramp(ramp, {{kCenter, "7"}, {kWidth, "8"}});
+    const auto measured = [&](const std::string& options) {
+        const Outcome outcome = Run("auto --json " + ramp + options);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        return Json::parse(outcome.out);
+    };
+    const Json whole = measured("");
+    EXPECT_EQ(whole["calculators"]["NM"], (Json{{"width", 4074}, {"center", 2038}}));
+    EXPECT_NEAR(whole["host"]["width"].get<int>(), 4014, 4);
+    const Json part = measured(" --rect 0,0,64,1");
+    EXPECT_LE(part["host"]["width"].get<int>(), 64);
+    EXPECT_EQ(measured(" --rect 5,5,5,9")["calculators"]["CT"], nullptr);
+    EXPECT_EQ(Run("auto " + ramp + " --rect 1,2").status, 2);
+    const Json info = Info(ramp + " --auto");
+    EXPECT_EQ(info["windowSource"], "automatic");
+    EXPECT_EQ(info["width"], whole["host"]["width"]);
+    EXPECT_EQ(Run("info " + ramp + " --auto --center 1 --width 2").status, 2);
 }
 
 TEST(Output, IsWholeOrNotThere) {
