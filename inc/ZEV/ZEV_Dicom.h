@@ -64,6 +64,23 @@ public:
     /// Puts an automatic window into the message. A null message is ignored.
     static void SetAutoWinValuesForImage(OBJ_Msg* msg, int width, int center);
 
+    /// Lays saved display parameters over an opened image: window, inversion, VOI selection, colour map,
+    /// gamma and preset, in this order. The window counts whether or not the user changed it; gamma and
+    /// preset heed GetWindowingChangedByUser, the map GetColormapChangedByUser. A saved window of 0 and 0
+    /// stands for automatic windowing; one saved in another rescale is brought to the image's. If `params`
+    /// was last filled from another message, that one counts in place of `msg` and takes over the automatic
+    /// window that `msg` holds. True for a null `ddpMsg`, else whether the message that counts is an image.
+    bool UpdateFromDDP(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* params, OBJ_Msg* ddpMsg,
+                       KIT_BaseParamsVec* vec);
+
+    /// Writes window, gamma, inversion, rescale and colour map into a message. Returns -1 with a log line for
+    /// null, else the status of the last code string that was made, 0 when all is well. A natural gamma
+    /// leaves the attribute alone.
+    int UpdateTheDicom(OBJ_Msg* msg, ZEV_Params* params);
+    /// Writes the selected sigmoid or table entry, or for any other the plain window, into a message as its
+    /// first windowing. -1 for null, else 0; without a VOI manager nothing is written.
+    int UpdateDicomWithVoiLut(OBJ_Msg* msg, ZEV_Params* params);
+
 private:
     static void read_defaults_once();
 
@@ -75,7 +92,6 @@ private:
     void apply_windowing(int selection, int center, int width, ZEV_Params* params);
     static std::pair<float, float> translate_centerwidth_to_maxmin(std::pair<float, float> centerWidth);
     static std::pair<float, float> translate_maxmin_to_centerwidth(std::pair<float, float> maxMin);
-    bool UpdateFromDDP(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* params, OBJ_Msg* ddpMsg, KIT_BaseParamsVec* vec);
     void set_default_colormap(_bstr_t uid, ZEV_Params* params, KIT_BaseParamsVec* vec);
     void set_default_windowing_preset(_bstr_t name, ZEV_Params* params, KIT_BaseParamsVec* vec);
     ZEV_ColorMap* read_color_map(OBJ_Msg* msg);

@@ -270,6 +270,10 @@ public:
     void SetOutputRect(KIT_Rect& rect);
     void GetOutputRect(KIT_Rect& rect);
 
+    /// Lays saved display parameters over the object, see ZEV_Dicom::UpdateFromDDP. Mind the order of the two
+    /// messages.
+    bool UpdateFromDDP(OBJ_Msg* ddpMsg, OBJ_Msg* msg, KIT_Raster* raster, KIT_BaseParamsVec* vec) override;
+
     // ---- plain storage for callers
     // --------------------------------------------------------------------------------
     bool GetFlagValuesByDicom();
@@ -292,6 +296,11 @@ public:
     class TableCreator;
 
 protected:
+    /// Adds what is to be saved to the record: the selected entry, the colour map and gamma, then by mode the
+    /// window: 2 the present one; 1 the present one if the record brings the entry "SAVE_WINDOW_LEVEL", which
+    /// is taken out, else the one that was saved before, else the preset "Normal"; any other mode none.
+    void RecordDDPInfo(DDPInfoVector& record, long mode) override;
+
     using ZEV_MaskableParam::copy_data;
     /// What every way of copying takes over. Not taken: the LUT's direction, the output rectangle, the
     /// highlight, the VOI manager and the selection. Marks nothing.

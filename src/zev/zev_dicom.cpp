@@ -259,6 +259,3 @@ int ZEV_Dicom::UpdateFromDicom(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* par
     if (bAllowWindowingChange) params->SetUpdatedToFitGroup(false);
     return 0;
 }
-
-// Saved display parameters have no source here yet.
-bool ZEV_Dicom::UpdateFromDDP(OBJ_Msg*, KIT_Raster*, ZEV_Params*, OBJ_Msg*, KIT_BaseParamsVec*) { return true; }

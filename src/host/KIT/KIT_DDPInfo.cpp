@@ -1,0 +1,16 @@
+#include <KIT/KIT_DDPInfo.h>
+
+KIT_DDPInfo::KIT_DDPInfo() = default;
+KIT_DDPInfo::KIT_DDPInfo(const wchar_t* tagName, const wchar_t* paramName, const wchar_t* value)
+    : m_TagName(tagName), m_ParamName(paramName), m_Value(value) {}
+
+DDPInfoVector::DDPInfoVector() = default;
+DDPInfoVector::~DDPInfoVector() = default;
+
+RWTPtrOrderedVector<KIT_DDPInfo>& DDPInfoVector::GetParamsValues() { return m_Entries; }
+
+void DDPInfoVector::AddParamsValue(KIT_DDPInfo* info) {
+    if (info == nullptr) return;
+    m_Owned.emplace_back(info);
+    m_Entries.append(info);
+}
