@@ -2,6 +2,7 @@
 
 #include <KIT/KIT_BaseParamsVec.h>
 #include <ZEV/ZEV_ColorMap.h>
+#include <ZEV/ZEV_Masks.h>
 #include <ZEV/ZEV_Params.h>
 
 #include <algorithm>
@@ -87,7 +88,9 @@ bool ZEV_Params::IsChanged(KIT_BaseParams* other) {
 
 bool ZEV_Params::IsBurnToRasterNeeded() { return GammaExistAndNotNaturalValue(); }
 
-void ZEV_Params::ConvertToMasks(ZEV_Masks*, KIT_BaseParamsVec*) {}
+void ZEV_Params::ConvertToMasks(ZEV_Masks* masks, KIT_BaseParamsVec*) {
+    masks->UpdateMaskFromParam("ZEV", this, nullptr, true, true, false);
+}
 
 void ZEV_Params::Finalize(ZEV_TableParams tableParams) {
     SetOutputRect(tableParams.m_OutputRect);
