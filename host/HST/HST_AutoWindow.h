@@ -7,9 +7,9 @@ class Dicom_CS;
 /// Measures a window from the pixels of an image that brings none. Made on the stack for each use.
 ///
 ///     HST_AutoWindow window;
-///     if (window.AutoWindowing(pixels, 0, 0, columns, rows, columns, modality, false, 12, -100000, -100000,
-///     false,
-///                              false) == 0) use(window.m_Center, window.m_Width);
+///     const int failed = window.AutoWindowing(pixels, 0, 0, columns, rows, columns, modality, false, 12,
+///                                             -100000, -100000, false, false);
+///     if (failed == 0) use(window.m_Center, window.m_Width);
 class HOST_API HST_AutoWindow {
 public:
     /// In stored pixel values; set by a call that succeeds. They come first in the object, in this order.

@@ -14,7 +14,8 @@
 ///     for (const KIT_LinesMask::Run& run : mask.GetRuns()) draw(run.y, run.left, run.right, run.data);
 ///
 /// Runs are kept in one array, ordered by line and then by column; they never overlap, and neighbours with
-/// the same tag are joined. Not locked.
+/// the same tag are joined. Masks that are added are merged when somebody first looks, all at once, so that adding many
+/// costs no more than their runs. Not locked, and looking at a mask may merge it.
 class HOST_API KIT_LinesMask : public KIT_Mask_proxy {
 public:
     /// Pixels left to right - 1 of line y.
@@ -44,7 +45,7 @@ public:
     /// Lays one run on top; an empty one adds nothing.
     void AddRun(int y, int left, int right, KIT_Mask::Data* data);
     /// All runs, in order of line and column.
-    const std::vector<Run>& GetRuns() const { return m_Runs; }
+    const std::vector<Run>& GetRuns() const;
     /// The tag of the run at a pixel; null as well where there is no run.
     KIT_Mask::Data* GetData(int x, int y) const;
 
@@ -55,5 +56,8 @@ protected:
 private:
     const Run* find(int x, int y) const;
 
-    std::vector<Run> m_Runs;
+    void merge() const;
+
+    mutable std::vector<Run> m_Runs;   ///< merged
+    mutable std::vector<Run> m_Added;  ///< to be laid on top, the later above the earlier
 };

@@ -24,8 +24,8 @@ public:
     typedef std::vector<Point> Ring;
 
     KIT_PolygonMask();
-    /// One closed outline; the last point need not repeat the first. A point that is no finite number empties
-    /// the mask.
+    /// One closed outline; the last point need not repeat the first. A point that is no number within
+    /// a thousand million empties the mask.
     explicit KIT_PolygonMask(Ring outline);
     ~KIT_PolygonMask() override;
 

@@ -27,8 +27,7 @@ public:
     ZEV_ColorMap& operator=(const ZEV_ColorMap& other);
     virtual ~ZEV_ColorMap();
 
-    // ---- control points and table
-    // -----------------------------------------------------------------------------
+    // ---- control points and table ----
     /// Adds or replaces the control point at a position. The colour is read as by strtol with base 16 and a
     /// 32-bit long: it stops at the first other character, and more than 7FFFFFFF is 7FFFFFFF. The position
     /// is a decimal text with a point; text that is no number is 0.
@@ -43,8 +42,7 @@ public:
     /// The 256 colours, writable.
     KIT_Color* GetTable() { return m_table; }
 
-    // ---- identity
-    // ---------------------------------------------------------------------------------------------
+    // ---- identity ----
     /// Text shown to the user; null when the text is null.
     const wchar_t* GetName() const;
     void SetName(_bstr_t name);
@@ -55,8 +53,7 @@ public:
     int GetCustomButtonId() const;
     void SetCustomButtonId(int id);
 
-    // ---- kind
-    // -------------------------------------------------------------------------------------------------
+    // ---- kind ----
     bool IsDummy() const { return m_isDummy; }
     void SetDummy(bool dummy);
     bool GetIsSUVType() const;
@@ -66,8 +63,7 @@ public:
     int GetOutputResolution() const;
     void SetOutputResolution(int resolution);
 
-    // ---- thresholds: stored for the host, not interpreted
-    // -------------------------------------------------------
+    // ---- thresholds: stored for the host, not interpreted ----
     _bstr_t GetThresholdUnits() const;
     void SetThresholdUnits(_bstr_t units);
     float GetThresholdMin() const;

@@ -69,7 +69,8 @@ public:
     /// preset heed GetWindowingChangedByUser, the map GetColormapChangedByUser. A saved window of 0 and 0
     /// stands for automatic windowing; one saved in another rescale is brought to the image's. If `params`
     /// was last filled from another message, that one counts in place of `msg` and takes over the automatic
-    /// window that `msg` holds. True for a null `ddpMsg`, else whether the message that counts is an image.
+    /// window that `msg` holds. True for a null `ddpMsg`, else whether the message that counts is an image. `raster` may be null:
+    /// then no automatic window is measured.
     bool UpdateFromDDP(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* params, OBJ_Msg* ddpMsg,
                        KIT_BaseParamsVec* vec);
 

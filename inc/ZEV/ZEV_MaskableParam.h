@@ -22,8 +22,7 @@ public:
     /// The base's assignment first, then flags and both counters.
     ZEV_MaskableParam& operator=(const ZEV_MaskableParam& other);
 
-    // ---- the region
-    // -------------------------------------------------------------------------------------------
+    // ---- the region ----
     bool GetActive() const;
     /// Marks a mask change when the value differs, else nothing.
     void SetActive(bool active);
@@ -31,8 +30,7 @@ public:
     /// Stores the flag and marks no change: regions are told before they are entered.
     void SetNegate(bool negate);
 
-    // ---- change counters
-    // --------------------------------------------------------------------------------------
+    // ---- change counters ----
     int GetMaskCC() const;
     int GetTableCC() const;
     void SetTableCC(int count);
@@ -40,8 +38,7 @@ public:
     /// to whoever keeps a table.
     void MarkTableChange();
 
-    // ---- what a region does
-    // -----------------------------------------------------------------------------------
+    // ---- what a region does ----
     /// Enters the object into a mask set.
     virtual void ConvertToMasks(ZEV_Masks* masks, KIT_BaseParamsVec* vec) = 0;
     /// A new table, which the caller owns, or null.

@@ -19,12 +19,12 @@ class ZEV_MaskableParam;
 /// mask shape, and one combined run list whose runs carry their tables.
 ///
 ///     ZEV_Masks live, masks;
-///     masks.SetLiveParams(&live);                        // the rendering side works on a frozen copy
-///     params.ConvertToMasks(&masks, &vec);               // the default region, first in the list
+///     masks.SetLiveParams(&live);                  // the rendering side works on a frozen copy
+///     params.ConvertToMasks(&masks, &vec);         // the default region, first in the list
 ///     masks.UpdateMaskFromParam("lung", &lung, polygon, false, true, false);
 ///     masks.UpdateMasks(tableParams);
-///     for (const auto& run : masks.GetCombinedMask()->GetRuns()) ...;    // elsewhere:
-///     masks.GetDefaultTable() masks.FinalizeAll(tableParams);
+///     for (const auto& run : masks.GetCombinedMask()->GetRuns()) ...;   // GetDefaultTable() elsewhere
+///     masks.FinalizeAll(tableParams);
 ///
 /// Where regions overlap the later in the list is on top. The set owns its items with their tables and run
 /// lists, and a mask where it was told so; never a parameter object. A copy takes no items. It belongs to the

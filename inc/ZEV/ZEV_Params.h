@@ -39,8 +39,7 @@ class ZEV_ColorMap;
 /// every rounding rule.
 class ZEV_API ZEV_Params : public ZEV_MaskableParam {
 public:
-    // ---- construction, copying, reset
-    // ---------------------------------------------------------------------------
+    // ---- construction, copying, reset ----
     /// The first object of the process reads two configuration keys; if that fails, _com_error passes out of
     /// that one constructor, and later ones use the defaults without a further try.
     ZEV_Params();
@@ -65,8 +64,7 @@ public:
     /// Inversion, width and centre have all had their Init.
     bool IsInitialized();
 
-    // ---- window
-    // -------------------------------------------------------------------------------------------------
+    // ---- window ----
     int GetCenter();
     int GetWidth();
     int GetWindowMin();
@@ -99,15 +97,13 @@ public:
     /// Marks a table change, also when the mode stays.
     void SetMinMaxScaleMode(bool minMaxScaleMode);
 
-    // ---- what the saved presentation said when the image was opened
-    // -----------------------------------------------
+    // ---- what the saved presentation said when the image was opened ----
     void SetOriginalCenterFromDP(int center);
     void SetOriginalWidthFromDP(int width);
     void SetOriginalInverseFromDP(bool inverse);
     bool IsOriginalParamFromDP() const;
 
-    // ---- rescale
-    // ------------------------------------------------------------------------------------------------
+    // ---- rescale ----
     int GetRescaleIntercept();
     float GetRescaleSlope();
     bool IsRescaleInitialized();
@@ -118,8 +114,7 @@ public:
     bool GetUseRescale();
     void SetUseRescale(bool useRescale);
 
-    // ---- gamma and inversion
-    // --------------------------------------------------------------------------------------
+    // ---- gamma and inversion ----
     /// Lowest and highest valid gamma, natural gamma, and half the width of the band in which two gammas
     /// count as equal. The disabled marker is the smallest normal float.
     static constexpr float kGammaLowest = 0.1f;
@@ -164,8 +159,7 @@ public:
     bool GetLutInverse();
     KIT_ChangeCounter GetInverseChangeCounter();
 
-    // ---- VOI LUT
-    // ------------------------------------------------------------------------------------------------
+    // ---- VOI LUT ----
     /// Takes a share of the manager; the object and its copies own it together. Null lets go. The selection
     /// stays.
     void SetVoiLutManager(Mapper_WindowingManager* manager);
@@ -190,8 +184,7 @@ public:
     OBJ_Msg* GetLastUpdatedMsg();
     void SetLastUpdatedMsg(OBJ_Msg* msg);
 
-    // ---- padding and highlight
-    // ----------------------------------------------------------------------------------
+    // ---- padding and highlight ----
     static constexpr int kNoPadding = -100000;
 
     int GetPixelPaddingValue();
@@ -204,8 +197,7 @@ public:
     /// Writes both values whatever the answer; returns whether they were set. No table depends on them.
     bool GetHighlight(int* value1, int* value2);
 
-    // ---- colour map
-    // ---------------------------------------------------------------------------------------------
+    // ---- colour map ----
     /// The map in use, or null. Not owned.
     ZEV_ColorMap* GetColorMap();
     ZEV_ColorMap* GetDicomColorMap();
@@ -220,8 +212,7 @@ public:
     bool GetChangeColorMapsOnAllDSTypes();
     void SetChangeColorMapsOnAllDSTypes(bool change);
 
-    // ---- raster
-    // -------------------------------------------------------------------------------------------------
+    // ---- raster ----
     /// A frozen copy passes a raster on to its live object first, so a live object must outlive its copies.
     /// With ownership the object deletes the raster; copies share that duty.
     void SetReferenceRaster(KIT_Raster* raster, bool takeOwnership);
@@ -242,8 +233,7 @@ public:
     /// per process. A read that fails raises _com_error; later calls answer false without a further try.
     bool ShouldUseFullRange();
 
-    // ---- freezing, drawing, comparing
-    // ---------------------------------------------------------------------------
+    // ---- freezing, drawing, comparing ----
     /// Takes the live object's state; raster, output rectangle and highlight stay this copy's own. Does
     /// nothing without a live object. The live object must not change meanwhile.
     void Freeze() override;
@@ -274,8 +264,7 @@ public:
     /// messages.
     bool UpdateFromDDP(OBJ_Msg* ddpMsg, OBJ_Msg* msg, KIT_Raster* raster, KIT_BaseParamsVec* vec) override;
 
-    // ---- plain storage for callers
-    // --------------------------------------------------------------------------------
+    // ---- plain storage for callers ----
     bool GetFlagValuesByDicom();
     void SetFlagValuesByDicom(bool byDicom);
     void SetIsLocalizer();
@@ -285,8 +274,7 @@ public:
     float GetMaxDataValue();
     void SetMaxDataValue(float value);
 
-    // ---- virtual operations that this class adds, in slot order
-    // ---------------------------------------------------
+    // ---- virtual operations that this class adds, in slot order ----
     virtual ZEV_Params& operator=(const ZEV_Params& other);
     virtual bool GetWindowingChangedByUser();
     virtual void SetWindowingChangedByUser(bool changed);

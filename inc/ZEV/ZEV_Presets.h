@@ -54,8 +54,7 @@ public:
     /// The colour bar's sets that this object read stay, to the end of the process.
     ~ZEV_Presets();
 
-    // ---- reading and saving
-    // -------------------------------------------------------------------------------------
+    // ---- reading and saving ----
     /// Does what ReadPresetsFromConfiguration does.
     int Init(const wchar_t* name);
     /// Reads the tree of that name; "highlight" stands for "windowing" where it is missing. 0 on success,
@@ -67,8 +66,7 @@ public:
     /// Nothing is saved: logs a line and gives -1.
     int Save();
 
-    // ---- windowing presets of the procedures
-    // ----------------------------------------------------------------------
+    // ---- windowing presets of the procedures ----
     int NumOfPresetLists() const;
     /// Null outside the list. The place of a preset in its set is its number in the configuration less 1; a
     /// number without a preset is filled with "NO_WINDOWING", all of whose numbers are -1.
@@ -76,8 +74,7 @@ public:
     /// The first set of that name, or null.
     ZEV_ProcedurePreset* GetSetOfPreset(const wchar_t* name) const;
 
-    // ---- colour maps
-    // ----------------------------------------------------------------------------------------------
+    // ---- colour maps ----
     /// Number of procedures in the list of the process.
     int NumOfColorMaps();
     /// Null outside the list. Each set begins with the two built-in maps, the grey one and its reverse.
@@ -86,8 +83,7 @@ public:
     static _bstr_t GetGrayscaleColormapUID();
     static _bstr_t GetInverseGrayscaleColormapUID();
 
-    // ---- presets of the colour bar
-    // --------------------------------------------------------------------------------
+    // ---- presets of the colour bar ----
     /// The first set of the modality whose name is exactly `units`; null when there is none.
     ZEV_ProcedurePreset* GetColorbarProcedurePresets(SPC_Modality::MODALITY modality,
                                                      const wchar_t* units) const;

@@ -26,7 +26,7 @@ public:
     KIT_BaseParams* Clone() override;
     /// True only if both numbers are other than 0.
     bool IsBurnToRasterNeeded() override;
-    /// Takes over another ZEV_RGBParams that was changed since it was made.
+    /// Takes over another ZEV_RGBParams that was changed since it was made. Null is ignored.
     void Update(KIT_BaseParams* other) override;
 
     using KIT_BaseParams::SetData;

@@ -82,7 +82,8 @@ void ZEV_Masks::UpdateMaskFromParam(std::string name, ZEV_MaskableParam* param, 
         return;
     }
     if (found->GetParam() != param) {
-        // The table goes: no run may keep it.
+        // The table goes: no run may keep it. A mask that comes again under the new parameter stays.
+        if (mask != nullptr && found->GetMask() == mask) ownsMask = found->GiveMaskBack() || ownsMask;
         m_CombinedMask.Clear();
         found->Rebind(param, name);
     }
@@ -98,9 +99,7 @@ void ZEV_Masks::UpdateMasks(ZEV_TableParams tableParams) {
 }
 
 void ZEV_Masks::FinalizeAll(ZEV_TableParams tableParams) {
-    for (BaseItem* item : m_Items) {
-        if (item->GetParam() != nullptr) item->GetParam()->Finalize(tableParams);
-    }
+    for (BaseItem* item : m_Items) item->GetParam()->Finalize(tableParams);
 }
 
 KIT_LinesMask* ZEV_Masks::GetCombinedMask() { return &m_CombinedMask; }
@@ -160,7 +159,10 @@ void ZEV_Masks::zoom_masks_and_convert_to_lines(KIT_BaseParamsVec* params, KIT_R
     if (space == nullptr) {
         // Nothing is drawn with stale geometry.
         ZEV_LOG(function, zev::kLogError, "No space info in the view\n");
-        for (BaseItem* item : m_Items) item->SetLines(nullptr, rasterToScreen, screenToPhysical, KIT_Rect());
+        for (BaseItem* item : m_Items) {
+            if (item->GetMask() != nullptr)
+                item->SetLines(nullptr, rasterToScreen, screenToPhysical, KIT_Rect());
+        }
         m_CombinedMask.Clear();
         return;
     }

@@ -110,8 +110,7 @@ void copy_sets(const ZEV_ProcedurePresetList& source, ZEV_ProcedurePresetList& t
 
 }  // namespace
 
-// ---- life
-// -------------------------------------------------------------------------------------------------------
+// ---- life ----
 
 ZEV_Presets::ZEV_Presets() = default;
 
@@ -145,8 +144,7 @@ void ZEV_Presets::destroy_color_bar_copies() {
     }
 }
 
-// ---- reading and saving
-// -----------------------------------------------------------------------------------------
+// ---- reading and saving ----
 
 int ZEV_Presets::Init(const wchar_t* name) { return ReadPresetsFromConfiguration(name); }
 
@@ -235,8 +233,7 @@ int ZEV_Presets::Save() {
     return -1;
 }
 
-// ---- windowing presets of the procedures
-// --------------------------------------------------------------------------
+// ---- windowing presets of the procedures ----
 
 int ZEV_Presets::NumOfPresetLists() const { return static_cast<int>(m_presets.entries()); }
 
@@ -249,8 +246,7 @@ ZEV_ProcedurePreset* ZEV_Presets::GetSetOfPreset(const wchar_t* name) const {
     return m_presets.find(&key);
 }
 
-// ---- colour maps
-// --------------------------------------------------------------------------------------------------
+// ---- colour maps ----
 
 int ZEV_Presets::NumOfColorMaps() {
     if (m_pColorMaps == nullptr) m_pColorMaps = ZEV_ProcedureColorMapsList::GetInstance();

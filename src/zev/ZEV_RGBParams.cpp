@@ -90,7 +90,7 @@ bool ZEV_RGBParams::IsBurnToRasterNeeded() { return m_Brightness != 0 && m_Contr
 
 void ZEV_RGBParams::Update(KIT_BaseParams* other) {
     // A new object's count is 1.
-    if (other->GetCount() > 1) *static_cast<KIT_BaseParams*>(this) = *other;
+    if (other != nullptr && other->GetCount() > 1) *static_cast<KIT_BaseParams*>(this) = *other;
 }
 
 int ZEV_RGBParams::UpdateFromDicom(OBJ_Msg* msg) {

@@ -75,8 +75,7 @@ int measure_by_cuts(KIT_Raster& raster, const zev::PixelRegion<Pixel>& region, i
 
 }  // namespace
 
-// ---- Base
-// -------------------------------------------------------------------------------------------------------
+// ---- Base ----
 
 ZEV_AWBaseCalc::~ZEV_AWBaseCalc() = default;
 
@@ -114,8 +113,7 @@ int ZEV_AWBaseCalc::Calc(KIT_Raster* raster, int* width, int* center, KIT_Rect* 
     return Calc(raster, rect->left, rect->top, rect->right, rect->bottom, 1, width, center);
 }
 
-// ---- Mean and deviation
-// -------------------------------------------------------------------------------------------
+// ---- Mean and deviation ----
 
 int ZEV_AWCalc::Calc(KIT_Raster* raster, int* width, int* center, KIT_Rect* rect) {
     if (raster == nullptr) {
@@ -143,8 +141,7 @@ int ZEV_AWCalc::Calc16(KIT_Raster* raster, int x0, int y0, int x1, int y1, int b
                                 width, center);
 }
 
-// ---- Cuts without spikes
-// ------------------------------------------------------------------------------------------
+// ---- Cuts without spikes ----
 
 int ZEV_AWCalcCR::Calc8(KIT_Raster* raster, int x0, int y0, int x1, int y1, int, int* width, int* center) {
     return measure_by_cuts(*raster, clip<std::uint8_t>(*raster, x0, y0, x1, y1), width, center);
@@ -154,8 +151,7 @@ int ZEV_AWCalcCR::Calc16(KIT_Raster* raster, int x0, int y0, int x1, int y1, int
     return measure_by_cuts(*raster, clip<std::uint16_t>(*raster, x0, y0, x1, y1), width, center);
 }
 
-// ---- Occupied range
-// -----------------------------------------------------------------------------------------------
+// ---- Occupied range ----
 
 int ZEV_AWCalcNM::Calc8(KIT_Raster* raster, int x0, int y0, int x1, int y1, int, int* width, int* center) {
     measure_region(*raster, clip<std::uint8_t>(*raster, x0, y0, x1, y1), width, center,
@@ -169,8 +165,7 @@ int ZEV_AWCalcNM::Calc16(KIT_Raster* raster, int x0, int y0, int x1, int y1, int
     return 0;
 }
 
-// ---- The vendor's own
-// ---------------------------------------------------------------------------------------------
+// ---- The vendor's own ----
 
 namespace {
 

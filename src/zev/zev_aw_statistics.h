@@ -44,8 +44,7 @@ private:
     std::uint32_t m_Sum = 0;
 };
 
-// ---- Mean and three standard deviations
-// ---------------------------------------------------------------------------
+// ---- Mean and three standard deviations ----
 
 /// `squares[b]` is the square of the value b - bias as a 32-bit float. The histogram must not be empty.
 inline MeasuredWindow MeasureByDeviation(const Bins& bins, const float* squares, bool skipLow) {
@@ -85,8 +84,7 @@ inline MeasuredWindow MeasureByDeviation(const Bins& bins, const float* squares,
     return {static_cast<std::uint16_t>(deviation) * 3, TruncToInt(m)};
 }
 
-// ---- Cuts at both ends, without spikes
-// ------------------------------------------------------------------------------
+// ---- Cuts at both ends, without spikes ----
 
 /// Takes bins far above the others out, with their neighbours, unless there are so many that they are the
 /// picture, or nothing would remain.
@@ -140,8 +138,7 @@ inline MeasuredWindow MeasureByCuts(const Bins& bins, int pixels) {
     return {width, width / 2 - bins.bias + lo};
 }
 
-// ---- Occupied range
-// -------------------------------------------------------------------------------------------------
+// ---- Occupied range ----
 
 /// 16 bits: from above the lowest occupied bin up to where 99.5% of the rest are reached.
 inline MeasuredWindow MeasureMostOfRange(const Bins& bins) {

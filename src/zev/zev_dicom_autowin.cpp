@@ -74,7 +74,7 @@ bool ZEV_Dicom::auto_win(KIT_Raster* raster, OBJ_Msg* msg, int* width, int* cent
 
     const zev::RasterLock lock(raster);
     HST_AutoWindow window;
-    void* const pixels = raster->GetPixels();
+    void* const pixels = raster == nullptr ? nullptr : raster->GetPixels();
     if (pixels == nullptr || modality == nullptr ||
         window.AutoWindowing(pixels, 0, 0, raster->m_Width, raster->m_Height, raster->m_Width, *modality,
                              monochrome1, raster->m_BitsPerPixel, paddingValue, paddingLimit,

@@ -51,18 +51,25 @@ void ZEV_Masks::BaseItem::Reset() {
 }
 
 void ZEV_Masks::BaseItem::SetMask(KIT_Mask* mask, KIT_ChangeCounter cc, bool owns) {
-    if (mask != nullptr && mask == m_pMask) {
+    const bool isTaken = mask != nullptr && !mask->IsEmpty();
+    if (isTaken && mask == m_pMask) {
         // Handed the mask that it holds: releasing it first would delete it.
         m_bOwnsMask = m_bOwnsMask || owns;
-        if (mask->IsEmpty()) ReleaseMask();
     } else {
         ReleaseMask();
-        if (mask != nullptr && !mask->IsEmpty()) {
+        if (isTaken) {
             m_pMask = mask;
             m_bOwnsMask = owns;
         }
     }
     m_MaskCC = cc;
+}
+
+bool ZEV_Masks::BaseItem::GiveMaskBack() {
+    const bool owned = m_bOwnsMask;
+    m_pMask = nullptr;
+    m_bOwnsMask = false;
+    return owned;
 }
 
 bool ZEV_Masks::BaseItem::IsPolygon() { return false; }
@@ -82,7 +89,8 @@ bool ZEV_Masks::BaseItem::needs_conversion(const float stored[4][4], const float
     for (int row = 0; row < 4; ++row) {
         for (int column = 0; column < 4; ++column) {
             const float difference = stored[row][column] - given[row][column];
-            if (std::fabs(static_cast<double>(difference)) > kMatrixTolerance) return true;
+            // Not a number counts as a change.
+            if (!(std::fabs(static_cast<double>(difference)) <= kMatrixTolerance)) return true;
         }
     }
     return m_pLines == nullptr;

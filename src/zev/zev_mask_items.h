@@ -45,6 +45,8 @@ public:
     ZEV_AbstractWindowingTable* GetTable() { return m_pTable; }
     KIT_ChangeCounter GetMaskCC() { return m_MaskCC; }
     KIT_ChangeCounter GetTableCC() { return m_TableCC; }
+    /// Lets go of the mask without deleting it; returns whether the item owned it.
+    bool GiveMaskBack();
     /// Lets everything go and serves another parameter.
     void Rebind(ZEV_MaskableParam* param, std::string name);
     /// Takes a table over, which may be null.

@@ -6,8 +6,6 @@
 #include <ZEV/ZEV_Dicom.h>
 #include <ZEV/ZEV_Params.h>
 
-#include <memory>
-
 #include "zev_log.h"
 #include "zev_text.h"
 
@@ -36,7 +34,8 @@ void add_inverse(DDPInfoVector& record, bool inverse) {
 bool take_control_entry(DDPInfoVector& record) {
     auto& entries = record.GetParamsValues();
     for (std::size_t i = 0; i < entries.entries(); ++i) {
-        if (entries[i]->m_TagName == L"SAVE_WINDOW_LEVEL" && entries[i]->m_Value == L"") {
+        if (entries[i] != nullptr && entries[i]->m_TagName == L"SAVE_WINDOW_LEVEL" &&
+            entries[i]->m_Value == L"") {
             entries.removeAt(i);
             return true;
         }

@@ -35,8 +35,7 @@ std::wstring text_or_empty(const wchar_t* text) { return text == nullptr ? L"" :
 
 }  // namespace
 
-// ---- ZEV_WindowingUnits
-// -----------------------------------------------------------------------------------------
+// ---- ZEV_WindowingUnits ----
 
 ZEV_WindowingUnits::Units ZEV_WindowingUnits::ConvertFromString(_bstr_t text) {
     for (const UnitsEntry& entry : kUnits) {
@@ -66,8 +65,7 @@ ZEV_WindowingUnits::Units ZEV_WindowingUnits::ConvertSpcUnitsToZevUnits(SPC_MEAS
     return UNITS_UNINITIALIZED;
 }
 
-// ---- ZEV_PresetValue
-// --------------------------------------------------------------------------------------------
+// ---- ZEV_PresetValue ----
 
 ZEV_PresetValue::ZEV_PresetValue() = default;
 
@@ -85,8 +83,7 @@ int ZEV_PresetValue::compareTo(const RWCollectable* other) const {
     return m_name < otherName ? -1 : m_name > otherName ? 1 : 0;
 }
 
-// ---- ZEV_ProcedurePreset
-// ----------------------------------------------------------------------------------------
+// ---- ZEV_ProcedurePreset ----
 
 ZEV_ProcedurePreset::ZEV_ProcedurePreset(const wchar_t* name)
     : RWOrdered(RWCollection::DEFAULT_CAPACITY),
@@ -113,8 +110,7 @@ const wchar_t* ZEV_ProcedurePreset::GetPresetText(int i) {
 
 int ZEV_ProcedurePreset::NumOfPresets() const { return static_cast<int>(entries()); }
 
-// ---- ZEV_ProcedureColorMaps
-// -------------------------------------------------------------------------------------
+// ---- ZEV_ProcedureColorMaps ----
 
 ZEV_ProcedureColorMaps::ZEV_ProcedureColorMaps(const wchar_t* name)
     : m_name(text_or_empty(name)), m_modality(modality_of(m_name)) {}
@@ -145,8 +141,7 @@ const wchar_t* ZEV_ProcedureColorMaps::GetColorMapText(int i) {
 
 int ZEV_ProcedureColorMaps::NumOfColorMaps() const { return static_cast<int>(m_colorMaps.size()); }
 
-// ---- ZEV_ProcedureColorMapsList
-// ---------------------------------------------------------------------------------
+// ---- ZEV_ProcedureColorMapsList ----
 
 ZEV_ColorMap* ZEV_ProcedureColorMapsList::m_pPreviousColorMap = nullptr;
 

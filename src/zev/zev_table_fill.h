@@ -10,8 +10,7 @@
 /// beside it and equals it bit for bit.
 namespace zev {
 
-// ---- The window in table indices
-// ------------------------------------------------------------------------------
+// ---- The window in table indices ----
 
 /// A ramp within a table of S entries. Entry i has the position x = i - a, worked out from the bound before
 /// it is limited, so that limiting never changes the slope.
@@ -38,8 +37,7 @@ inline Ramp ResolveRamp(int S, float normalizedMin, float normalizedMax) {
     return ramp;
 }
 
-// ---- Step functions: how far up the ramp a position lies
-// --------------------------------------------------------
+// ---- Step functions: how far up the ramp a position lies ----
 
 /// u * factor for u = float(x) * r: the position among `factor` steps, truncated by whoever asks.
 struct ProductSteps {
@@ -55,8 +53,7 @@ struct LevelSteps {
     double operator()(int x) const { return static_cast<double>(static_cast<float>(x) * r * span) + 0.5; }
 };
 
-// ---- Stores
-// ---------------------------------------------------------------------------------------------------
+// ---- Stores ----
 
 /// Bytes that a wide store writes.
 constexpr std::size_t kWide = 16;
@@ -102,8 +99,7 @@ inline void FillRun(Out* from, Out* to, Out* limit, Out value) {
     for (; from < to; from += kStep) std::memcpy(from, wide.values, kWide);
 }
 
-// ---- The ramp
-// -------------------------------------------------------------------------------------------------
+// ---- The ramp ----
 
 /// Most steps that the fast path takes.
 constexpr int kMaxSteps = 256;

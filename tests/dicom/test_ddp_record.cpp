@@ -221,6 +221,14 @@ TEST(Saved, ZeroAndZeroStandsForAutomaticWindowing) {
     EXPECT_EQ(view.params.GetVoiLutSelection(), -1);
 }
 
+TEST(Saved, WithoutARasterNothingIsMeasured) {
+    View view;
+    view.Open();
+    view.saved.Window("0", "0");
+    EXPECT_TRUE(view.params.UpdateFromDDP(&view.saved, &view.msg, nullptr, &view.vec));
+    EXPECT_EQ(view.params.GetWidth(), 0);
+}
+
 TEST(Saved, TheMessageInUseIsTheOneThatFilledTheObject) {
     View view;
     view.Open();

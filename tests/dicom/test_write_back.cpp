@@ -125,6 +125,7 @@ TEST(BrightnessAndContrast, LimitsAndCounts) {
     target.SetContrast(9);
     target.Update(&fresh);
     EXPECT_EQ(target.GetContrast(), 9);
+    target.Update(nullptr);
     target.Update(&p);
     EXPECT_EQ(target.GetContrast(), 3);
     EXPECT_EQ(target.GetCount(), p.GetCount());

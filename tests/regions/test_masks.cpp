@@ -6,6 +6,7 @@
 #include <ZEV/ZEV_Masks.h>
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cmath>
 #include <memory>
 #include <random>
@@ -127,6 +128,36 @@ TEST_F(Masks, WhenAGivenMaskIsTaken) {
     EXPECT_NE(At(1, 1), nullptr);
 }
 
+TEST_F(Masks, TheOwnedMaskMayComeAgainUnderAnotherParameter) {
+    KIT_PolygonMask* const mask = square(2, 2, 8);
+    masks.UpdateMaskFromParam("a", &a, mask, false, true, false);
+    Update();
+    masks.UpdateMaskFromParam("a", &b, mask, false, false, false);
+    Update();
+    EXPECT_EQ(At(3, 3), b.table);
+}
+
+TEST(PolygonMask, HostileOutlinesStayInsideTheCut) {
+    const double far = 1e308, nan = std::nan("");
+    const KIT_PolygonMask::Ring rings[] = {{{-far, -far}, {far, far}, {0, 1.5e308}},
+                                           {{nan, 0}, {5, 0}, {0, 5}},
+                                           {{-9e8, -9e8}, {9e8, -9e8}, {3, 9e8}},
+                                           {{1, 1}, {2, 2}},
+                                           {{3, 3}, {3, 3}, {3, 3}}};
+    for (const auto& ring : rings) {
+        KIT_PolygonMask polygon(ring);
+        const std::unique_ptr<KIT_PolygonMask> cut(polygon.IntersectWithDisplayRect(0, 0, 10, 8));
+        const std::unique_ptr<KIT_LinesMask> lines(cut->ConvertToLinesMask());
+        for (const auto& run : lines->GetRuns()) {
+            EXPECT_TRUE(run.left >= 0 && run.left < run.right && run.right <= 10 && run.y >= 0 && run.y < 8);
+        }
+    }
+    const std::unique_ptr<KIT_PolygonMask> wide(
+        KIT_PolygonMask(rings[2]).IntersectWithDisplayRect(INT_MIN, 0, INT_MAX, 2));
+    const std::unique_ptr<KIT_LinesMask> lines(wide->ConvertToLinesMask());
+    EXPECT_EQ(lines->GetRuns().size(), 2u);
+}
+
 TEST_F(Masks, RefusalsAndEmptySets) {
     LogCapture log(3);
     ZEV_Masks plain;
@@ -168,8 +199,9 @@ TEST(MaskItem, TolerancesAndMasks) {
     EXPECT_FALSE(item.ScreenMatrixChanged(near) || item.RasterMatrixChanged(near));
     EXPECT_TRUE(item.ScreenMatrixChanged(far) && item.RasterMatrixChanged(far));
     EXPECT_TRUE(item.RectDiffers(KIT_Rect(2, 1, 3, 4)));
-    item.SetMask(new KIT_LinesMask, KIT_ChangeCounter(7), false);
-    delete item.GetMask();
+    // An empty mask is not taken and stays the caller's; its counter is taken all the same.
+    KIT_LinesMask empty;
+    item.SetMask(&empty, KIT_ChangeCounter(7), true);
     EXPECT_EQ(item.GetMask(), nullptr);
     EXPECT_EQ(item.GetMaskCC().GetCount(), 7);
     KIT_PolygonMask* const mask = square(0, 0, 2);

@@ -13,9 +13,17 @@ using Point = KIT_PolygonMask::Point;
 using Ring = KIT_PolygonMask::Ring;
 
 /// No pixel lies further out: a hostile outline without a cut must not make a list of a billion runs.
-constexpr int kFarthest = 1 << 15;
+constexpr int kFarthest = 1 << 16;
 
-bool is_finite(const Point& point) { return std::isfinite(point.x) && std::isfinite(point.y); }
+/// Beyond this a coordinate is no place on any screen, and the arithmetic of crossings would leave the doubles.
+constexpr double kLargest = 1e9;
+
+bool is_usable(const Point& point) {
+    return std::fabs(point.x) <= kLargest && std::fabs(point.y) <= kLargest;
+}
+
+/// A side of a cut, within what can be drawn.
+int limited(int side) { return std::clamp(side, -kFarthest, kFarthest); }
 
 /// The first pixel whose centre lies at or after a coordinate, limited to from..to.
 int first_centre(double coordinate, int from, int to) {
@@ -45,7 +53,7 @@ KIT_PolygonMask::KIT_PolygonMask() = default;
 KIT_PolygonMask::~KIT_PolygonMask() = default;
 
 KIT_PolygonMask::KIT_PolygonMask(Ring outline) : m_Outline(std::move(outline)) {
-    if (!std::all_of(m_Outline.begin(), m_Outline.end(), is_finite)) m_Outline.clear();
+    if (!std::all_of(m_Outline.begin(), m_Outline.end(), is_usable)) m_Outline.clear();
 }
 
 void KIT_PolygonMask::init() { m_Outline.clear(); }
@@ -64,13 +72,13 @@ KIT_PolygonMask* KIT_PolygonMask::ApplyMatrix(float matrix[4][4]) {
         const double w = row(3, p);
         transformed.push_back({row(0, p) / w, row(1, p) / w});
     }
-    return new KIT_PolygonMask(std::move(transformed));
+    return new KIT_PolygonMask(std::move(transformed));  // of the whole outline: a cut is the screen's
 }
 
 KIT_PolygonMask* KIT_PolygonMask::IntersectWithDisplayRect(int left, int top, int right, int bottom) {
     if (left >= right || top >= bottom) return nullptr;
     std::unique_ptr<KIT_PolygonMask> cut(new KIT_PolygonMask);
-    KIT_Rect rect(top, left, bottom, right);
+    KIT_Rect rect(limited(top), limited(left), limited(bottom), limited(right));
     if (m_bCut) {
         rect = KIT_Rect(std::max(top, m_Cut.top), std::max(left, m_Cut.left), std::min(bottom, m_Cut.bottom),
                         std::min(right, m_Cut.right));

@@ -144,8 +144,7 @@ KIT_BaseParams& SPC_MeasurementUnitsParams::operator=(const KIT_BaseParams& othe
 
 KIT_BaseParams* SPC_MeasurementUnitsParams::Clone() { return new SPC_MeasurementUnitsParams; }
 
-// ---- what the message says
-// --------------------------------------------------------------------------------------
+// ---- what the message says ----
 
 /// Body surface by Du Bois and Du Bois 1916, lean body mass by James 1976 with 128 for men (SUV Type
 /// LBMJAMES128 of DICOM PS3.3 C.8.9.1.1.3): kilograms and centimetres.
@@ -244,8 +243,7 @@ void SPC_MeasurementUnitsParams::read_real_world(const Dicom_Msg& msg) {
     }
 }
 
-// ---- measurement units
-// --------------------------------------------------------------------------------------------
+// ---- measurement units ----
 
 double SPC_MeasurementUnitsParams::norm(SPC_MEASUREMENT_UNITS units) const {
     switch (units) {
@@ -311,8 +309,7 @@ void SPC_MeasurementUnitsParams::SetMaximalRange(double lowest, double highest) 
     m_RangeHighest = m_bHasRange ? highest : 0.0;
 }
 
-// ---- real-world values
-// --------------------------------------------------------------------------------------------
+// ---- real-world values ----
 
 float SPC_MeasurementUnitsParams::FindValueForRealWorldValue(float value) const {
     if (m_RealWorld.empty() || std::isnan(value)) return value;
