@@ -13,9 +13,11 @@ class OBJ_Msg;
 /// values, per cent of the range, and real-world values.
 ///
 ///     SPC_MeasurementUnitsParams units(&msg);
-///     if (units.IsDataMissingForMeasurement(SPC_UNITS_SUV_BW))
-///     tell(units.GetMissingDataText(SPC_UNITS_SUV_BW)); else width =
-///     units.TranslateBackFromUnitsToPixel(5.0f, SPC_UNITS_SUV_BW);
+///     if (units.IsDataMissingForMeasurement(SPC_UNITS_SUV_BW)) {
+///         tell(units.GetMissingDataText(SPC_UNITS_SUV_BW));
+///     } else {
+///         width = units.TranslateBackFromUnitsToPixel(5.0f, SPC_UNITS_SUV_BW);
+///     }
 ///
 /// Pixel values are in the units that a window is told in, that is after rescale: Bq/ml for most PT images.
 /// Everything is taken from the message by the constructor; nothing is guessed, so that whoever wants SUV

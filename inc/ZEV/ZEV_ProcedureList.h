@@ -47,6 +47,7 @@ public:
         ++m_Count;
     }
     void clearAndDestroy() {
+        static_assert(sizeof(T) > 0, "the elements' class must be known where they are deleted");
         // Emptied first: a destructor may look at the list.
         ZEV_ProcedureList owned;
         swap(owned);

@@ -7,6 +7,10 @@
 #include <ZEV/ZEV_ProcedurePreset.h>
 #include <ZEV/ZEV_WindowingUnits.h>
 
+#include <memory>
+#include <string>
+#include <utility>
+
 #include "zev_registry.h"
 
 namespace {

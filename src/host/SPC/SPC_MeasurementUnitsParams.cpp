@@ -88,13 +88,15 @@ std::optional<refhost::Moment> acquisition_moment(const Dicom_Msg& msg) {
 }
 
 /// The moment that the pixel values are told for: the start of the series when they are corrected to the
-/// start of the scan, the acquisition when they are not corrected. A series made after the acquisition by
-/// later processing says nothing of the scan's start; the acquisition does.
+/// start of the scan, the acquisition when they are not corrected: nothing else stands in for that. A series made
+/// after the acquisition by later processing, or one that is not told, says nothing of the scan's start; the acquisition
+/// does.
 std::optional<refhost::Moment> reference_moment(const Dicom_Msg& msg, bool corrected) {
     const std::optional<refhost::Moment> series = moment_of(msg, kSeriesDate, kSeriesTime);
     const std::optional<refhost::Moment> acquisition = acquisition_moment(msg);
+    if (!corrected) return acquisition;
     if (!series || !acquisition) return series ? series : acquisition;
-    return corrected && refhost::SecondsBetween(*series, *acquisition) >= 0.0 ? series : acquisition;
+    return refhost::SecondsBetween(*series, *acquisition) >= 0.0 ? series : acquisition;
 }
 
 /// Seconds from the injection to the reference; a time without a date is the last one before the reference.
@@ -106,7 +108,14 @@ std::optional<double> seconds_since_injection(const Dicom_Msg& msg, const Dicom_
     }
     const std::optional<double> time = refhost::ParseTime(text_of(drug, kStartTime));
     if (!time) return std::nullopt;
-    const double elapsed = std::fmod(reference.seconds, kSecondsPerDay) - *time;
+    // The time is told in the message's zone; a reference of another zone is brought there, if that one is known.
+    double local = reference.seconds;
+    if (reference.zone) {
+        const std::optional<double> zone = refhost::ParseZone(text_of(msg, kTimezoneOffset));
+        if (!zone) return std::nullopt;
+        local += *zone - *reference.zone;
+    }
+    const double elapsed = std::fmod(local, kSecondsPerDay) - *time;
     return elapsed < 0.0 ? elapsed + kSecondsPerDay : elapsed;
 }
 
@@ -313,7 +322,8 @@ void SPC_MeasurementUnitsParams::SetMaximalRange(double lowest, double highest) 
 
 float SPC_MeasurementUnitsParams::FindValueForRealWorldValue(float value) const {
     if (m_RealWorld.empty() || std::isnan(value)) return value;
-    const double wanted = static_cast<double>(value);
+    constexpr double kMost = std::numeric_limits<float>::max();
+    const double wanted = std::clamp(static_cast<double>(value), -kMost, kMost);
     double found = 0.0;
     for (const RealWorldMapping& mapping : m_RealWorld) {
         double stored = 0.0;

@@ -74,7 +74,8 @@ std::optional<double> ParseZone(const std::wstring& text) {
 std::optional<Moment> ParseDateTime(const std::wstring& text) {
     const std::size_t sign = std::min(text.find_first_of(L"+-"), text.size());
     const std::optional<long> date = ParseDate(text.substr(0, std::min<std::size_t>(8, sign)));
-    const std::optional<double> time = sign > 8 ? ParseTime(text.substr(8, sign - 8)) : 0.0;
+    // A date alone is no moment: midnight would be a guess.
+    const std::optional<double> time = sign > 8 ? ParseTime(text.substr(8, sign - 8)) : std::nullopt;
     if (!date || !time) return std::nullopt;
     return Moment{static_cast<double>(*date) * kSecondsPerDay + *time, ParseZone(text.substr(sign))};
 }

@@ -18,7 +18,7 @@ struct Moment {
     /// Seconds that local time is ahead of UTC.
     std::optional<double> zone;
 };
-/// From a DT text ("YYYYMMDDHHMMSS.FFFFFF&ZZXX"), at least a whole date.
+/// From a DT text ("YYYYMMDDHHMMSS.FFFFFF&ZZXX"), at least a whole date and an hour.
 std::optional<Moment> ParseDateTime(const std::wstring& text);
 /// Seconds that an offset text ("+HHMM") stands for.
 std::optional<double> ParseZone(const std::wstring& text);
