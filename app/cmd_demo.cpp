@@ -43,20 +43,43 @@ PresentationOptions entry(int voi) {
     return options;
 }
 
+PresentationOptions preset(const char* name) {
+    PresentationOptions options;
+    options.preset = name;
+    return options;
+}
+
+PresentationOptions coloured(const char* map) {
+    PresentationOptions options;
+    options.colourMap = map;
+    return options;
+}
+
+/// As most readers look at PT.
+PresentationOptions suv_in_grey() {
+    PresentationOptions options = coloured("Inverted grayscale");
+    options.preset = "SUV 0-5";
+    return options;
+}
+
 /// Every sample as it opens, and once as a user might change it.
 std::vector<View> views() {
     return {{"ct", "ct", "CT as opened 40/400", {}},
             {"mr", "mr", "MR as opened: entry 0", {}},
             {"cr", "cr", "CR as opened: mono1", {}},
-            {"ct", "ct-lung", "CT lung -600/1600", windowed(-600, 1600)},
+            {"pt", "pt", "PT as opened: SUV 0-10", {}},
+            {"ct", "ct-lung", "CT preset Lung", preset("Lung")},
             {"mr", "mr-entry-1", "MR entry 1: lesion", entry(1)},
             {"cr", "cr-inverted", "CR inverted", inverted()},
+            {"pt", "pt-steps", "PT map PET 20 Step", coloured("PET 20 Step")},
             {"mg", "mg", "MG as opened: padding", {}},
             {"nm", "nm", "NM as opened 64/128", {}},
             {"xa", "xa", "XA as opened: sigmoid", {}},
+            {"us", "us", "US: its own palette", {}},
             {"mg", "mg-gamma", "MG gamma 0.6", with_gamma(0.6F)},
-            {"nm", "nm-inverted", "NM inverted", inverted()},
-            {"xa", "xa-linear", "XA linear 1800/1600", windowed(1800, 1600)}};
+            {"nm", "nm-grey", "NM in grey, inverted", coloured("Inverted grayscale")},
+            {"xa", "xa-linear", "XA linear 1800/1600", windowed(1800, 1600)},
+            {"pt", "pt-grey", "PT SUV 0-5, inverted", suv_in_grey()}};
 }
 
 }  // namespace
@@ -82,7 +105,7 @@ void AddDemoCommand(CLI::App& app, Run& run) {
                 WritePng(base + view.picture + ".png", drawn.back().picture);
             }
             if (onTerminal) std::cerr << "\r\033[K";
-            WritePng(*directory + "/contact.png", MakeContactSheet(drawn, 3));
+            WritePng(*directory + "/contact.png", MakeContactSheet(drawn, 4));
             std::cout << samples.size() << " sample images, " << drawn.size()
                       << " pictures and contact.png are in " << *directory << "\n";
         };

@@ -92,7 +92,8 @@ Json describe(OpenedImage& image) {
         info["modalityCenter"] = image.ModalityCenter();
         info["modalityWidth"] = image.ModalityWidth();
     }
-    info["notes"] = file.Notes();
+    info["preset"] = image.Preset() ? Json(*image.Preset()) : Json(nullptr);
+    info["notes"] = image.Notes();
     return info;
 }
 
@@ -109,12 +110,13 @@ void print_for_people(const Json& info, const std::string& path, bool isColour, 
     if (!isColour) out << (yes("signed") ? "signed" : "unsigned");
     out << (yes("localizer") ? ", localizer\n" : "\n") << "  window    centre " << text("center")
         << ", width " << text("width") << ", " << text("windowMin") << " to " << text("windowMax") << " ("
-        << text("windowSource") << ")\n";
+        << text("windowSource")
+        << (info["preset"].is_null() ? "" : " '" + info["preset"].get<std::string>() + "'") << ")\n";
     if (info.contains("modalityCenter")) {
         out << "            in stored values; after rescale centre " << text("modalityCenter") << ", width "
             << text("modalityWidth") << "\n";
     }
-    out        << "  rescale   slope " << text("rescaleSlope") << ", intercept " << text("rescaleIntercept") << "\n"
+    out << "  rescale   slope " << text("rescaleSlope") << ", intercept " << text("rescaleIntercept") << "\n"
         << "  gamma     " << text("gamma") << "\n"
         << "  inverse   " << (yes("inverse") ? "yes" : "no")
         << (yes("photometricInverse") ? ", MONOCHROME1\n" : "\n");

@@ -1,5 +1,6 @@
 #include <memory>
 
+#include "brightness.h"
 #include "commands.h"
 #include "png_file.h"
 #include "renderer.h"
@@ -8,17 +9,23 @@ void AddRenderCommand(CLI::App& app, Run& run) {
     struct Options {
         std::string input, output;
         PresentationOptions presentation;
+        BrightnessOptions brightness;
     };
     auto options = std::make_shared<Options>();
     CLI::App* command = app.add_subcommand("render", "Draw one frame");
     command->add_option("INPUT", options->input, "DICOM file")->required();
     command->add_option("-o,--output", options->output, "PNG file")->required();
     AddPresentationOptions(*command, options->presentation);
+    AddBrightnessOptions(*command, options->brightness);
     command->callback([options, &run] {
         run = [options] {
             LoadConfiguration(options->presentation.config);
             OpenedImage image(options->input, options->presentation);
-            WritePng(options->output, Render(image));
+            ZEV_RGBParams rgb;
+            ReadBrightness(image, options->brightness, rgb);
+            Picture picture = Render(image);
+            if (image.File().IsColour()) BurnBrightness(picture, rgb);
+            WritePng(options->output, picture);
         };
     });
 }

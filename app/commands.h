@@ -11,5 +11,8 @@ void AddRenderCommand(CLI::App& app, Run& run);
 void AddInfoCommand(CLI::App& app, Run& run);
 void AddTableCommand(CLI::App& app, Run& run);
 void AddAutoCommand(CLI::App& app, Run& run);
+void AddPresetsCommand(CLI::App& app, Run& run);
+void AddColorMapsCommand(CLI::App& app, Run& run);
+void AddSaveCommand(CLI::App& app, Run& run);
 void AddSampleCommand(CLI::App& app, Run& run);
 void AddDemoCommand(CLI::App& app, Run& run);

@@ -41,25 +41,10 @@ const Glyph kFont[] = {
     {'8', {0x0E, 0x11, 0x11, 0x0E, 0x11, 0x11, 0x0E}}, {'9', {0x0E, 0x11, 0x11, 0x0F, 0x01, 0x01, 0x0E}},
     {'.', {0x00, 0x00, 0x00, 0x00, 0x00, 0x0C, 0x0C}}, {',', {0x00, 0x00, 0x00, 0x00, 0x0C, 0x04, 0x08}},
     {'-', {0x00, 0x00, 0x00, 0x1F, 0x00, 0x00, 0x00}}, {'+', {0x00, 0x04, 0x04, 0x1F, 0x04, 0x04, 0x00}},
+    {'%', {0x18, 0x19, 0x02, 0x04, 0x08, 0x13, 0x03}}, {'(', {0x02, 0x04, 0x08, 0x08, 0x08, 0x04, 0x02}},
+    {')', {0x08, 0x04, 0x02, 0x02, 0x02, 0x04, 0x08}}, {'_', {0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x1F}},
     {'/', {0x01, 0x01, 0x02, 0x04, 0x08, 0x10, 0x10}}, {':', {0x00, 0x0C, 0x0C, 0x00, 0x0C, 0x0C, 0x00}},
 };
-
-void draw_text(Picture& sheet, int x, int y, const std::string& text) {
-    for (std::size_t i = 0; i < text.size(); ++i, x += (kGlyphWidth + 1) * kDot) {
-        const char sign = static_cast<char>(std::toupper(static_cast<unsigned char>(text[i])));
-        for (const Glyph& glyph : kFont) {
-            if (glyph.sign != sign) continue;
-            for (int dy = 0; dy < kGlyphHeight * kDot; ++dy) {
-                for (int dx = 0; dx < kGlyphWidth * kDot; ++dx) {
-                    const bool isSet = (glyph.rows[dy / kDot] >> (kGlyphWidth - 1 - dx / kDot)) & 1;
-                    if (isSet && x + dx < sheet.width && y + dy < sheet.height) {
-                        std::memset(sheet.At(x + dx, y + dy), 0xE6, 3);
-                    }
-                }
-            }
-        }
-    }
-}
 
 /// Scales by the mean over what a target pixel covers, in whole source pixels; at least one.
 Picture fit(const Picture& source, int width, int height) {
@@ -84,6 +69,25 @@ Picture fit(const Picture& source, int width, int height) {
 
 }  // namespace
 
+static_assert(kCharacterWidth == (kGlyphWidth + 1) * kDot && kTextHeight == kGlyphHeight * kDot);
+
+void DrawText(Picture& picture, int x, int y, const std::string& text) {
+    for (std::size_t i = 0; i < text.size(); ++i, x += kCharacterWidth) {
+        const char sign = static_cast<char>(std::toupper(static_cast<unsigned char>(text[i])));
+        for (const Glyph& glyph : kFont) {
+            if (glyph.sign != sign) continue;
+            for (int dy = 0; dy < kGlyphHeight * kDot; ++dy) {
+                for (int dx = 0; dx < kGlyphWidth * kDot; ++dx) {
+                    const bool isSet = (glyph.rows[dy / kDot] >> (kGlyphWidth - 1 - dx / kDot)) & 1;
+                    if (isSet && x + dx < picture.width && y + dy < picture.height) {
+                        std::memset(picture.At(x + dx, y + dy), 0xE6, 3);
+                    }
+                }
+            }
+        }
+    }
+}
+
 Picture MakeContactSheet(const std::vector<CaptionedPicture>& pictures, int columns) {
     const int rows = (static_cast<int>(pictures.size()) + columns - 1) / columns;
     Picture sheet(columns * (kCell + kMargin) + kMargin, rows * (kCell + kCaption + kMargin) + kMargin);
@@ -99,7 +103,7 @@ Picture MakeContactSheet(const std::vector<CaptionedPicture>& pictures, int colu
         for (int y = 0; y < small.height; ++y) {
             std::memcpy(sheet.At(x0, y0 + y), small.At(0, y), static_cast<std::size_t>(small.width) * 3);
         }
-        draw_text(sheet, left, top + kCell + 6, pictures[i].caption);
+        DrawText(sheet, left, top + kCell + 6, pictures[i].caption);
     }
     return sheet;
 }

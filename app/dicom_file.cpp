@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <limits>
 
+#include "message_elements.h"
 #include "present_error.h"
 
 namespace {
@@ -36,19 +37,6 @@ std::string decimal(double value) {
     return "0";
 }
 
-void fill_message(const DicomDataSet& dataSet, Dicom_Msg& msg) {
-    for (const auto& [number, element] : dataSet.elements) {
-        const Dicom_Tag tag(number);
-        if (element.IsSequence()) {
-            for (const DicomDataSet& item : element.items) {
-                if (Dicom_Msg* itemMsg = msg.AddItem(tag)) fill_message(item, *itemMsg);
-            }
-        } else {
-            msg.PutBytes(tag, element.vr.c_str(), element.bytes.data(), element.bytes.size());
-        }
-    }
-}
-
 }  // namespace
 
 DicomFile DicomFile::Load(const std::string& path, int frame) {
@@ -72,9 +60,7 @@ DicomFile DicomFile::Load(const std::string& path, int frame) {
 }
 
 std::unique_ptr<OBJ_Msg> DicomFile::MakeMessage() const {
-    auto msg = std::make_unique<OBJ_Msg>();
-    fill_message(m_DataSet, *msg);
-    return msg;
+    return ::MakeMessage(m_DataSet);
 }
 
 /// PS3.3 C.7.6.16: what holds for all frames first, then the frame's own.
@@ -175,6 +161,8 @@ void DicomFile::take_deep(const StoredFrame& frame) {
         // The padding value has no place among the reduced ones.
         m_DataSet.Remove(kPaddingValue);
         m_DataSet.Remove(kPaddingLimit);
+        // Nor do real-world mappings, which tell of the values as they were.
+        m_DataSet.Remove(kRealWorldMapping);
     }
     apply_modality_lut();
     describe_pixels();
@@ -193,7 +181,8 @@ void DicomFile::apply_modality_lut() {
     m_Mono = std::move(mapped);
     // What follows speaks of the values that the table gives. They need no rescale, and none of them is
     // padding.
-    for (std::uint32_t tag : {kModalityLut, kIntercept, kSlope, kPaddingValue, kPaddingLimit})
+    for (std::uint32_t tag :
+         {kModalityLut, kIntercept, kSlope, kPaddingValue, kPaddingLimit, kRealWorldMapping})
         m_DataSet.Remove(tag);
 }
 

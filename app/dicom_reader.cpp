@@ -191,7 +191,8 @@ bool inflates(const std::string& path) {
     return result == Z_STREAM_END;
 }
 
-std::string read_file(const std::string& path, int index) {
+/// True for a file that says of itself that it is a DICOM file; others may be one all the same.
+bool read_source(const std::string& path, gdcm::Reader& reader) {
     gdcm::Trace::WarningOff();
     gdcm::Trace::ErrorOff();
     gdcm::Trace::DebugOff();
@@ -204,7 +205,6 @@ std::string read_file(const std::string& path, int index) {
     if (stream.gcount() < static_cast<std::streamsize>(sizeof magic)) throw Refusal("not a DICOM file");
     stream.seekg(0);
 
-    gdcm::Reader reader;
     reader.SetStream(stream);
     bool isRead = false;
     try {
@@ -214,10 +214,27 @@ std::string read_file(const std::string& path, int index) {
     }
     if (!isRead) throw Refusal(isDicom ? "the DICOM data are damaged or cut short" : "not a DICOM file");
 
+    const bool isDeflated = reader.GetFile().GetHeader().GetDataSetTransferSyntax() ==
+                            gdcm::TransferSyntax::DeflatedExplicitVRLittleEndian;
+    if (isDeflated ? !inflates(path) : file.IsCutShort()) throw Refusal("the DICOM data are cut short");
+    return isDicom;
+}
+
+std::string read_data_set(const std::string& path) {
+    gdcm::Reader reader;
+    if (!read_source(path, reader)) throw Refusal("not a DICOM file");
+    const gdcm::DataSet& source = reader.GetFile().GetDataSet();
+    ByteWriter answer;
+    answer.Bytes("");
+    answer.DataSet(convert(source, has_signed_pixels(source)));
+    return answer.Take();
+}
+
+std::string read_file(const std::string& path, int index) {
+    gdcm::Reader reader;
+    const bool isDicom = read_source(path, reader);
     const gdcm::DataSet& source = reader.GetFile().GetDataSet();
     const gdcm::TransferSyntax syntax = reader.GetFile().GetHeader().GetDataSetTransferSyntax();
-    const bool isDeflated = syntax == gdcm::TransferSyntax::DeflatedExplicitVRLittleEndian;
-    if (isDeflated ? !inflates(path) : file.IsCutShort()) throw Refusal("the DICOM data are cut short");
     DicomFileContent content;
     content.dataSet = convert(source, has_signed_pixels(source));
     if (!isDicom && !content.dataSet.Has(kRows)) throw Refusal("not a DICOM file");
@@ -246,10 +263,7 @@ std::string read_file(const std::string& path, int index) {
     return answer.Take();
 }
 
-DicomFileContent parse_answer(const std::string& bytes) {
-    ByteReader answer(bytes);
-    const std::string reason = answer.Bytes();
-    if (!reason.empty()) throw Refusal(reason);
+DicomFileContent parse_answer(ByteReader& answer) {
     DicomFileContent content;
     content.transferSyntax = answer.Bytes();
     content.dataSet = answer.DataSet();
@@ -273,9 +287,9 @@ DicomFileContent parse_answer(const std::string& bytes) {
     return content;
 }
 
-}  // namespace
-
-DicomFileContent ReadDicomFile(const std::string& path, int frame) {
+/// Has a file read in a process of its own, and what that answers taken apart here. Throws PresentError.
+template <typename Read, typename Parse>
+auto read_isolated(const std::string& path, Read read, Parse parse) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0) throw PresentError(path, std::strerror(errno));
     if (!S_ISREG(status.st_mode)) throw PresentError(path, "not a file");
@@ -287,7 +301,7 @@ DicomFileContent ReadDicomFile(const std::string& path, int frame) {
     const IsolatedResult result = RunIsolated(
         [&] {
             try {
-                return read_file(path, frame);
+                return read(path);
             } catch (const Refusal& refusal) {
                 ByteWriter answer;
                 answer.Bytes(refusal.what());
@@ -300,8 +314,22 @@ DicomFileContent ReadDicomFile(const std::string& path, int frame) {
     if (result.end == IsolatedResult::kDied)
         throw PresentError(path, "the DICOM data are damaged or cut short");
     try {
-        return parse_answer(result.answer);
+        ByteReader answer(result.answer);
+        const std::string reason = answer.Bytes();
+        if (!reason.empty()) throw Refusal(reason);
+        return parse(answer);
     } catch (const std::runtime_error& error) {
         throw PresentError(path, error.what());
     }
+}
+
+}  // namespace
+
+DicomFileContent ReadDicomFile(const std::string& path, int frame) {
+    return read_isolated(
+        path, [frame](const std::string& file) { return read_file(file, frame); }, parse_answer);
+}
+
+DicomDataSet ReadDicomDataSet(const std::string& path) {
+    return read_isolated(path, read_data_set, [](ByteReader& answer) { return answer.DataSet(); });
 }

@@ -43,3 +43,7 @@ struct DicomFileContent {
 /// Reads a DICOM file and decodes one of its frames, counted from 0. Works in a process of its own, so that
 /// no file can bring this one down. Throws PresentError.
 DicomFileContent ReadDicomFile(const std::string& path, int frame);
+
+/// Reads a DICOM file that need not hold an image, in the same way: every element but the pixel data. Throws
+/// PresentError.
+DicomDataSet ReadDicomDataSet(const std::string& path);

@@ -348,3 +348,86 @@ Phantom DrawVessels() {
     heart.Limit(0, 4095);
     return heart;
 }
+
+Phantom DrawUptake() {
+    constexpr int kUnit = 2000;
+    const auto uptake = [](double value) { return static_cast<int>(value * kUnit); };
+    Phantom body(200, 300, 60);
+    const double cx = 100;
+    body.Ellipse(cx, 38, 24, 30, uptake(0.6), 3);
+    body.Ellipse(cx, 34, 19, 22, uptake(7.5), 4);  // brain
+    body.Ellipse(cx, 37, 10, 12, uptake(4.0), 6);
+    body.Bone(cx, 62, cx, 82, 12, 14, uptake(0.7), 3);
+    body.Bone(cx, 108, cx, 214, 47, 38, uptake(0.8), 5);
+    for (int side : {-1, 1}) {
+        body.Bone(cx + side * 50, 100, cx + side * 66, 196, 11, 8, uptake(0.6), 4);
+        body.Bone(cx + side * 20, 236, cx + side * 25, 310, 23, 18, uptake(0.7), 4);
+        body.Ellipse(cx + side * 23, 122, 17, 32, uptake(0.35), 4);  // lungs
+    }
+    for (int bone = 0; bone < 20; ++bone) body.Ellipse(cx, 72 + 8 * bone, 5, 3, uptake(1.4), 3);
+    body.Ellipse(cx + 10, 138, 16, 15, uptake(3.6), 4);  // heart
+    body.Ellipse(cx + 10, 138, 7, 7, uptake(1.6), 4);
+    body.Ellipse(cx - 20, 172, 29, 19, uptake(2.3), 5);  // liver
+    body.Ellipse(cx + 34, 168, 9, 14, uptake(1.9), 4);
+    for (int i = 0; i < 9; ++i) {  // gut
+        body.AddEllipse(cx - 24 + (i * 23) % 52, 198 + (i * 17) % 38, 9, 6, uptake(0.8));
+    }
+    for (int side : {-1, 1}) body.Ellipse(cx + side * 27, 194, 7, 12, uptake(3.4), 4);  // kidneys
+    body.Ellipse(cx, 262, 13, 10, uptake(12.0), 5);                                     // bladder
+    const double lesions[][4] = {{-25, 112, 6, 8.5}, {6, 104, 4, 6.0},  {-4, 116, 3.5, 5.0},
+                                 {-30, 176, 5, 9.5}, {-8, 166, 4, 6.5}, {27, 238, 4, 5.5}};
+    for (const auto& lesion : lesions) {
+        body.Ellipse(cx + lesion[0], lesion[1], lesion[2], lesion[2], uptake(lesion[3]), 4);
+    }
+    body.AddTexture(4, uptake(0.12), uptake(0.2), 32767);
+    body.AddTexture(3, uptake(0.25), uptake(1.2), 32767);
+    body.AddNoise(uptake(0.05));
+    body.Limit(0, 32767);
+    return body;
+}
+
+Phantom DrawDoppler() {
+    constexpr int kWidth = 320, kHeight = 256, kAway = 128, kNear = 192, kFastest = 63;
+    Phantom neck(kWidth, kHeight, 52);
+    for (int layer = 0; layer < 5; ++layer) {  // skin, fat and muscle
+        const double y = 10 + 17 * layer;
+        neck.Bone(-20, y + 6, 340, y - 4, 2.0 + layer % 2, 2, 88 - 6 * layer, 4);
+    }
+    neck.Ellipse(196, 64, 70, 18, 74, 14);
+    neck.Ellipse(90, 210, 90, 40, 40, 20);
+    struct Vessel {
+        double x1, y1, x2, y2, radius;
+        int flow;
+    };
+    const Vessel vessels[] = {{-20, 128, 200, 150, 17, kNear},
+                              {196, 148, 340, 124, 12, kNear},
+                              {196, 154, 340, 190, 10, kNear},
+                              {-20, 86, 340, 92, 13, kAway}};
+    for (const Vessel& v : vessels) neck.Bone(v.x1, v.y1, v.x2, v.y2, v.radius + 4, v.radius + 4, 104, 3);
+    for (const Vessel& v : vessels) neck.Bone(v.x1, v.y1, v.x2, v.y2, v.radius, v.radius, 10, 3);
+    neck.AddTexture(3, 26, 20, 127);
+    neck.AddTexture(2, 18, 20, 127);
+    neck.AddNoise(9);
+    neck.Limit(0, 127);
+    for (int y = 0; y < kHeight; ++y) {
+        for (int x = 0; x < kWidth; ++x) {
+            std::int32_t& pixel = neck.At(x, y);
+            if (x > 62 + y / 8 && x < 238 + y / 8 && y > 52 && y < 196) {
+                double fastest = 0.12;  // slower blood gives no signal
+                for (const Vessel& v : vessels) {
+                    const double speed =
+                        -outside_line(x, y, v.x1, v.y1, v.x2, v.y2, v.radius, v.radius) / v.radius;
+                    if (speed <= fastest) continue;
+                    fastest = speed;
+                    pixel = v.flow +
+                            std::clamp(static_cast<int>(kFastest * speed) - 6 + noise(7, x / 2, y / 2, 6), 0,
+                                       kFastest);
+                }
+            }
+            // The probe sees a sector.
+            const double dx = x - kWidth / 2.0, dy = y + 70.0, r = std::sqrt(dx * dx + dy * dy);
+            if (r < 82 || r > 318 || std::fabs(dx) > 0.62 * dy) pixel = 0;
+        }
+    }
+    return neck;
+}

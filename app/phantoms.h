@@ -40,3 +40,5 @@ Phantom DrawHand();     // CR, 12 bit, a low value is bright
 Phantom DrawBreast();   // MG, 12 bit, 0 to 40 outside the body
 Phantom DrawBody();     // NM, 8 bit
 Phantom DrawVessels();  // XA, 12 bit
+Phantom DrawUptake();   // PT: 2000 for an uptake of 1
+Phantom DrawDoppler();  // US: 0 to 127 tissue, 128 to 191 flow away, from 192 on flow towards the probe

@@ -3,6 +3,7 @@
 #include <COM/com_error.h>
 
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <iostream>
 #include <new>
 
@@ -25,6 +26,8 @@ int fail(int status, std::string text) {
 }  // namespace
 
 int RunProgram(int argc, const char* const* argv) try {
+    // A file that grows beyond a limit is told as a failed write, so that it can be taken away again.
+    std::signal(SIGXFSZ, SIG_IGN);
     CLI::App app("Shows how a medical image is to be presented: window, VOI LUT, gamma, inversion, padding.",
                  "zev");
     app.set_version_flag("--version", "zev " ZEV_VERSION);
@@ -34,6 +37,9 @@ int RunProgram(int argc, const char* const* argv) try {
     AddInfoCommand(app, run);
     AddTableCommand(app, run);
     AddAutoCommand(app, run);
+    AddPresetsCommand(app, run);
+    AddColorMapsCommand(app, run);
+    AddSaveCommand(app, run);
     AddSampleCommand(app, run);
     AddDemoCommand(app, run);
     std::string topic;

@@ -1,5 +1,7 @@
 #include "samples.h"
 
+#include <algorithm>
+
 #include "atomic_file.h"
 #include "dicom_elements.h"
 #include "dicom_writer.h"
@@ -22,6 +24,8 @@ struct Sample {
     bool isSigned;
     Phantom (*draw)();
     std::vector<Attribute> attributes;
+    /// What no text tells; may be null.
+    void (*complete)(DicomDataSet& set);
 };
 
 constexpr std::uint32_t kIntent = DicomTag(0x0008, 0x0068);
@@ -32,6 +36,40 @@ constexpr std::uint32_t kSlope = DicomTag(0x0028, 0x1053);
 constexpr std::uint32_t kRescaleType = DicomTag(0x0028, 0x1054);
 constexpr std::uint32_t kExplanation = DicomTag(0x0028, 0x1055);
 constexpr std::uint32_t kFunction = DicomTag(0x0028, 0x1056);
+
+void add_padding(DicomDataSet& set) {
+    set.PutWord(DicomTag(0x0028, 0x0120), "US", 0);
+    set.PutWord(DicomTag(0x0028, 0x0121), "US", 40);
+}
+
+/// 350 MBq of F-18, an hour before the scan.
+void add_radiopharmaceutical(DicomDataSet& set) {
+    DicomDataSet drug;
+    drug.PutText(DicomTag(0x0018, 0x0031), "LO", "Fluorodeoxyglucose");
+    drug.PutText(DicomTag(0x0018, 0x1072), "TM", "110000");
+    drug.PutText(DicomTag(0x0018, 0x1074), "DS", "350000000");
+    drug.PutText(DicomTag(0x0018, 0x1075), "DS", "6586.2");
+    set.elements[DicomTag(0x0054, 0x0016)] = DicomElement{"SQ", "", {drug}};
+}
+
+/// Indexes 0 to 127 are greys with a touch of blue; above them blood that flows away, slow to fast from blue to cyan, and from
+/// 192 on blood that comes near, from red to yellow.
+void add_doppler_palette(DicomDataSet& set) {
+    std::string colours[3];
+    for (int index = 0; index < 256; ++index) {
+        const int grey = 2 * index, flow = 4 * (index % 64);
+        const int away[] = {0, flow, 128 + flow / 2}, near[] = {128 + flow / 2, flow, 0};
+        const int tissue[] = {grey * 7 / 8, grey * 15 / 16, std::min(255, grey + grey / 16)};
+        const int* colour = index < 128 ? tissue : index < 192 ? away : near;
+        for (std::size_t c = 0; c < 3; ++c) colours[c] += static_cast<char>(colour[c]);
+    }
+    for (unsigned c = 0; c < 3; ++c) {
+        // 256 entries of 8 bits, the first for index 0
+        set.elements[DicomTag(0x0028, 0x1101 + c)] =
+            DicomElement{"US", std::string("\x00\x01\x00\x00\x08\x00", 6), {}};
+        set.elements[DicomTag(0x0028, 0x1201 + c)] = DicomElement{"OW", colours[c], {}};
+    }
+}
 
 const std::vector<Sample>& samples() {
     static const std::vector<Sample> s_Samples = {
@@ -46,7 +84,8 @@ const std::vector<Sample>& samples() {
           {kWidth, "DS", "400"},
           {kIntercept, "DS", "-1024"},
           {kSlope, "DS", "1"},
-          {kRescaleType, "LO", "HU"}}},
+          {kRescaleType, "LO", "HU"}},
+         nullptr},
         {"mr",
          "1.2.840.10008.5.1.4.1.1.4",
          "MR",
@@ -54,7 +93,8 @@ const std::vector<Sample>& samples() {
          12,
          false,
          DrawHead,
-         {{kCenter, "DS", "1150\\1700"}, {kWidth, "DS", "2300\\1200"}, {kExplanation, "LO", "HEAD\\LESION"}}},
+         {{kCenter, "DS", "1150\\1700"}, {kWidth, "DS", "2300\\1200"}, {kExplanation, "LO", "HEAD\\LESION"}},
+         nullptr},
         {"cr",
          "1.2.840.10008.5.1.4.1.1.1",
          "CR",
@@ -62,7 +102,8 @@ const std::vector<Sample>& samples() {
          12,
          false,
          DrawHand,
-         {{kCenter, "DS", "2048"}, {kWidth, "DS", "3600"}}},
+         {{kCenter, "DS", "2048"}, {kWidth, "DS", "3600"}},
+         nullptr},
         {"mg",
          "1.2.840.10008.5.1.4.1.1.1.2",
          "MG",
@@ -75,7 +116,8 @@ const std::vector<Sample>& samples() {
           {kWidth, "DS", "3200"},
           {kIntercept, "DS", "0"},
           {kSlope, "DS", "1"},
-          {kRescaleType, "LO", "US"}}},
+          {kRescaleType, "LO", "US"}},
+         add_padding},
         {"nm",
          "1.2.840.10008.5.1.4.1.1.20",
          "NM",
@@ -83,7 +125,8 @@ const std::vector<Sample>& samples() {
          8,
          false,
          DrawBody,
-         {{kCenter, "DS", "64"}, {kWidth, "DS", "128"}}},
+         {{kCenter, "DS", "64"}, {kWidth, "DS", "128"}},
+         nullptr},
         {"xa",
          "1.2.840.10008.5.1.4.1.1.12.1",
          "XA",
@@ -91,7 +134,40 @@ const std::vector<Sample>& samples() {
          12,
          false,
          DrawVessels,
-         {{kCenter, "DS", "1800"}, {kWidth, "DS", "1600"}, {kFunction, "CS", "SIGMOID"}}},
+         {{kCenter, "DS", "1800"}, {kWidth, "DS", "1600"}, {kFunction, "CS", "SIGMOID"}},
+         nullptr},
+        {"pt",
+         "1.2.840.10008.5.1.4.1.1.128",
+         "PT",
+         "MONOCHROME2",
+         16,
+         false,
+         DrawUptake,
+         {{DicomTag(0x0008, 0x0021), "DA", "20240101"},
+          {DicomTag(0x0008, 0x0022), "DA", "20240101"},
+          {DicomTag(0x0008, 0x0031), "TM", "120000"},
+          {DicomTag(0x0008, 0x0032), "TM", "120000"},
+          {DicomTag(0x0010, 0x0040), "CS", "F"},
+          {DicomTag(0x0010, 0x1020), "DS", "1.72"},
+          {DicomTag(0x0010, 0x1030), "DS", "75"},
+          {DicomTag(0x0028, 0x0051), "CS", "DECY\\ATTN\\SCAT"},
+          {kCenter, "DS", "24000"},
+          {kWidth, "DS", "48000"},
+          {kIntercept, "DS", "0"},
+          {kSlope, "DS", "1.6"},
+          {DicomTag(0x0054, 0x1000), "CS", "WHOLE BODY\\IMAGE"},
+          {DicomTag(0x0054, 0x1001), "CS", "BQML"},
+          {DicomTag(0x0054, 0x1102), "CS", "START"}},
+         add_radiopharmaceutical},
+        {"us",
+         "1.2.840.10008.5.1.4.1.1.6.1",
+         "US",
+         "PALETTE COLOR",
+         8,
+         false,
+         DrawDoppler,
+         {},
+         add_doppler_palette},
     };
     return s_Samples;
 }
@@ -120,12 +196,9 @@ DicomDataSet make_data_set(const Sample& sample, int number) {
     set.PutWord(DicomTag(0x0028, 0x0101), "US", sample.bits);
     set.PutWord(DicomTag(0x0028, 0x0102), "US", sample.bits - 1);
     set.PutWord(DicomTag(0x0028, 0x0103), "US", sample.isSigned ? 1 : 0);
-    if (std::string(sample.modality) == "MG") {
-        set.PutWord(DicomTag(0x0028, 0x0120), "US", 0);
-        set.PutWord(DicomTag(0x0028, 0x0121), "US", 40);
-    }
     for (const Attribute& attribute : sample.attributes)
         set.PutText(attribute.tag, attribute.vr, attribute.text);
+    if (sample.complete != nullptr) sample.complete(set);
 
     std::string pixels;
     for (std::int32_t value : phantom.Pixels()) {

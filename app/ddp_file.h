@@ -1,0 +1,26 @@
+#pragma once
+
+#include <OBJ/OBJ_Msg.h>
+
+#include <memory>
+#include <string>
+
+class OpenedImage;
+
+/// What a display-parameter file keeps of an image's window.
+enum class SaveMode : long {
+    kAsSaved = 1,  ///< what the display-parameter file said that was laid over the image
+    kPresent = 2,
+    kNoWindow = 4
+};
+
+/// The presentation of an image as a DICOM file of its own: Raw Data Storage with the attributes of the display-parameter
+/// record, our private ones in our private block, and with the image's UIDs, by which it finds its image again. The window is
+/// in the image's own modality units; no rescale goes along. Throws PresentError, with `path` as the file that cannot be
+/// written, for an image that has no UID or is in colour, and for a text that is too long.
+std::string EncodeDisplayParameters(OpenedImage& image, SaveMode mode, const std::string& path);
+
+/// Reads a display-parameter file for the image of a SOP Instance UID. Throws PresentError when it belongs to
+/// another image, or to none, unless `force` says to take it all the same.
+std::unique_ptr<OBJ_Msg> ReadDisplayParameters(const std::string& path, const std::string& instance,
+                                               bool force);
