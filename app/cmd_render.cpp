@@ -3,6 +3,7 @@
 #include "brightness.h"
 #include "commands.h"
 #include "png_file.h"
+#include "region_view.h"
 #include "renderer.h"
 
 void AddRenderCommand(CLI::App& app, Run& run) {
@@ -10,6 +11,7 @@ void AddRenderCommand(CLI::App& app, Run& run) {
         std::string input, output;
         PresentationOptions presentation;
         BrightnessOptions brightness;
+        ViewOptions view;
     };
     auto options = std::make_shared<Options>();
     CLI::App* command = app.add_subcommand("render", "Draw one frame");
@@ -17,13 +19,18 @@ void AddRenderCommand(CLI::App& app, Run& run) {
     command->add_option("-o,--output", options->output, "PNG file")->required();
     AddPresentationOptions(*command, options->presentation);
     AddBrightnessOptions(*command, options->brightness);
+    AddViewOptions(*command, options->view);
     command->callback([options, &run] {
         run = [options] {
             LoadConfiguration(options->presentation.config);
             OpenedImage image(options->input, options->presentation);
             ZEV_RGBParams rgb;
             ReadBrightness(image, options->brightness, rgb);
-            Picture picture = Render(image);
+            Picture picture = options->view.IsView()
+                                  ? RegionView(image, options->presentation, ParseRegions(options->view.regions),
+                                               options->view)
+                                        .Draw()
+                                  : Render(image);
             if (image.File().IsColour()) BurnBrightness(picture, rgb);
             WritePng(options->output, picture);
         };

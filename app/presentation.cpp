@@ -105,7 +105,10 @@ void LoadConfiguration(const std::string& path) {
 }
 
 OpenedImage::OpenedImage(const std::string& path, const PresentationOptions& options)
-    : m_File(DicomFile::Load(path, options.frame)),
+    : OpenedImage(DicomFile::Load(path, options.frame), options) {}
+
+OpenedImage::OpenedImage(DicomFile file, const PresentationOptions& options)
+    : m_File(std::move(file)),
       m_Message(m_File.MakeMessage()),
       m_Raster(make_raster(m_File)),
       m_Modality(refhost::FromUtf8(m_File.DataSet().Text(kModality)).c_str()),
@@ -122,7 +125,7 @@ OpenedImage::OpenedImage(const std::string& path, const PresentationOptions& opt
     ZEV_ProcedureColorMapsList::m_pPreviousColorMap = nullptr;
     if (ZEV_Dicom().UpdateFromDicom(m_Message.get(), &m_Raster, &m_Params, nullptr, false, false, &m_View) !=
         0) {
-        throw PresentError(path, "cannot be opened");
+        throw PresentError(m_File.Path(), "cannot be opened");
     }
     if (!can_show_suv()) m_View.Append(&m_Units);
     m_Frozen.SetLiveParams(&m_Params);

@@ -61,6 +61,8 @@ class OpenedImage {
 public:
     /// Opens a frame and lays the options over it. Throws PresentError and UsageError.
     OpenedImage(const std::string& path, const PresentationOptions& options);
+    /// Opens a frame that was read before; the options' frame plays no part.
+    OpenedImage(DicomFile file, const PresentationOptions& options);
     OpenedImage(const OpenedImage&) = delete;
     OpenedImage& operator=(const OpenedImage&) = delete;
 
