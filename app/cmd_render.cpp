@@ -26,11 +26,10 @@ void AddRenderCommand(CLI::App& app, Run& run) {
             OpenedImage image(options->input, options->presentation);
             ZEV_RGBParams rgb;
             ReadBrightness(image, options->brightness, rgb);
-            Picture picture = options->view.IsView()
-                                  ? RegionView(image, options->presentation, ParseRegions(options->view.regions),
-                                               options->view)
-                                        .Draw()
-                                  : Render(image);
+            const std::vector<RegionSpec> regions = AllRegions(image, options->view);
+            Picture picture = regions.empty() && !options->view.IsView()
+                                  ? Render(image)
+                                  : RegionView(image, options->presentation, regions, options->view).Draw();
             if (image.File().IsColour()) BurnBrightness(picture, rgb);
             WritePng(options->output, picture);
         };

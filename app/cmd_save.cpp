@@ -20,6 +20,7 @@
 #include "dicom_editor.h"
 #include "message_elements.h"
 #include "present_error.h"
+#include "region_view.h"
 
 namespace {
 
@@ -259,6 +260,7 @@ void AddSaveCommand(CLI::App& app, Run& run) {
         long mode = static_cast<long>(SaveMode::kPresent);
         PresentationOptions presentation;
         BrightnessOptions brightness;
+        ViewOptions view;
     };
     auto options = std::make_shared<Options>();
     CLI::App* command =
@@ -275,6 +277,7 @@ void AddSaveCommand(CLI::App& app, Run& run) {
         ->needs(parameters);
     AddPresentationOptions(*command, options->presentation);
     AddBrightnessOptions(*command, options->brightness);
+    AddRegionOption(*command, options->view);
     command->callback([options, output, parameters, &run] {
         if (output->empty() && parameters->empty()) throw CLI::RequiredError("save: one of -o and --ddp-out");
         run = [options] {
@@ -290,9 +293,17 @@ void AddSaveCommand(CLI::App& app, Run& run) {
                 files.emplace_back(options->output,
                                    encode_copy(image, options->presentation.frame, rgb, options->output));
             }
+            std::vector<std::string> regions;
+            if (!options->view.regions.empty() && options->parameters.empty())
+                throw UsageError("--region is kept in a display-parameter file: give --ddp-out");
+            if (const std::vector<RegionSpec> specs = AllRegions(image, options->view); !specs.empty()) {
+                // Made once, so that a setting that does not hold is refused now.
+                RegionView(image, options->presentation, specs, ViewOptions());
+                for (const RegionSpec& spec : specs) regions.push_back(spec.ToText());
+            }
             if (!options->parameters.empty()) {
                 files.emplace_back(options->parameters,
-                                   EncodeDisplayParameters(image, static_cast<SaveMode>(options->mode),
+                                   EncodeDisplayParameters(image, static_cast<SaveMode>(options->mode), regions,
                                                            options->parameters));
             }
             for (const auto& [path, bytes] : files) WriteFileAtomically(path, bytes.data(), bytes.size());

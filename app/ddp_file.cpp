@@ -28,6 +28,12 @@ constexpr std::uint32_t kReferencedInstance = DicomTag(0x0008, 0x1155);
 constexpr std::uint32_t kCenter = DicomTag(0x0028, 0x1050);
 constexpr std::uint32_t kWidth = DicomTag(0x0028, 0x1051);
 
+// In the private block as this program writes it; no other attribute of the block has these numbers.
+constexpr std::uint32_t kCreator = DicomTag(Dicom_Dictionary::PRIVATE_GROUP, 0x0010);
+constexpr std::uint32_t kRegions = DicomTag(Dicom_Dictionary::PRIVATE_GROUP, 0x1020);
+constexpr std::uint32_t kRegionText = DicomTag(Dicom_Dictionary::PRIVATE_GROUP, 0x1021);
+constexpr const char* kCreatorText = Dicom_Dictionary::PRIVATE_CREATOR_TEXT;
+
 constexpr const char* kRawDataStorage = "1.2.840.10008.5.1.4.1.1.66";
 /// Stands for this layout of the file, as Raw Data Storage wants of each creator.
 constexpr const char* kCreatorVersion = "2.25.188219420938301724419380142385027312";
@@ -112,6 +118,18 @@ OBJ_Msg make_record(OpenedImage& image, SaveMode mode) {
     return msg;
 }
 
+/// The regions in our private block, one item each with the block's creator of its own.
+DicomElement region_sequence(const std::vector<std::string>& regions) {
+    DicomElement sequence{"SQ", "", {}};
+    for (const std::string& region : regions) {
+        DicomDataSet item;
+        item.PutText(kCreator, "LO", kCreatorText);
+        item.PutText(kRegionText, "UT", region);
+        sequence.items.push_back(std::move(item));
+    }
+    return sequence;
+}
+
 void put_now(DicomDataSet& set) {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
@@ -125,7 +143,8 @@ void put_now(DicomDataSet& set) {
 
 }  // namespace
 
-std::string EncodeDisplayParameters(OpenedImage& image, SaveMode mode, const std::string& path) {
+std::string EncodeDisplayParameters(OpenedImage& image, SaveMode mode, const std::vector<std::string>& regions,
+                                    const std::string& path) {
     if (image.File().IsColour()) {
         throw PresentError(image.File().Path(),
                            "is in colour and has no display parameters; a copy (-o) takes brightness and "
@@ -155,12 +174,26 @@ std::string EncodeDisplayParameters(OpenedImage& image, SaveMode mode, const std
     set.PutText(DicomTag(0x0020, 0x000E), "UI", MakeUid());
     set.PutText(DicomTag(0x0020, 0x0011), "IS", "");
     set.PutText(DicomTag(0x0020, 0x0013), "IS", "1");
+    set.PutText(DicomTag(0x0020, 0x0060), "CS", "");
     set.elements[DicomTag(0x0040, 0x0555)] = DicomElement{"SQ", "", {}};
     set.elements[kReferencedImages] = DicomElement{"SQ", "", {reference}};
     const OBJ_Msg record = make_record(image, mode);
     for (const auto& [tag, element] : record.GetElements())
         set.elements[tag] = ToElement(tag, *element.m_pValue, path);
+    if (!regions.empty()) set.elements[kRegions] = region_sequence(regions);
     return EncodeDicomFile(set);
+}
+
+std::vector<std::string> ReadSavedRegions(const std::string& path) {
+    std::vector<std::string> regions;
+    const DicomDataSet set = ReadDicomDataSet(path);
+    const DicomElement* sequence = set.Text(kCreator) == kCreatorText ? set.Find(kRegions) : nullptr;
+    if (sequence == nullptr) return regions;
+    for (const DicomDataSet& item : sequence->items) {
+        const DicomElement* text = item.Find(kRegionText);
+        if (text != nullptr) regions.push_back(text->bytes.substr(0, text->bytes.find_last_not_of(std::string(" \0", 2)) + 1));
+    }
+    return regions;
 }
 
 std::unique_ptr<OBJ_Msg> ReadDisplayParameters(const std::string& path, const std::string& instance,

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 class OpenedImage;
 
@@ -18,9 +19,14 @@ enum class SaveMode : long {
 /// record, our private ones in our private block, and with the image's UIDs, by which it finds its image again. The window is
 /// in the image's own modality units; no rescale goes along. Throws PresentError, with `path` as the file that cannot be
 /// written, for an image that has no UID or is in colour, and for a text that is too long.
-std::string EncodeDisplayParameters(OpenedImage& image, SaveMode mode, const std::string& path);
+/// `regions` are texts as RegionSpec writes them; they go into a private sequence.
+std::string EncodeDisplayParameters(OpenedImage& image, SaveMode mode, const std::vector<std::string>& regions,
+                                    const std::string& path);
 
 /// Reads a display-parameter file for the image of a SOP Instance UID. Throws PresentError when it belongs to
 /// another image, or to none, unless `force` says to take it all the same.
 std::unique_ptr<OBJ_Msg> ReadDisplayParameters(const std::string& path, const std::string& instance,
                                                bool force);
+
+/// The regions that a display-parameter file brings, as texts; none of a file without them.
+std::vector<std::string> ReadSavedRegions(const std::string& path);

@@ -284,6 +284,7 @@ void OpenedImage::keep_saved_window() {
 void OpenedImage::lay_display_parameters(const PresentationOptions& options) {
     const std::unique_ptr<OBJ_Msg> saved =
         ReadDisplayParameters(options.displayParameters, m_File.DataSet().Text(kInstance), options.force);
+    m_SavedRegions = ReadSavedRegions(options.displayParameters);
     ModalityWindow before{ModalityCenter(), ModalityWidth()};
     // What is saved is told with rescale in use.
     change_to_modality_values();

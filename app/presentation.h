@@ -98,6 +98,8 @@ public:
     bool WindowIsAsInFile();
     /// The natural gamma was chosen for an image that brings another one, which it would have again if nothing were saved.
     bool HasNaturalGammaInstead();
+    /// The regions that the display-parameter file brings, as texts.
+    const std::vector<std::string>& SavedRegions() const { return m_SavedRegions; }
     /// The window that the display-parameter file gives, as it says.
     const std::optional<ModalityWindow>& SavedWindow() const { return m_SavedWindow; }
 
@@ -140,6 +142,7 @@ private:
     std::vector<std::string> m_Notes;
     OpenedState m_AsOpened;
     std::optional<ModalityWindow> m_SavedWindow;
+    std::vector<std::string> m_SavedRegions;
     double m_Slope = 1.0;
     double m_Intercept = 0.0;
     bool m_bUseRescale = true;

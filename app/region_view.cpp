@@ -85,7 +85,8 @@ public:
         const double u = x - 0.5 - left, v = y - 0.5 - top;
         const int x0 = static_cast<int>(left), y0 = static_cast<int>(top);
         const unsigned int corners[4] = {At(column(x0), row(y0), table), At(column(x0 + 1), row(y0), table),
-                                         At(column(x0), row(y0 + 1), table), At(column(x0 + 1), row(y0 + 1), table)};
+                                         At(column(x0), row(y0 + 1), table),
+                                         At(column(x0 + 1), row(y0 + 1), table)};
         unsigned int mixed = 0;
         for (int shift = 0; shift <= 16; shift += 8) {
             const auto level = [&](int i) { return static_cast<double>((corners[i] >> shift) & 0xFF); };
@@ -137,9 +138,13 @@ bool ViewOptions::IsView() const {
 }
 
 void AddRegionOption(CLI::App& command, ViewOptions& options) {
-    command.add_option("--region", options.regions, "SHAPE;SETTINGS: a region with a windowing of its own. Shapes: polygon:x,y x,y x,y  rect:x0,y0,x1,y1  "
-                       "ellipse:x,y,rx,ry  mask:FILE.png. Settings: center=C;width=W  preset=NAME  colormap=UID  "
-                       "gamma=G  invert  negate  inactive")
+    command
+        .add_option(
+            "--region", options.regions,
+            "SHAPE;SETTINGS: a region with a windowing of its own. Shapes: polygon:x,y x,y x,y  "
+            "rect:x0,y0,x1,y1  "
+            "ellipse:x,y,rx,ry  mask:FILE.png. Settings: center=C;width=W  preset=NAME  colormap=UID  "
+            "gamma=G  invert  negate  inactive")
         ->expected(1)
         ->take_all();
 }
@@ -148,10 +153,13 @@ void AddViewOptions(CLI::App& command, ViewOptions& options) {
     AddRegionOption(command, options);
     command.add_option("--zoom", options.zoom, "Screen pixels per image pixel")
         ->check(CLI::Range(0.001, 1000.0).description(""));
-    command.add_option("--pan", options.pan, "X,Y: moves the image, in screen pixels")->delimiter(',')->expected(2);
+    command.add_option("--pan", options.pan, "X,Y: moves the image, in screen pixels")
+        ->delimiter(',')
+        ->expected(2);
     command.add_option("--rotate", options.rotate, "Degrees clockwise")
         ->check(CLI::Range(-36000.0, 36000.0).description(""));
-    command.add_option("--flip", options.flip, "h, v or hv")->check(CLI::IsMember({"h", "v", "hv"}).description(""));
+    command.add_option("--flip", options.flip, "h, v or hv")
+        ->check(CLI::IsMember({"h", "v", "hv"}).description(""));
     command.add_option("--size", options.size, "WxH: size of the screen; the image's own unless told");
     command.add_flag("--smooth", options.smooth, "Interpolate between pixels");
 }
@@ -159,6 +167,12 @@ void AddViewOptions(CLI::App& command, ViewOptions& options) {
 std::vector<RegionSpec> ParseRegions(const std::vector<std::string>& texts) {
     std::vector<RegionSpec> regions;
     for (const std::string& text : texts) regions.push_back(ParseRegion(text));
+    return regions;
+}
+
+std::vector<RegionSpec> AllRegions(const OpenedImage& image, const ViewOptions& options) {
+    std::vector<RegionSpec> regions = ParseRegions(image.SavedRegions());
+    for (RegionSpec& region : ParseRegions(options.regions)) regions.push_back(std::move(region));
     return regions;
 }
 
@@ -237,8 +251,8 @@ void RegionView::enter_masks() {
     for (const std::unique_ptr<Region>& region : m_Regions) {
         ZEV_Params& frozen = region->image.Frozen();
         frozen.Freeze();
-        m_Masks.UpdateMaskFromParam("region " + std::to_string(++number), &frozen, make_mask(*region), false, true,
-                                    false);
+        m_Masks.UpdateMaskFromParam("region " + std::to_string(++number), &frozen, make_mask(*region), false,
+                                    true, false);
     }
 }
 
@@ -255,7 +269,8 @@ Picture RegionView::Draw() {
 
     const KIT_Raster& raster = m_Image.Raster();
     const unsigned int* const standard = isColour ? nullptr : origin_of(m_Masks.GetDefaultTable(), raster);
-    if (!isColour && standard == nullptr) throw PresentError(m_Image.File().Path(), "no table can be made for its pixels");
+    if (!isColour && standard == nullptr)
+        throw PresentError(m_Image.File().Path(), "no table can be made for its pixels");
 
     float matrix[4][4];
     m_Space.GetRaster2ScreenTrasformMat(matrix);

@@ -16,11 +16,11 @@
 struct ViewOptions {
     std::vector<std::string> regions;
     double zoom = 1.0;
-    std::vector<double> pan;    ///< x,y in screen pixels
-    double rotate = 0.0;        ///< degrees clockwise
-    std::string flip;           ///< "h", "v", "hv" or empty
-    std::string size;           ///< WxH; the image's own size when empty
-    bool smooth = false;        ///< bilinear instead of the nearest pixel
+    std::vector<double> pan;  ///< x,y in screen pixels
+    double rotate = 0.0;      ///< degrees clockwise
+    std::string flip;         ///< "h", "v", "hv" or empty
+    std::string size;         ///< WxH; the image's own size when empty
+    bool smooth = false;      ///< bilinear instead of the nearest pixel
     /// Anything but the picture at its own size.
     bool IsView() const;
 };
@@ -33,8 +33,8 @@ void AddViewOptions(CLI::App& command, ViewOptions& options);
 class RegionView {
 public:
     /// `presentation` is what the image was opened with. Throws UsageError and PresentError for settings that do not hold.
-    RegionView(OpenedImage& image, const PresentationOptions& presentation, const std::vector<RegionSpec>& regions,
-               const ViewOptions& options);
+    RegionView(OpenedImage& image, const PresentationOptions& presentation,
+               const std::vector<RegionSpec>& regions, const ViewOptions& options);
     ~RegionView();
     RegionView(const RegionView&) = delete;
     RegionView& operator=(const RegionView&) = delete;
@@ -58,5 +58,7 @@ private:
     std::vector<std::unique_ptr<Region>> m_Regions;
 };
 
-/// The options' regions, read.
 std::vector<RegionSpec> ParseRegions(const std::vector<std::string>& texts);
+
+/// The regions that a display-parameter file brought, then those of the options.
+std::vector<RegionSpec> AllRegions(const OpenedImage& image, const ViewOptions& options);

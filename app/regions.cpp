@@ -70,7 +70,8 @@ std::vector<RegionSpec::Run> runs_of(const Picture& mask) {
     for (int y = 0; y < mask.height; ++y) {
         int left = -1;
         for (int x = 0; x <= mask.width; ++x) {
-            const bool inside = x < mask.width && (mask.At(x, y)[0] | mask.At(x, y)[1] | mask.At(x, y)[2]) != 0;
+            const bool inside =
+                x < mask.width && (mask.At(x, y)[0] | mask.At(x, y)[1] | mask.At(x, y)[2]) != 0;
             if (inside && left < 0) left = x;
             if (!inside && left >= 0) {
                 runs.push_back({y, left, x});
@@ -83,7 +84,8 @@ std::vector<RegionSpec::Run> runs_of(const Picture& mask) {
 
 void parse_shape(const std::string& whole, const std::string& text, RegionSpec& region) {
     const std::size_t colon = text.find(':');
-    if (colon == std::string::npos) refuse(whole, "begins with no shape: polygon, rect, ellipse, mask or runs");
+    if (colon == std::string::npos)
+        refuse(whole, "begins with no shape: polygon, rect, ellipse, mask or runs");
     const std::string shape = text.substr(0, colon);
     const std::string rest = text.substr(colon + 1);
     if (shape == "polygon") {
@@ -116,7 +118,8 @@ void parse_shape(const std::string& whole, const std::string& text, RegionSpec& 
     } else {
         refuse(whole, "no shape " + shape + ": polygon, rect, ellipse, mask or runs");
     }
-    if (region.outline.size() > kMostParts || region.runs.size() > kMostParts) refuse(whole, "too many parts");
+    if (region.outline.size() > kMostParts || region.runs.size() > kMostParts)
+        refuse(whole, "too many parts");
 }
 
 void parse_setting(const std::string& whole, const std::string& text, RegionSpec& region) {
@@ -165,7 +168,8 @@ std::string RegionSpec::ToText() const {
     std::string text = shape == kPolygon ? "polygon:" : "runs:";
     for (const Point& p : outline) text += text_of(p.x) + "," + text_of(p.y) + " ";
     for (const Run& run : runs) {
-        text += std::to_string(run.y) + "," + std::to_string(run.left) + "," + std::to_string(run.right) + " ";
+        text +=
+            std::to_string(run.y) + "," + std::to_string(run.left) + "," + std::to_string(run.right) + " ";
     }
     if (text.back() == ' ') text.pop_back();
     if (center) text += ";center=" + text_of(*center) + ";width=" + text_of(*width);

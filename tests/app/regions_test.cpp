@@ -1,16 +1,15 @@
 // Regions as the user writes them down, and the pictures drawn with them.
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <cmath>
-#include <cstdlib>
-#include <fstream>
+#include <filesystem>
 #include <functional>
 
 #include "app_test_support.h"
 #include "png_file.h"
 #include "present_error.h"
+#include "program_support.h"
 #include "region_view.h"
 #include "regions.h"
 
@@ -85,7 +84,8 @@ TEST_F(Regions, EachPixelHasTheWindowOfItsRegion) {
         options.center = center, options.width = width, options.invert = invert;
         return Draw(file, {}, {}, options);
     };
-    const Picture plain = Draw(file, {}), lung = shown_with(-600, 1600, false), bone = shown_with(500, 2000, true);
+    const Picture plain = Draw(file, {}), lung = shown_with(-600, 1600, false),
+                  bone = shown_with(500, 2000, true);
     const std::string inLung = ";center=-600;width=1600", inBone = ";center=500;width=2000;invert";
     const auto same = [](const Picture& a, const Picture& b, int x, int y) {
         return std::equal(a.At(x, y), a.At(x, y) + 3, b.At(x, y));
@@ -95,17 +95,21 @@ TEST_F(Regions, EachPixelHasTheWindowOfItsRegion) {
         std::vector<std::string> regions;
         std::function<const Picture*(double, double)> expected;  ///< by pixel centre
     } rows[] = {
-        {"a rectangle", {"rect:100,100,300,250" + inLung},
+        {"a rectangle",
+         {"rect:100,100,300,250" + inLung},
          [&](double x, double y) { return x > 100 && x < 300 && y > 100 && y < 250 ? &lung : &plain; }},
-        {"the later on top", {"rect:50,50,200,200" + inLung, "rect:150,150,300,300" + inBone},
+        {"the later on top",
+         {"rect:50,50,200,200" + inLung, "rect:150,150,300,300" + inBone},
          [&](double x, double y) {
              if (x > 150 && x < 300 && y > 150 && y < 300) return &bone;
              return x > 50 && x < 200 && y > 50 && y < 200 ? &lung : &plain;
          }},
-        {"negated", {"rect:100,100,300,250;negate" + inLung},
+        {"negated",
+         {"rect:100,100,300,250;negate" + inLung},
          [&](double x, double y) { return x > 100 && x < 300 && y > 100 && y < 250 ? &plain : &lung; }},
         {"inactive", {"rect:100,100,300,250;inactive" + inLung}, [&](double, double) { return &plain; }},
-        {"an ellipse", {"ellipse:250,200,120,60" + inBone},
+        {"an ellipse",
+         {"ellipse:250,200,120,60" + inBone},
          [&](double x, double y) {
              const double r = std::hypot((x - 250) / 120, (y - 200) / 60);
              return std::fabs(r - 1) < 0.02 ? nullptr : r < 1 ? &bone : &plain;
@@ -117,7 +121,8 @@ TEST_F(Regions, EachPixelHasTheWindowOfItsRegion) {
              const bool inner = x > 150 && x < 250 && y > 150 && y < 250;
              return outer && !inner ? &lung : &plain;
          }},
-        {"runs, negated", {"runs:10,20,30 11,0,500;negate" + inLung},
+        {"runs, negated",
+         {"runs:10,20,30 11,0,500;negate" + inLung},
          [&](double x, double y) {
              const bool inside = (y > 10 && y < 11 && x > 20 && x < 30) || (y > 11 && y < 12 && x < 500);
              return inside ? &plain : &lung;
@@ -158,9 +163,13 @@ TEST_F(Regions, ViewsTurnAndFlipThePicture) {
         ViewOptions view;
         std::function<std::pair<int, int>(int, int)> source;
     } rows[] = {
-        {"quarter turn", {{}, 1, {}, 90, "", "", false}, [n](int x, int y) { return std::pair(y, n - 1 - x); }},
+        {"quarter turn",
+         {{}, 1, {}, 90, "", "", false},
+         [n](int x, int y) { return std::pair(y, n - 1 - x); }},
         {"flip", {{}, 1, {}, 0, "h", "", false}, [n](int x, int y) { return std::pair(n - 1 - x, y); }},
-        {"half size", {{}, 0.5, {}, 0, "", "256x256", false}, [](int x, int y) { return std::pair(2 * x + 1, 2 * y + 1); }},
+        {"half size",
+         {{}, 0.5, {}, 0, "", "256x256", false},
+         [](int x, int y) { return std::pair(2 * x + 1, 2 * y + 1); }},
         {"moved", {{}, 1, {3, -2}, 0, "", "", false}, [](int x, int y) { return std::pair(x - 3, y + 2); }},
     };
     for (const auto& row : rows) {
@@ -170,7 +179,8 @@ TEST_F(Regions, ViewsTurnAndFlipThePicture) {
             for (int x = 0; x < picture.width; x += 5) {
                 const auto [sx, sy] = row.source(x, y);
                 const bool outside = sx < 0 || sy < 0 || sx >= n || sy >= n;
-                for (int c = 0; c < 3; ++c) ASSERT_EQ(picture.At(x, y)[c], outside ? 0 : plain.At(sx, sy)[c]) << x << "," << y;
+                for (int c = 0; c < 3; ++c)
+                    ASSERT_EQ(picture.At(x, y)[c], outside ? 0 : plain.At(sx, sy)[c]) << x << "," << y;
             }
         }
     }
@@ -194,15 +204,39 @@ TEST_F(Regions, GoldenPictures) {
     small.zoom = 0.08, small.size = "40x40", small.smooth = true;
     ViewOptions turned = small;
     turned.rotate = 25, turned.zoom = 0.15;
-    const std::string golden = support::ReadFile(std::string(ZEV_SOURCE_DIR) + "/tests/app/regions_golden.txt");
+    const std::string golden =
+        support::ReadFile(std::string(ZEV_SOURCE_DIR) + "/tests/app/regions_golden.txt");
     const std::string drawn =
         "lungs\n" +
         rows_of(Draw("ct.dcm",
                      {"polygon:100,230 150,160 220,170 230,300 180,360 110,350;center=-600;width=1600",
                       "polygon:290,170 350,160 410,230 400,350 330,360 280,300;center=-600;width=1600"},
                      small)) +
-        "turned\n" + rows_of(Draw("ct.dcm", {"ellipse:256,256,120,70;negate;center=-600;width=1600;invert"}, turned));
+        "turned\n" +
+        rows_of(Draw("ct.dcm", {"ellipse:256,256,120,70;negate;center=-600;width=1600;invert"}, turned));
     EXPECT_EQ(drawn, golden) << drawn;
+}
+
+using SavedRegions = support::ProgramTest;
+
+TEST_F(SavedRegions, AReopenedImageShowsThemAgain) {
+    WriteSamples(m_Directory.Path());
+    const std::string ct = m_Directory / "ct.dcm", ddp = m_Directory / "ddp.dcm", a = m_Directory / "a.png",
+                      b = m_Directory / "b.png";
+    Picture mask(512, 512);
+    for (int i = 0; i < 900; ++i) mask.At(200 + i % 30, 100 + i / 30)[1] = 9;
+    WritePng(m_Directory / "mask.png", mask);
+    const std::string regions = " --region 'ellipse:150,250,70,110;center=-600;width=1600' --region 'mask:" +
+                                m_Directory / "mask.png" + ";preset=Bone;invert' --gamma 0.8";
+    ASSERT_EQ(Run("save " + ct + regions + " --ddp-out " + ddp).status, 0);
+    std::filesystem::remove(m_Directory / "mask.png");
+    ASSERT_EQ(Run("render " + ct + " --ddp " + ddp + " -o " + a).status, 0);
+    WritePng(m_Directory / "mask.png", mask);
+    ASSERT_EQ(Run("render " + ct + regions + " -o " + b).status, 0);
+    EXPECT_EQ(support::ReadFile(a), support::ReadFile(b));
+    EXPECT_EQ(Run("save " + ct + regions + " -o " + m_Directory / "copy.dcm").status, 2);
+    EXPECT_EQ(Run("render " + ct + " --region 'rect:1,2,3,4;colormap=none' -o " + b).status, 2);
+    EXPECT_EQ(Run("render " + m_Directory / "us.dcm" + " --region rect:1,2,3,4 -o " + b).status, 1);
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 
 #include <climits>
 #include <string>
-#include <thread>
 
 #include "rasters.h"
 #include "support.h"
@@ -44,7 +43,6 @@ struct MeasureCase {
 const MeasureCase kMeasureCases[] = {
     // Mean m, deviation d: centre m, width 3 d.
     {"mean, 16 bits", kMean, 16, kUnsigned, {{100, 2}, {300, 2}}, 0, 300, 200},
-    {"mean, 8 bits", kMean, 8, kUnsigned, {{10, 1}, {20, 1}}, 0, 15, 15},
     {"mean, zeros kept", kMean, 16, kUnsigned, {{0, 8}, {1000, 8}}, 0, 1500, 500},
     {"mean, zeros below 500 / 10 left out", kMean, 16, kUnsigned, {{0, 8}, {1000, 8}}, 1, 0, 1000},
     {"mean, signed", kMean, 12, kSigned, {{-500, 2}, {500, 2}}, 0, 1500, 0},
@@ -52,7 +50,6 @@ const MeasureCase kMeasureCases[] = {
     {"mean, signed, low values left out", kMean, 12, kSigned, {{-2000, 1}, {1000, 3}}, 1, 0, 1000},
     {"mean, deviation 0.5 truncated", kMean, 16, kUnsigned, {{0, 1}, {1, 1}}, 0, 0, 0},
     {"mean, centre -3.5 truncated towards 0", kMean, 16, kSigned, {{-3, 1}, {-4, 1}}, 0, 0, -3},
-    {"mean, bits above the depth do not count", kMean, 12, kUnsigned, {{4097, 1}, {1, 1}}, 0, 0, 1},
     // 65535 squared is 65534 * 65536 as a float: the variance is -1.
     {"mean, negative variance", kMean, 16, kUnsigned, {{65535, 3}}, 0, 0, 65535},
 
@@ -62,7 +59,6 @@ const MeasureCase kMeasureCases[] = {
     {"cuts, 19 spikes go", kCuts, 8, kUnsigned, span_of(10, 28, 10) + Histogram{{50, 4}}, 1, 1, 50},
     {"cuts, 20 spikes stay", kCuts, 8, kUnsigned, span_of(10, 29, 10) + Histogram{{50, 4}}, 1, 20, 20},
     {"cuts, half of the peak is no spike", kCuts, 16, kUnsigned, {{50, 100}, {60, 50}}, 1, 1, 60},
-    {"cuts, uniform, signed", kCuts, 12, kSigned, {{-5, 100}}, 1, 1, -5},
     {"cuts, few pixels: nothing cut", kCuts, 16, kUnsigned, {{10, 1}, {20, 1}, {30, 1}}, 1, 21, 20},
     // 100 of 10020 pixels to go, and 20 left.
     {"cuts, everything cut", kCuts, 16, kUnsigned, {{50, 10000}, {100, 20}}, 1, 0, 101},
@@ -72,14 +68,11 @@ const MeasureCase kMeasureCases[] = {
     {"range, 16 bits: 99.5%", kRange, 16, kUnsigned, {{5, 10}, {100, 900}, {200, 97}, {300, 3}}, 1, 194, 103},
     {"range, 16 bits: just 99.5%", kRange, 12, kUnsigned, {{5, 1}, {100, 995}, {200, 5}}, 1, 94, 53},
     {"range, 16 bits: one value", kRange, 9, kUnsigned, {{50, 9}}, 1, 0, 51},
-    {"range, 16 bits: one value, signed", kRange, 12, kSigned, {{-5, 9}}, 1, 0, -4},
-    {"range, 16 bits: signed", kRange, 12, kSigned, {{-100, 1}, {-50, 1}, {51, 199}}, 1, 150, -24},
     {"range, 16 bits: centre -8.5 truncated", kRange, 12, kSigned, {{-10, 1}, {-8, 1}}, 1, 1, -8},
     {"range, 16 bits: highest value", kRange, 16, kUnsigned, {{65535, 5}}, 1, 0, 65535},
     {"range, 8 bits: one more to each side", kRange, 8, kUnsigned, {{10, 1}, {20, 1}}, 1, 12, 15},
     {"range, 8 bits: zeros only", kRange, 8, kUnsigned, {{0, 9}}, 1, 0, 254},
     {"range, 8 bits: zeros do not count", kRange, 8, kUnsigned, {{0, 5}, {100, 1}}, 1, 2, 100},
-    {"range, 8 bits: 255 only", kRange, 8, kUnsigned, {{255, 1}}, 1, 1, 254},
     {"range, 8 bits: signed, centre in bins", kRange, 8, kSigned, {{-28, 1}, {22, 1}}, 1, 52, 125},
 };
 
@@ -91,17 +84,14 @@ TEST(Calculators, MeasureByHand) {
         int width = -7, center = -7;
         EXPECT_EQ(windowing.Calc(&raster, 0, 0, raster.m_Width, 1, c.skipLow, &width, &center, c.modality),
                   0);
-        EXPECT_EQ(width, c.width);
-        EXPECT_EQ(center, c.center);
-        EXPECT_EQ(raster.LockDepth(), 0);
+        EXPECT_EQ(std::pair(width, center), std::pair(c.width, c.center));
     }
 }
 
 TEST(Calculators, ChosenByModality) {
     // Mean 20 and deviation 8.16; all of 10 to 30; from 11 on.
     const struct {
-        int modality;
-        int width;
+        int modality, width;
     } cases[] = {{0, 21}, {1, 24},  {2, 24},  {3, 24},  {4, 19}, {5, 24},
                  {9, 24}, {10, 21}, {11, 24}, {-1, 24}, {15, 24}};
     refhost::MemoryRaster raster = rasters::Of(12, kUnsigned, Histogram{{10, 1}, {20, 1}, {30, 1}});
@@ -128,15 +118,12 @@ TEST(Calculators, Regions) {
         const char* name;
         Modality modality;
         KIT_Rect rect;  // top, left, bottom, right
-        int width;
-        int center;
+        int width, center;
     } cases[] = {
         {"mean: middle half", kMean, KIT_Rect(), 0, 50},
         {"range: whole raster", kRange, KIT_Rect(), 152, 125},
-        {"mean: one pixel", kMean, KIT_Rect(0, 0, 1, 1), 0, 90},
         {"mean: top and left apart", kMean, KIT_Rect(2, 0, 6, 2), 0, 200},
         {"range: clipped", kRange, KIT_Rect(-100, -5, 1, 2), 112, 145},
-        {"range: clipped at the far ends", kRange, KIT_Rect(7, 7, INT_MAX, INT_MAX), 2, 200},
         {"cuts: clipped region counts", kCuts, KIT_Rect(INT_MIN, INT_MIN, 1, 2), 111, 145},
         {"cuts: nothing inside", kCuts, KIT_Rect(8, 0, 20, 8), -256, 128},
         {"range: nothing inside", kRange, KIT_Rect(3, 5, 4, 5), 0, 254},
@@ -146,8 +133,7 @@ TEST(Calculators, Regions) {
         int width = -7, center = -7;
         KIT_Rect rect = c.rect;
         EXPECT_EQ(ZEV_AutoWindowing().Calc(&raster, &width, &center, &rect, c.modality), 0);
-        EXPECT_EQ(width, c.width);
-        EXPECT_EQ(center, c.center);
+        EXPECT_EQ(std::pair(width, center), std::pair(c.width, c.center));
     }
     int width = 0, center = 0;
     EXPECT_EQ(ZEV_AutoWindowing().Calc(&raster, &width, &center, nullptr, kMean), 0);
@@ -162,10 +148,9 @@ TEST(Calculators, Regions) {
 
 TEST(Calculators, Refusals) {
     refhost::MemoryRaster good(4, 4, 12, kUnsigned), trueColor = refhost::MemoryRaster::TrueColor(4, 4);
-    refhost::MemoryRaster noPixels, noWidth(4, 4, 12, kUnsigned), negative(4, 4, 12, kUnsigned);
-    refhost::MemoryRaster deep(4, 4, 12, kUnsigned), flat(4, 4, 12, kUnsigned);
+    refhost::MemoryRaster noPixels, noWidth(4, 4, 12, kUnsigned), deep(4, 4, 12, kUnsigned);
     noPixels.m_Width = noPixels.m_Height = 4;
-    noWidth.m_Width = 0, negative.m_Height = -4, deep.m_BitsPerPixel = 17, flat.m_BitsPerPixel = 0;
+    noWidth.m_Width = 0, deep.m_BitsPerPixel = 17;
     const std::string base = "3 ZEV_AWBaseCalc::Calc ";
     const std::string palette =
         base + " Can not calcultae automatic widnowing if pixel format is not PALETTE \n";
@@ -180,13 +165,10 @@ TEST(Calculators, Refusals) {
         {"null, rectangle, mean", nullptr, kMean, true, "3 ZEV_AWCalc::Calc  The raster is NULL \n"},
         {"null, rectangle, MR", nullptr, SPC_Modality::MODALITY_MR, true,
          "3 ZEV_AWCalcMR::Calc  The raster is NULL \n"},
-        {"null, rectangle, cuts", nullptr, kCuts, true, base + " The raster is NULL \n"},
         {"true colour", &trueColor, kCuts, true, palette},
         {"no pixels", &noPixels, kMean, true, base + " Wrong raster \n"},
         {"width 0", &noWidth, kRange, true, base + " Wrong raster \n"},
-        {"negative height", &negative, kRange, true, base + " Wrong raster \n"},
         {"17 bits", &deep, kMean, true, base + " Wrong raster \n"},
-        {"0 bits", &flat, kMean, true, base + " Wrong raster \n"},
         {"mean of nothing", &good, kMean, false, ""},
     };
     for (const auto& c : cases) {
@@ -197,31 +179,11 @@ TEST(Calculators, Refusals) {
         EXPECT_EQ(c.byRect ? ZEV_AutoWindowing().Calc(c.raster, &width, &center, &rect, c.modality)
                            : ZEV_AutoWindowing().Calc(c.raster, 2, 0, 2, 4, 1, &width, &center, c.modality),
                   -1);
-        EXPECT_EQ(width, -7);
-        EXPECT_EQ(center, -8);
+        EXPECT_EQ(std::pair(width, center), std::pair(-7, -8));
         EXPECT_EQ(log.lines, c.line.empty() ? std::vector<std::string>() : std::vector<std::string>{c.line});
-        if (auto* memory = dynamic_cast<refhost::MemoryRaster*>(c.raster)) {
-            EXPECT_EQ(memory->LockDepth(), 0);
-        }
     }
     int width = 0;
     EXPECT_EQ(ZEV_AutoWindowing().Calc(&good, 0, 0, 4, 4, 1, &width, nullptr, kMean), -1);
-}
-
-TEST(Calculators, SeveralThreads) {
-    std::vector<int> results(4, -7);
-    std::vector<std::thread> threads;
-    for (int& center : results) {
-        threads.emplace_back([&center] {
-            refhost::MemoryRaster raster = rasters::Of(16, kUnsigned, Histogram{{100, 200}, {300, 200}});
-            int width = 0;
-            for (int i = 0; i < 20; ++i) {
-                ZEV_AutoWindowing().Calc(&raster, 0, 0, 400, 1, 0, &width, &center, kMean);
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(results, std::vector<int>(4, 200));
 }
 
 }  // namespace

@@ -32,20 +32,6 @@ private:
     std::future<void> m_Entered;
 };
 
-TEST(ReferenceRaster, OwnedGoesBeforeReferred) {
-    refhost::MemoryRaster referred(1, 1, 8, false);
-    ZEV_Params params;
-    EXPECT_EQ(params.GetReferenceRaster(), nullptr);
-    params.SetReferenceRaster(&referred, false);
-    EXPECT_EQ(params.GetReferenceRaster(), &referred);
-    auto* const owned = new refhost::MemoryRaster(1, 1, 8, false);
-    params.SetReferenceRaster(owned, true);
-    EXPECT_EQ(params.GetReferenceRaster(), owned);
-    // Handed over once more it stays alive.
-    params.SetReferenceRaster(owned, true);
-    EXPECT_EQ(params.GetReferenceRaster()->m_Width, 1);
-}
-
 TEST(ReferenceRaster, FrozenCopyPassesRastersOn) {
     refhost::MemoryRaster raster(1, 1, 8, false);
     ZEV_Params live, copy;
@@ -59,9 +45,6 @@ TEST(ReferenceRaster, FrozenCopyPassesRastersOn) {
     EXPECT_EQ(copy.GetReferenceRaster(), &second);
     copy.SetReferenceRaster(nullptr, false);
     EXPECT_EQ(live.GetReferenceRaster(), nullptr);
-    copy.SetReferenceRaster(new refhost::MemoryRaster(1, 1, 8, false), true);
-    EXPECT_EQ(live.GetReferenceRaster(), copy.GetReferenceRaster());
-    copy.SetReferenceRaster(nullptr, false);
     copy.SetLiveParams(nullptr);
 }
 
@@ -71,7 +54,6 @@ TEST(ReferenceRaster, GuardHoldsOneLock) {
     first.SetReferenceRaster(&raster, false);
     second.SetReferenceRaster(&raster, false);
     ZEV_ReferenceRaster guard;
-    EXPECT_EQ(guard.GetReferenceRaster(nullptr), nullptr);
     EXPECT_EQ(guard.GetReferenceRaster(&first), &raster);
     EXPECT_EQ(guard.GetReferenceRaster(&first), &raster);
     EXPECT_EQ(guard.GetReferenceRaster(nullptr), &raster);
@@ -83,9 +65,6 @@ TEST(ReferenceRaster, GuardHoldsOneLock) {
     EXPECT_TRUE(ofSecond.Waits());
     EXPECT_EQ(guard.GetReferenceRaster(&empty), nullptr);
     EXPECT_TRUE(ofSecond.Enters());
-    EXPECT_TRUE(Visitor(empty).Enters()) << "no raster, no lock";
-    empty.SetReferenceRaster(&raster, false);
-    EXPECT_EQ(guard.GetReferenceRaster(nullptr), &raster) << "it tries again";
     {
         ZEV_ReferenceRaster shortLived(&first);
         shortLived.GetReferenceRaster(nullptr);
@@ -107,19 +86,14 @@ TEST(PixelRange, Samples) {
     const RangeCase cases[] = {
         // Rows 3 to 5, n = (10 - 0 - 1) / 2 = 4 from column 2: 5005 - 3002.
         {"three rows", 10, 8, 16, false, 0, 10, 2003, ""},
-        {"13 bits", 10, 8, 13, true, 0, 10, 2003, ""},
         {"12 bits stay unknown", 10, 8, 12, false, 0, 10, -1, ""},
         {"part of the row", 10, 8, 16, false, 4, 8, 2000, ""},
-        {"from -1: whole row", 10, 8, 16, false, -1, 4, 2003, ""},
         {"to beyond: whole row", 10, 8, 16, false, 9, 11, 2003, ""},
         {"far ends", 10, 8, 16, false, 5, INT_MIN, 0,
          "4 ZEV_Params::CalcPixelRange CalcPixelRange: no data found, setting range to 0\n"},
         {"3 columns: one pixel a row", 3, 8, 16, false, 0, 3, 2000, ""},
         {"2 columns: none", 2, 8, 16, false, 0, 2, 0, "3 ZEV_Params::CalcPixelRange no data found\n"},
-        {"1 column", 1, 8, 16, false, 0, 1, 0,
-         "4 ZEV_Params::CalcPixelRange CalcPixelRange: no data found, setting range to 0\n"},
         {"one row", 10, 1, 16, false, 0, 10, 3, ""},
-        {"two rows", 10, 2, 16, false, 0, 10, 1003, ""},
         {"three rows only", 10, 3, 16, false, 0, 10, 2003, ""},
     };
     for (const RangeCase& c : cases) {
@@ -135,7 +109,6 @@ TEST(PixelRange, Samples) {
         params.CalcPixelRange(nullptr, c.from, c.to);
         EXPECT_EQ(params.GetPixelRange(), c.range);
         EXPECT_EQ(log.lines, *c.line == 0 ? std::vector<std::string>() : std::vector<std::string>{c.line});
-        EXPECT_EQ(raster.LockDepth(), 0);
         // Known ranges stay.
         if (c.range != -1) {
             params.SetReferenceRaster(nullptr, false);
@@ -146,16 +119,16 @@ TEST(PixelRange, Samples) {
 }
 
 TEST(PixelRange, EndsAndRescale) {
-    const struct {
-        bool isSigned;
+    struct Case {
+        bool isSigned, useRescale;
         float slope;
-        bool useRescale;
         int range;
-    } cases[] = {{false, 2.0f, true, 131070},
-                 {false, 2.0f, false, 65535},
-                 {false, -0.5f, true, -32767},
-                 {true, 1.0f, true, 1},
-                 {false, 1e30f, true, INT_MAX}};
+    };
+    const Case cases[] = {{false, true, 2.0f, 131070},
+                          {false, false, 2.0f, 65535},
+                          {false, true, -0.5f, -32767},
+                          {true, true, 1.0f, 1},
+                          {false, true, 1e30f, INT_MAX}};
     // 6 columns: n = 2 from column 1: the values 65535 (or -1) and 0.
     refhost::MemoryRaster raster(6, 1, 16, false);
     rasters::Set(raster, 1, 65535);
@@ -169,36 +142,20 @@ TEST(PixelRange, EndsAndRescale) {
         params.CalcPixelRange(nullptr, 0, 6);
         EXPECT_EQ(params.GetPixelRange(), c.range);
     }
-
-    refhost::MemoryRaster none;
-    none.m_BitsPerPixel = 16, none.m_Width = none.m_Height = 4;
-    ZEV_Params params;
-    params.CalcPixelRange(nullptr, 0, 4);
-    EXPECT_EQ(params.GetPixelRange(), -1) << "no raster";
-    params.SetReferenceRaster(&none, false);
-    support::LogCapture log;
-    params.CalcPixelRange(nullptr, 0, 4);
-    EXPECT_EQ(params.GetPixelRange(), -1);
-    EXPECT_TRUE(log.Has("3 ZEV_Params::CalcPixelRange Raster has no data!\n"));
-    EXPECT_EQ(none.LockDepth(), 0);
 }
 
 TEST(PixelRange, FromProcessedData) {
     const struct {
         const char* name;
-        bool hasData;
-        bool withdrawn;
-        int value;
-        int range;
+        bool hasData, withdrawn;
+        int value, range;
         const char* line;
     } cases[] = {
         {"known", true, false, 500, 1000, ""},
-        {"65536 is accepted", true, false, 65536, 131072, ""},
         {"beyond 16 bits", true, false, 65537, 131072,
          "3 ZEV_Params::CalcPixelRange values in pixel data exceed 16 bit\n"},
         {"unknown", true, false, 0, 0, "3 ZEV_Params::CalcPixelRange no data found\n"},
         {"cannot be locked", true, true, 500, 0, "3 ZEV_Params::CalcPixelRange no data found\n"},
-        {"no data", false, false, 500, 0, "3 ZEV_Params::CalcPixelRange no data found\n"},
     };
     refhost::MemoryRaster raster(6, 6, 16, false);
     for (const auto& c : cases) {
@@ -268,7 +225,6 @@ TEST(FullRangeSwitch, IsReadOnce) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const char* const on = "{\"settings\":{\"windowing\":{\"always_window_full_range\":5}}}";
     EXPECT_EXIT(std::exit(exit_code_of_switch(on, S_OK)), testing::ExitedWithCode(2 + 4 + 8), "");
-    EXPECT_EXIT(std::exit(exit_code_of_switch("{}", S_OK)), testing::ExitedWithCode(8), "");
     EXPECT_EXIT(std::exit(exit_code_of_switch(on, E_FAIL)), testing::ExitedWithCode(1 + 8), "");
 }
 

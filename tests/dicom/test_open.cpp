@@ -4,7 +4,10 @@
 #include <DICOM/Dicom_FL.h>
 #include <KIT/KIT_BaseParamsVec.h>
 #include <SPC/SPC_Modality.h>
+#include <ZEV/ZEV_ColorMap.h>
 #include <ZEV/ZEV_Dicom.h>
+#include <ZEV/ZEV_ProcedureColorMaps.h>
+#include <ZEV/ZEV_ProcedureList.h>
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -42,11 +45,11 @@ TEST(Open, ArgumentsInTheirOrder) {
     EXPECT_EQ(dicom.UpdateFromDicom(nullptr, nullptr, nullptr, nullptr, false, false, &view.vec), -1);
     EXPECT_EQ(dicom.UpdateFromDicom(&msg, nullptr, nullptr, nullptr, false, false, &view.vec), -1);
     EXPECT_EQ(dicom.UpdateFromDicom(&msg, nullptr, &view.params, nullptr, false, false, &view.vec), -1);
-    ASSERT_EQ(log.lines.size(), 3u);
-    EXPECT_EQ(log.lines[0], "5 ZEV_Dicom::UpdateFromDicom UpdateFromDicom: The msg is NULL \n");
-    EXPECT_EQ(log.lines[1],
-              "3 ZEV_Dicom::UpdateFromDicom UpdateFromDicom: The params to be updated is NULL \n");
-    EXPECT_EQ(log.lines[2], "3 ZEV_Dicom::UpdateFromDicom UpdateFromDicom: Error: pixel data is NULL.\n");
+    const std::vector<std::string> expected = {
+        "5 ZEV_Dicom::UpdateFromDicom UpdateFromDicom: The msg is NULL \n",
+        "3 ZEV_Dicom::UpdateFromDicom UpdateFromDicom: The params to be updated is NULL \n",
+        "3 ZEV_Dicom::UpdateFromDicom UpdateFromDicom: Error: pixel data is NULL.\n"};
+    EXPECT_EQ(log.lines, expected);
     EXPECT_EQ(dicom.UpdateFromDicom(&msg, &view.raster, &view.params, nullptr, false, false, nullptr), 0);
 }
 
@@ -61,31 +64,25 @@ struct WindowRow {
 
 const std::function<void(View&)> kNothing = [](View&) {};
 
+const auto kWindow = [](Message& m) { m.Window("40", "400"); };
+const auto kInitialised = [](View& v) { v.params.InitCenter(7), v.params.InitWidth(8); };
+const auto kByDicom = [](View& v) { kInitialised(v), v.params.SetFlagValuesByDicom(true); };
+const auto kNotAllowed = [](View& v) { kInitialised(v), v.params.SetOriginal(false); };
+
 const WindowRow kWindows[] = {
     {"entry 0", [](Message& m) { m.Window("40.9\\7", "400\\8"); }, kNothing, false, false, 40, 400, 40, true},
-    {"a fallback gives way to entry 0", [](Message& m) { m.Window("40", "400"); },
+    {"a fallback gives way to entry 0", kWindow,
      [](View& v) { v.params.InitCenter(1000), v.params.InitWidth(4095); }, false, false, 40, 400, 40, true},
-    {"an initialised window stays the initial one, the entry is current all the same",
-     [](Message& m) { m.Window("40", "400"); },
-     [](View& v) { v.params.InitCenter(7), v.params.InitWidth(8); }, false, false, 40, 400, 7, true},
-    {"forced", [](Message& m) { m.Window("40", "400"); },
-     [](View& v) { v.params.InitCenter(7), v.params.InitWidth(8), v.params.SetFlagValuesByDicom(true); },
-     true, false, 40, 400, 40, true},
-    {"not allowed", [](Message& m) { m.Window("40", "400"); },
-     [](View& v) { v.params.InitCenter(7), v.params.InitWidth(8), v.params.SetOriginal(false); }, false,
-     false, 7, 8, 7, false},
+    {"an initialised window stays the initial one", kWindow, kInitialised, false, false, 40, 400, 7, true},
+    {"forced", kWindow, kByDicom, true, false, 40, 400, 40, true},
+    {"not allowed", kWindow, kNotAllowed, false, false, 7, 8, 7, false},
     {"entry 0 without a curve: the plain attributes, allowed or not",
-     [](Message& m) { m.Window("-40.9", "400", "WHATEVER"); },
-     [](View& v) { v.params.InitCenter(7), v.params.InitWidth(8), v.params.SetOriginal(false); }, false,
-     false, -40, 400, -40, true},
+     [](Message& m) { m.Window("-40.9", "400", "WHATEVER"); }, kNotAllowed, false, false, -40, 400, -40,
+     true},
     {"header only without a window", [](Message&) {}, kNothing, false, true, 1000, 4095, 1000, false},
-    {"nothing and not allowed", [](Message&) {}, [](View& v) { v.params.SetOriginal(false); }, false, true, 0,
-     0, 0, false},
     {"a bogus image takes the plain attributes only",
      [](Message& m) { m.Window("5", "6"), m.Remove(Dicom_Tag(0x00280010)); }, kNothing, false, false, 5, 6, 5,
      false},
-    {"a bogus image without them", [](Message& m) { m.Remove(Dicom_Tag(0x00280011)); }, kNothing, false,
-     false, 0, 0, 0, false},
 };
 
 TEST(Open, WhereTheWindowComesFrom) {
@@ -97,8 +94,8 @@ TEST(Open, WhereTheWindowComesFrom) {
         row.message(msg);
         row.before(view);
         EXPECT_EQ(view.Open(msg, row.force, row.headerOnly), 0);
-        EXPECT_EQ(view.params.GetCenter(), row.center);
-        EXPECT_EQ(view.params.GetWidth(), row.width);
+        EXPECT_EQ(std::pair(view.params.GetCenter(), view.params.GetWidth()),
+                  std::pair(row.center, row.width));
         EXPECT_EQ(view.params.GetInitialCenter(), row.initialCenter);
         EXPECT_EQ(view.params.GetFlagValuesByDicom(), row.byDicom);
         EXPECT_EQ(view.raster.LockDepth(), 0);
@@ -106,19 +103,15 @@ TEST(Open, WhereTheWindowComesFrom) {
 }
 
 struct InverseRow {
-    const char* name;
-    const char* photometric;
+    const char *name, *photometric;
     int samples;  ///< 0: absent
-    const char* uid;
-    const char* inverseWindow;
-    const char* shape;
+    const char *uid, *inverseWindow, *shape;
     bool expected;
 };
 
 TEST(Open, Inversion) {
     const char* const kInverseMap = "Inversed Grayscale";
     const InverseRow rows[] = {
-        {"plain", "MONOCHROME2", 1, "", "", "", false},
         {"MONOCHROME1", "MONOCHROME1", 1, "", "", "", true},
         {"MONOCHROME1 of unknown samples has one", "MONOCHROME1", 0, "", "", "", true},
         {"MONOCHROME1 of three samples", "MONOCHROME1", 3, "", "", "", false},
@@ -145,7 +138,6 @@ TEST(Open, Inversion) {
         put(Dicom_Dictionary::MIREL_PRESENTATION_LUT_SHAPE, "CS", row.shape);
         view.Open(msg);
         EXPECT_EQ(view.params.IsInverse(), row.expected);
-        EXPECT_TRUE(view.params.IsInitialized());
         EXPECT_EQ(view.params.GetPhotometricInverse(), std::string(row.photometric) == "MONOCHROME1");
     }
 }
@@ -161,7 +153,6 @@ struct PaddingRow {
 
 TEST(Open, Padding) {
     const PaddingRow rows[] = {
-        {"none", L"MG", 0, -1, -1, -100000, -100000, false},
         {"the limit follows the value", L"MG", 0, 7, -1, 7, 7, true},
         {"a range", L"MG", 0, 0, 40, 0, 40, true},
         {"unsigned when nobody says", L"MG", -1, 65535, -1, 65535, 65535, true},
@@ -173,11 +164,10 @@ TEST(Open, Padding) {
         View view(row.modality);
         Message msg;
         msg.Image(4, 4).Window("40", "400");
-        if (row.representation >= 0) {
-            msg.Words(0x00280103, "US", {static_cast<std::uint16_t>(row.representation)});
-        }
-        if (row.value >= 0) msg.Words(0x00280120, "US", {static_cast<std::uint16_t>(row.value)});
-        if (row.limit >= 0) msg.Words(0x00280121, "US", {static_cast<std::uint16_t>(row.limit)});
+        const auto put = [&msg](unsigned tag, int word) {
+            if (word >= 0) msg.Words(tag, "US", {static_cast<std::uint16_t>(word)});
+        };
+        put(0x00280103, row.representation), put(0x00280120, row.value), put(0x00280121, row.limit);
         view.Open(msg);
         EXPECT_EQ(view.params.GetPixelPaddingValue(), row.expectedValue);
         EXPECT_EQ(view.params.GetPixelPaddingValueLimit(), row.expectedLimit);
@@ -188,10 +178,7 @@ TEST(Open, Padding) {
 TEST(Open, RescaleGammaLocalizerAndPval) {
     View view;
     Message msg;
-    msg.Image(4, 4)
-        .Window("40", "400")
-        .Rescale("2.5", "-1024.9")
-        .Text(0x00080008, "CS", "ORIGINAL\\PRIMARY\\LOCALIZER");
+    msg.Image(4, 4).Window("40", "400").Rescale("2.5", "-1024.9").Text(0x00080008, "CS", "A\\B\\LOCALIZER");
     msg.Put(Dicom_Dictionary::MIREL_GAMMA_WINDOWING_VALUE, Dicom_FL(1.5f));
     view.params.SetUpdatedToFitGroup(true);
     view.Open(msg);
@@ -199,8 +186,6 @@ TEST(Open, RescaleGammaLocalizerAndPval) {
     EXPECT_EQ(view.params.GetRescaleSlope(), 2.5f);
     EXPECT_EQ(view.params.GetGamma(), 1.5f);
     EXPECT_TRUE(view.params.IsLocalizer());
-    EXPECT_NE(view.params.GetMapperPvLut().get(), nullptr);
-    EXPECT_EQ(view.params.GetLastUpdatedMsg(), &msg);
     EXPECT_FALSE(view.params.IsUpdatedToFitGroup());
     // A second call takes rescale anew and keeps the manager; without attributes rescale is the identity.
     Mapper_WindowingManager* const manager = view.params.GetVoiLutManager();
@@ -210,9 +195,8 @@ TEST(Open, RescaleGammaLocalizerAndPval) {
     EXPECT_EQ(view.params.GetRescaleSlope(), 1.0f);
     EXPECT_EQ(view.params.GetVoiLutManager(), manager);
     EXPECT_EQ(view.params.GetCenter(), 40);
-    Message extreme;
-    extreme.Image(4, 4).Rescale("1e300", "-1e300");
-    view.Open(extreme, true);
+    plain.Rescale("1e300", "-1e300");
+    view.Open(plain, true);
     EXPECT_EQ(view.params.GetRescaleIntercept(), INT_MIN);
     EXPECT_TRUE(std::isfinite(view.params.GetRescaleSlope()));
 }
@@ -229,10 +213,55 @@ TEST(Open, LogLinesOfAnImageThatLacksMuch) {
         "6 ZEV_Dicom::UpdateFromDicom UpdateFromDicom :The width and center are 0 and changed it to "
         "something else \n",
         "5 ZEV_Dicom::UpdateFromDicom UpdateFromDicom: voi_lut_sel has illegal values. Setting NULL as "
-        "window type. "
-        "\n",
+        "window type. \n",
         "6 ZEV_Dicom::UpdateFromDicom vec=view, bAllowWindowingChange=1\n"};
     EXPECT_EQ(log.lines, expected);
+}
+
+TEST(Open, WhereTheColourMapComesFrom) {
+    struct Row {
+        const char *name, *keyImage, *description, *uid;
+        bool palette, byUser;
+        const wchar_t* expected;
+    };
+    const Row rows[] = {
+        {"the modality's", "", "", "", false, false, L"of PET"},
+        {"a plain key image has none", "Y", "", "", false, false, nullptr},
+        {"a key image with a description", "Y", "liver", "", false, false, L"of PET"},
+        {"no key image", "N", "", "", false, false, L"of PET"},
+        {"the user's choice stays", "", "", "", false, true, nullptr},
+        {"the image's palette", "", "", "", true, false, L"Image palette"},
+        {"an identity goes before the palette", "", "", "1.2.3", true, false, L"other"},
+        {"an identity goes before the user and the key image", "Y", "", "1.2.3", false, true, L"other"},
+    };
+    ZEV_ProcedureColorMapsList& list = *ZEV_ProcedureColorMapsList::GetInstance();
+    list.clearAndDestroy();
+    auto* const set = new ZEV_ProcedureColorMaps(L"PT");
+    for (const auto& [uid, name] :
+         {std::pair(L"1.2.840.10008.1.5.2", L"of PET"), std::pair(L"1.2.3", L"other")}) {
+        auto* const map = new ZEV_ColorMap;
+        map->SetUID(uid), map->SetName(name);
+        set->AddColorMap(map, L"");
+    }
+    list.append(set);
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        View view(L"PT");
+        Message msg;
+        msg.Image(4, 4, row.palette ? "PALETTE COLOR" : "MONOCHROME2").Window("40", "400");
+        if (*row.keyImage) msg.Text(Dicom_Dictionary::MIREL_KEY_IMAGE.GetTag(), "CS", row.keyImage);
+        if (*row.description) msg.Text(0x00700081, "LO", row.description);
+        if (*row.uid) msg.Text(Dicom_Dictionary::MIREL_COLOR_MAP_UID.GetTag(), "LO", row.uid);
+        for (unsigned c = 0; c < 3 && row.palette; ++c) {
+            msg.Words(0x00281101 + c, "US", {256, 0, 8});
+            msg.Words(0x00281201 + c, "OW", std::vector<std::uint16_t>(128));
+        }
+        view.params.SetColormapChangedByUser(row.byUser);
+        EXPECT_EQ(view.Open(msg), 0);
+        ZEV_ColorMap* const map = view.params.GetColorMap();
+        EXPECT_STREQ(map == nullptr ? nullptr : map->GetName(), row.expected);
+    }
+    list.clearAndDestroy();
 }
 
 /// A raster that fails while it is locked.

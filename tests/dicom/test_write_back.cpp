@@ -8,8 +8,6 @@
 #include <ZEV/ZEV_RGBParams.h>
 #include <gtest/gtest.h>
 
-#include <memory>
-
 #include "support.h"
 
 namespace {
@@ -53,7 +51,6 @@ TEST(WriteBack, WindowGammaAndRescale) {
     LogCapture log;
     EXPECT_EQ(dicom.UpdateTheDicom(nullptr, &params), -1);
     EXPECT_EQ(dicom.UpdateTheDicom(&msg, nullptr), -1);
-    EXPECT_EQ(dicom.UpdateDicomWithVoiLut(nullptr, nullptr), -1);
     EXPECT_EQ(log.lines.size(), 2u);
 }
 
@@ -97,47 +94,20 @@ TEST(WriteBack, TheSelectedEntry) {
         EXPECT_EQ(ZEV_Dicom().UpdateDicomWithVoiLut(&msg, &params), 0);
         EXPECT_EQ(msg.GetDouble(Dicom_Tag(0x00281050), 0), 7);
         EXPECT_EQ(text_of(msg, Dicom_Tag(0x00281056)), selection == 1 ? "SIGMOID" : "LINEAR");
-        if (selection != 1) {
-            EXPECT_EQ(text_of(msg, Dicom_Tag(0x00281055)), "Window width and centre");
-        }
+        EXPECT_TRUE(selection == 1 || text_of(msg, Dicom_Tag(0x00281055)) == "Window width and centre");
     }
 }
 
-TEST(BrightnessAndContrast, LimitsAndCounts) {
-    ZEV_RGBParams p;
-    EXPECT_EQ(p.GetCount(), 1);
-    p.SetContrast(0);
-    EXPECT_EQ(p.GetCount(), 1);
-    p.UpdateContrast(0);
-    EXPECT_EQ(p.GetCount(), 2);
-    p.UpdateBrightness(150);
-    EXPECT_EQ(p.GetBrightness(), 100);
-    p.SetBrightness(50), p.UpdateBrightness(-300);
-    EXPECT_EQ(p.GetBrightness(), -100);
-    p.SetBrightness(500);
-    EXPECT_EQ(p.GetBrightness(), 500);
-    EXPECT_FALSE(p.IsBurnToRasterNeeded());
-    p.UpdateBrightness(0), p.SetContrast(3);
-    EXPECT_EQ(p.GetBrightness(), 100);
-    EXPECT_TRUE(p.IsBurnToRasterNeeded());
-
-    ZEV_RGBParams fresh, target;
-    target.SetContrast(9);
-    target.Update(&fresh);
-    EXPECT_EQ(target.GetContrast(), 9);
-    target.Update(nullptr);
-    target.Update(&p);
+TEST(BrightnessAndContrast, LimitsCountsAndMessage) {
+    ZEV_RGBParams limits, target;
+    limits.UpdateBrightness(150), target.SetContrast(9);
+    EXPECT_EQ(limits.GetBrightness(), 100);
+    limits.SetBrightness(50), limits.UpdateBrightness(-300);
+    EXPECT_EQ(limits.GetBrightness(), -100);
+    limits.SetContrast(3), target.Update(&limits), target.Update(nullptr);
     EXPECT_EQ(target.GetContrast(), 3);
-    EXPECT_EQ(target.GetCount(), p.GetCount());
-    const std::unique_ptr<KIT_BaseParams> clone(p.Clone());
-    EXPECT_EQ(static_cast<ZEV_RGBParams&>(*clone).GetContrast(), 0);
-    ZEV_RGBParams frozen;
-    frozen.SetLiveParams(&p), frozen.Freeze();
-    EXPECT_EQ(frozen.GetBrightness(), 100);
-    EXPECT_EQ(frozen.GetCount(), p.GetCount());
-}
+    EXPECT_EQ(target.GetCount(), limits.GetCount());
 
-TEST(BrightnessAndContrast, InAndOutOfAMessage) {
     Message msg;
     ZEV_RGBParams p;
     EXPECT_EQ(p.UpdateFromDicom(nullptr), 0);

