@@ -36,13 +36,14 @@ Json host(OpenedImage& image, const std::optional<KIT_Rect>& rect) {
     refhost::MemoryRaster& raster = image.Raster();
     ZEV_Params& params = image.Params();
     const Dicom_CS modality(image.File().DataSet().Text(kModality).c_str(), nullptr);
-    const bool fullRange = params.ShouldUseFullRange() ||
-                           (image.Modality().GetModality() == SPC_Modality::MODALITY_CT && params.IsLocalizer());
+    const bool fullRange =
+        params.ShouldUseFullRange() ||
+        (image.Modality().GetModality() == SPC_Modality::MODALITY_CT && params.IsLocalizer());
     HST_AutoWindow measure;
     if (measure.AutoWindowing(raster.GetPixels(), rect->left, rect->top, rect->right, rect->bottom,
                               raster.m_Width, modality, params.GetPhotometricInverse(), raster.m_BitsPerPixel,
-                              params.GetPixelPaddingValue(), params.GetPixelPaddingValueLimit(), raster.m_bSigned,
-                              fullRange) != 0) {
+                              params.GetPixelPaddingValue(), params.GetPixelPaddingValueLimit(),
+                              raster.m_bSigned, fullRange) != 0) {
         return nullptr;
     }
     return window(static_cast<int>(measure.m_Center), static_cast<int>(measure.m_Width));
@@ -78,8 +79,10 @@ void AddAutoCommand(CLI::App& app, Run& run) {
     command->add_option("--rect", options->rect, "x0,y0,x1,y1: the part to measure, x1 and y1 excluded")
         ->delimiter(',')
         ->expected(4);
-    command->add_option("--frame", options->presentation.frame, "Frame, from 0")->check(CLI::NonNegativeNumber);
-    command->add_option("--config", options->presentation.config, "Configuration in place of the built-in one");
+    command->add_option("--frame", options->presentation.frame, "Frame, from 0")
+        ->check(CLI::NonNegativeNumber);
+    command->add_option("--config", options->presentation.config,
+                        "Configuration in place of the built-in one");
     command->callback([options, &run] {
         run = [options] {
             LoadConfiguration(options->presentation.config);

@@ -303,8 +303,8 @@ void AddSaveCommand(CLI::App& app, Run& run) {
             }
             if (!options->parameters.empty()) {
                 files.emplace_back(options->parameters,
-                                   EncodeDisplayParameters(image, static_cast<SaveMode>(options->mode), regions,
-                                                           options->parameters));
+                                   EncodeDisplayParameters(image, static_cast<SaveMode>(options->mode),
+                                                           regions, options->parameters));
             }
             for (const auto& [path, bytes] : files) WriteFileAtomically(path, bytes.data(), bytes.size());
         };

@@ -143,8 +143,8 @@ void put_now(DicomDataSet& set) {
 
 }  // namespace
 
-std::string EncodeDisplayParameters(OpenedImage& image, SaveMode mode, const std::vector<std::string>& regions,
-                                    const std::string& path) {
+std::string EncodeDisplayParameters(OpenedImage& image, SaveMode mode,
+                                    const std::vector<std::string>& regions, const std::string& path) {
     if (image.File().IsColour()) {
         throw PresentError(image.File().Path(),
                            "is in colour and has no display parameters; a copy (-o) takes brightness and "
@@ -191,7 +191,8 @@ std::vector<std::string> ReadSavedRegions(const std::string& path) {
     if (sequence == nullptr) return regions;
     for (const DicomDataSet& item : sequence->items) {
         const DicomElement* text = item.Find(kRegionText);
-        if (text != nullptr) regions.push_back(text->bytes.substr(0, text->bytes.find_last_not_of(std::string(" \0", 2)) + 1));
+        if (text != nullptr)
+            regions.push_back(text->bytes.substr(0, text->bytes.find_last_not_of(std::string(" \0", 2)) + 1));
     }
     return regions;
 }

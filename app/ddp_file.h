@@ -20,8 +20,8 @@ enum class SaveMode : long {
 /// in the image's own modality units; no rescale goes along. Throws PresentError, with `path` as the file that cannot be
 /// written, for an image that has no UID or is in colour, and for a text that is too long.
 /// `regions` are texts as RegionSpec writes them; they go into a private sequence.
-std::string EncodeDisplayParameters(OpenedImage& image, SaveMode mode, const std::vector<std::string>& regions,
-                                    const std::string& path);
+std::string EncodeDisplayParameters(OpenedImage& image, SaveMode mode,
+                                    const std::vector<std::string>& regions, const std::string& path);
 
 /// Reads a display-parameter file for the image of a SOP Instance UID. Throws PresentError when it belongs to
 /// another image, or to none, unless `force` says to take it all the same.

@@ -59,9 +59,7 @@ DicomFile DicomFile::Load(const std::string& path, int frame) {
     return file;
 }
 
-std::unique_ptr<OBJ_Msg> DicomFile::MakeMessage() const {
-    return ::MakeMessage(m_DataSet);
-}
+std::unique_ptr<OBJ_Msg> DicomFile::MakeMessage() const { return ::MakeMessage(m_DataSet); }
 
 /// PS3.3 C.7.6.16: what holds for all frames first, then the frame's own.
 void DicomFile::lift_functional_groups(int frame) {

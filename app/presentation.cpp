@@ -41,7 +41,8 @@ const char* const kSuvScaleSource = "colormap-suv";
 /// Fractions cut off, beyond the ends the end.
 int truncated(double value) {
     if (!(value > std::numeric_limits<int>::min())) return std::numeric_limits<int>::min();
-    return value < std::numeric_limits<int>::max() ? static_cast<int>(value) : std::numeric_limits<int>::max();
+    return value < std::numeric_limits<int>::max() ? static_cast<int>(value)
+                                                   : std::numeric_limits<int>::max();
 }
 
 int nearest(double value) { return truncated(std::floor(value + 0.5)); }
@@ -67,8 +68,9 @@ refhost::MemoryRaster make_raster(const DicomFile& file) {
 
 void AddPresentationOptions(CLI::App& command, PresentationOptions& options) {
     using Limits = std::numeric_limits<int>;
-    CLI::Option* center = command.add_option("--center", options.center, "Window centre, after rescale")
-                              ->check(CLI::Range(double(Limits::min()), double(Limits::max())).description(""));
+    CLI::Option* center =
+        command.add_option("--center", options.center, "Window centre, after rescale")
+            ->check(CLI::Range(double(Limits::min()), double(Limits::max())).description(""));
     CLI::Option* width = command.add_option("--width", options.width, "Window width, after rescale")
                              ->check(CLI::Range(0.0, double(Limits::max())).description(""));
     center->needs(width);
@@ -87,7 +89,8 @@ void AddPresentationOptions(CLI::App& command, PresentationOptions& options) {
     command.add_option("--frame", options.frame, "Frame, from 0")->check(CLI::NonNegativeNumber);
     CLI::Option* saved = command.add_option("--ddp", options.displayParameters,
                                             "Display-parameter file to lay over the image first");
-    command.add_flag("--force", options.force, "Take a display-parameter file of another image")->needs(saved);
+    command.add_flag("--force", options.force, "Take a display-parameter file of another image")
+        ->needs(saved);
     command.add_option("--config", options.config, "Configuration in place of the built-in one");
 }
 
@@ -152,7 +155,8 @@ void OpenedImage::measure_range() {
     const int value = padding(kPaddingValue, ZEV_Params::kNoPadding);
     const auto [first, last] = std::minmax({value, padding(kPaddingLimit, value)});
     int low = std::numeric_limits<int>::max(), high = std::numeric_limits<int>::min();
-    const std::size_t count = static_cast<std::size_t>(m_File.Rows()) * static_cast<std::size_t>(m_File.Columns());
+    const std::size_t count =
+        static_cast<std::size_t>(m_File.Rows()) * static_cast<std::size_t>(m_File.Columns());
     for (std::size_t i = 0; i < count; ++i) {
         const int pixel = pixels.Get(i);
         if (pixel >= first && pixel <= last) continue;
@@ -170,16 +174,19 @@ bool OpenedImage::can_show_suv() const {
 }
 
 ModalityWindow OpenedImage::suv_scale() const {
-    const double top = static_cast<double>(m_Units.TranslateBackFromUnitsToPixel(kSuvScaleTop, SPC_UNITS_SUV_BW));
+    const double top =
+        static_cast<double>(m_Units.TranslateBackFromUnitsToPixel(kSuvScaleTop, SPC_UNITS_SUV_BW));
     return {top / 2.0, top};
 }
 
 /// A PT image that its map of SUV type cannot bring to the SUV scale says why.
 void OpenedImage::note_missing_suv_scale() {
     const ZEV_ColorMap* map = m_Params.GetColorMap();
-    if (m_Modality.GetModality() != SPC_Modality::MODALITY_PT || map == nullptr || !map->GetIsSUVType()) return;
+    if (m_Modality.GetModality() != SPC_Modality::MODALITY_PT || map == nullptr || !map->GetIsSUVType())
+        return;
     if (const wchar_t* missing = m_Units.GetMissingDataText(SPC_UNITS_SUV_BW)) {
-        m_Notes.push_back("not on the SUV scale: it needs " + refhost::ToUtf8(missing) + ", which the image lacks");
+        m_Notes.push_back("not on the SUV scale: it needs " + refhost::ToUtf8(missing) +
+                          ", which the image lacks");
     }
 }
 
@@ -222,13 +229,15 @@ bool OpenedImage::ModalityInverse() {
 bool OpenedImage::WindowIsAsInFile() {
     const bool isFromFile =
         m_AsOpened.windowSource == "voi-lut-entry" || m_AsOpened.windowSource == "raw-attributes";
-    return isFromFile && m_Params.GetCenter() == m_AsOpened.center && m_Params.GetWidth() == m_AsOpened.width &&
-           m_Params.GetVoiLutSelection() == m_AsOpened.voiLutSelection && m_bUseRescale != m_AsOpened.inStoredValues;
+    return isFromFile && m_Params.GetCenter() == m_AsOpened.center &&
+           m_Params.GetWidth() == m_AsOpened.width &&
+           m_Params.GetVoiLutSelection() == m_AsOpened.voiLutSelection &&
+           m_bUseRescale != m_AsOpened.inStoredValues;
 }
 
 bool OpenedImage::HasNaturalGammaInstead() {
-    return m_Message->Get(Dicom_Dictionary::MIREL_GAMMA_WINDOWING_VALUE) != nullptr && !m_Params.IsGammaDisabled() &&
-           !m_Params.GammaExistAndNotNaturalValue();
+    return m_Message->Get(Dicom_Dictionary::MIREL_GAMMA_WINDOWING_VALUE) != nullptr &&
+           !m_Params.IsGammaDisabled() && !m_Params.GammaExistAndNotNaturalValue();
 }
 
 bool OpenedImage::loses_fractions(const ModalityWindow& window) const {
@@ -294,7 +303,8 @@ void OpenedImage::lay_display_parameters(const PresentationOptions& options) {
     if (can_show_suv()) view.Append(&m_Units);
     ZEV_Dicom().UpdateFromDDP(m_Message.get(), &m_Raster, &m_Params, saved.get(), &view);
 
-    const Dicom_Tag centerTag(kWindowCenter), widthTag(kWindowWidth), slopeTag(kSlope), interceptTag(kIntercept);
+    const Dicom_Tag centerTag(kWindowCenter), widthTag(kWindowWidth), slopeTag(kSlope),
+        interceptTag(kIntercept);
     const auto has = [&](const Dicom_Tag& tag) { return saved->Get(tag) != nullptr; };
     const ZEV_ColorMap* map = m_Params.GetColorMap();
     if (has(centerTag) && has(widthTag)) {
@@ -302,7 +312,8 @@ void OpenedImage::lay_display_parameters(const PresentationOptions& options) {
         m_SavedWindow = window;
         const double slope = saved->GetDouble(slopeTag, 1.0);
         if (has(interceptTag) && has(slopeTag) && slope != 0.0) {
-            window.center = (window.center - saved->GetDouble(interceptTag, 0.0)) / slope * m_Slope + m_Intercept;
+            window.center =
+                (window.center - saved->GetDouble(interceptTag, 0.0)) / slope * m_Slope + m_Intercept;
             window.width = window.width / slope * m_Slope;
         }
         m_WindowSource = "saved";
@@ -329,8 +340,10 @@ void OpenedImage::lay_display_parameters(const PresentationOptions& options) {
 void OpenedImage::show_saved_window(ModalityWindow window) {
     choose_units(window);
     const int selection = m_Params.GetVoiLutSelection();
-    const bool isCurve = selection >= 0 && m_Params.GetVoiLutManager()->m_Entries[static_cast<std::size_t>(selection)]
-                                                   ->m_FunctionCode != Mapper_WindowingEntry::FUNCTION_LINEAR;
+    const bool isCurve =
+        selection >= 0 &&
+        m_Params.GetVoiLutManager()->m_Entries[static_cast<std::size_t>(selection)]->m_FunctionCode !=
+            Mapper_WindowingEntry::FUNCTION_LINEAR;
     if (!m_bUseRescale && isCurve) {
         set_window(window);
     } else {
@@ -390,7 +403,8 @@ void OpenedImage::set_numbers(const ModalityWindow& window) {
 std::optional<StoredWindow> MeasureWindow(OpenedImage& image) {
     // Opened as an image that brings no window, so that the road is the same as for one.
     OBJ_Msg bare(image.Message());
-    for (const std::uint32_t tag : {kWindowCenter, kWindowWidth, kVoiLutSequence}) bare.Remove(Dicom_Tag(tag));
+    for (const std::uint32_t tag : {kWindowCenter, kWindowWidth, kVoiLutSequence})
+        bare.Remove(Dicom_Tag(tag));
     ZEV_Params measured;
     KIT_BaseParamsVec view(L"zev auto");
     view.Append(&image.Modality());
@@ -428,8 +442,8 @@ ModalityWindow OpenedImage::exact_window(const ZEV_PresetValue& preset) const {
         ends[1] = preset.GetCenter() + preset.GetWidth() / 2.0;
     }
     PRM_ITreePtr root(CLSID_PRM_Tree);
-    const bool inRealWorldValues = m_Units.HasRealWorldValidInfo() &&
-                                   root->GetIntDefault(L"gra\\apply_real_world_to_window", 0) != 0;
+    const bool inRealWorldValues =
+        m_Units.HasRealWorldValidInfo() && root->GetIntDefault(L"gra\\apply_real_world_to_window", 0) != 0;
     const SPC_MEASUREMENT_UNITS units = ZEV_WindowingUnits::ConvertFromZevWindowingUnits(preset.GetUnits());
     for (double& end : ends) {
         if (units != SPC_UNITS_UNKNOWN) {
@@ -448,13 +462,14 @@ void OpenedImage::apply_preset(const std::string& name) {
     const std::string what = "preset '" + name + "' ";
     const SPC_MEASUREMENT_UNITS units = ZEV_WindowingUnits::ConvertFromZevWindowingUnits(preset.GetUnits());
     if (const wchar_t* missing = m_Units.GetMissingDataText(units)) {
-        throw PresentError(m_File.Path(), what + "needs " + refhost::ToUtf8(missing) + ", which the image lacks");
+        throw PresentError(m_File.Path(),
+                           what + "needs " + refhost::ToUtf8(missing) + ", which the image lacks");
     }
     // Presets are told in modality units.
     change_to_modality_values();
     const float gamma = m_Params.GetGamma();
-    if (!ZEV_Dicom::SetWindowingPresetValues(&m_Params, &m_View, preset.GetMin(), preset.GetMax(), preset.GetCenter(),
-                                             preset.GetWidth(), preset.GetUnits())) {
+    if (!ZEV_Dicom::SetWindowingPresetValues(&m_Params, &m_View, preset.GetMin(), preset.GetMax(),
+                                             preset.GetCenter(), preset.GetWidth(), preset.GetUnits())) {
         throw PresentError(m_File.Path(), what + "cannot be applied");
     }
     m_Params.SetGamma(gamma);

@@ -181,7 +181,8 @@ TEST_F(Program, RealFilesOpenToTheirFirstWindow) {
         const std::size_t slash = windows.find(" / ");
         if (slash == std::string::npos) continue;
         // A PT image opens on the SUV scale instead.
-        const Json info = Info(support::TestData() + "/" + row["file"] + (row["modality"] == "PT" ? " --voi 0" : ""));
+        const Json info =
+            Info(support::TestData() + "/" + row["file"] + (row["modality"] == "PT" ? " --voi 0" : ""));
         EXPECT_EQ(info["center"], static_cast<int>(std::stod(windows)));
         EXPECT_EQ(info["width"], static_cast<int>(std::stod(windows.substr(slash + 3))));
         EXPECT_EQ(info["photometricInverse"], row["photometric"] == "MONOCHROME1");
@@ -196,7 +197,8 @@ void write_ramp(const std::string& path, const std::vector<std::pair<std::uint32
     set.PutText(DicomTag(0x0008, 0x0060), "CS", "MR");
     set.PutWord(DicomTag(0x0028, 0x0002), "US", 1);
     set.PutText(DicomTag(0x0028, 0x0004), "CS", "MONOCHROME2");
-    for (const auto& [element, value] : {std::pair{0x10, 64}, {0x11, 64}, {0x100, 16}, {0x101, 12}, {0x102, 11}, {0x103, 0}})
+    for (const auto& [element, value] :
+         {std::pair{0x10, 64}, {0x11, 64}, {0x100, 16}, {0x101, 12}, {0x102, 11}, {0x103, 0}})
         set.PutWord(DicomTag(0x0028, static_cast<unsigned>(element)), "US", value);
     for (const auto& [tag, text] : decimals) set.PutText(tag, "DS", text);
     std::string pixels;

@@ -134,7 +134,7 @@ TEST_F(Regions, EachPixelHasTheWindowOfItsRegion) {
         for (int y = 0; y < picture.height; ++y) {
             for (int x = 0; x < picture.width; ++x) {
                 const Picture* expected = row.expected(x + 0.5, y + 0.5);
-                if (expected != nullptr) ASSERT_TRUE(same(picture, *expected, x, y)) << x << "," << y;
+                ASSERT_TRUE(expected == nullptr || same(picture, *expected, x, y)) << x << "," << y;
             }
         }
     }
