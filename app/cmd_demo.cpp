@@ -2,10 +2,12 @@
 
 #include <iostream>
 #include <memory>
+#include <utility>
 
 #include "commands.h"
 #include "contact_sheet.h"
 #include "png_file.h"
+#include "region_view.h"
 #include "renderer.h"
 #include "samples.h"
 
@@ -16,7 +18,17 @@ struct View {
     const char* picture;
     const char* caption;
     PresentationOptions options;
+    ViewOptions view = {};
 };
+
+ViewOptions regions(std::vector<std::string> texts, double zoom = 1.0, double degrees = 0.0) {
+    ViewOptions view;
+    view.regions = std::move(texts);
+    view.zoom = zoom;
+    view.rotate = degrees;
+    view.smooth = zoom != 1.0;
+    return view;
+}
 
 PresentationOptions windowed(int center, int width) {
     PresentationOptions options;
@@ -62,7 +74,7 @@ PresentationOptions suv_in_grey() {
     return options;
 }
 
-/// Every sample as it opens, and once as a user might change it.
+/// Every sample as it opens, once as a user might change it, and some with regions.
 std::vector<View> views() {
     return {{"ct", "ct", "CT as opened 40/400", {}},
             {"mr", "mr", "MR as opened: entry 0", {}},
@@ -79,7 +91,28 @@ std::vector<View> views() {
             {"mg", "mg-gamma", "MG gamma 0.6", with_gamma(0.6F)},
             {"nm", "nm-grey", "NM in grey, inverted", coloured("Inverted grayscale")},
             {"xa", "xa-linear", "XA linear 1800/1600", windowed(1800, 1600)},
-            {"pt", "pt-grey", "PT SUV 0-5, inverted", suv_in_grey()}};
+            {"pt", "pt-grey", "PT SUV 0-5, inverted", suv_in_grey()},
+            {"ct",
+             "ct-regions",
+             "CT lungs in two polygons",
+             {},
+             regions({"polygon:95,230 130,150 240,140 250,330 160,375 95,330;preset=Lung",
+                      "polygon:285,140 360,150 415,230 415,330 350,375 285,330;preset=Lung"})},
+            {"mr",
+             "mr-region",
+             "MR lesion, zoomed",
+             {},
+             regions({"ellipse:168,94,18,18;center=1700;width=1200;invert"}, 1.8)},
+            {"pt",
+             "pt-region",
+             "PT outside an ellipse",
+             {},
+             regions({"ellipse:100,120,62,70;negate;colormap=Hot Iron"}, 1.5, 20)},
+            {"cr",
+             "cr-region",
+             "CR wrist, turned",
+             {},
+             regions({"rect:120,330,330,450;center=2600;width=1800"}, 1.4, -30)}};
 }
 
 }  // namespace
@@ -101,7 +134,10 @@ void AddDemoCommand(CLI::App& app, Run& run) {
                     std::cerr << "\rdrawing " << drawn.size() + 1 << " of " << all.size() << std::flush;
                 const std::string base = *directory + "/";
                 OpenedImage image(base + view.sample + ".dcm", view.options);
-                drawn.push_back({view.caption, Render(image)});
+                const std::vector<RegionSpec> specs = ParseRegions(view.view.regions);
+                drawn.push_back(
+                    {view.caption, specs.empty() ? Render(image)
+                                                 : RegionView(image, view.options, specs, view.view).Draw()});
                 WritePng(base + view.picture + ".png", drawn.back().picture);
             }
             if (onTerminal) std::cerr << "\r\033[K";
