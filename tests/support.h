@@ -1,19 +1,30 @@
 #pragma once
 
+#include <DICOM/Dicom_Dictionary.h>
+#include <DICOM/Dicom_FL.h>
 #include <DICOM/Dicom_Tag.h>
+#include <KIT/KIT_BaseParamsVec.h>
 #include <OBJ/OBJ_Msg.h>
+#include <SPC/SPC_Modality.h>
+#include <ZEV/ZEV_ColorMap.h>
+#include <ZEV/ZEV_Dicom.h>
 #include <ZEV/ZEV_Params.h>
 #include <ZEV/ZEV_WindowingTable.h>
+#include <gtest/gtest.h>
 #include <refhost/Log.h>
 #include <refhost/MemoryContext.h>
 #include <refhost/MemoryRaster.h>
 
+#include <algorithm>
+#include <climits>
+#include <cmath>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
-/// What several test programs share.
+/// What several test programs share, the usual headers included.
 namespace support {
 
 /// A message written down as {tag, VR, text or numbers}.

@@ -72,8 +72,7 @@ TEST_F(VendorLibrary, TakesOverOnceItCanBeLoaded) {
     EXPECT_EQ(empty.LockDepth(), 0);
 
     int width = 0, center = 0;
-    EXPECT_EQ(ZEV_AutoWindowing().Calc(&m_Raster, 0, 0, 3, 2, 0, &width, &center, SPC_Modality::MODALITY_MR),
-              0);
+    ZEV_AutoWindowing().Calc(&m_Raster, 0, 0, 3, 2, 0, &width, &center, SPC_Modality::MODALITY_MR);
     EXPECT_EQ(center, 45) << "coordinates never reach it";
 
     // Where it has no say.

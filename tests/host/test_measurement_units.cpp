@@ -61,32 +61,19 @@ TEST(MeasurementUnits, UptakeValues) {
         {"over midnight", {{kStartTime, "233000"}, {kSeriesTime, "003000"}}, bw, half},
         {"fractions and short times", {{kStartTime, "1059"}, {kSeriesTime, "115900.0000"}}, bw, half},
         {"old form of a time", {{kStartTime, "11:00:00"}, {kSeriesDate, "2024.03.01"}}, bw, half},
-        {"a date alone is no start", {{kStart, "20240301"}}, bw, half},
-        {"a time in the message's zone",
-         {{kAcquired, "20240301100000+0000"}, {kZone, "+0200"}, {kDecay, "NONE"}, {kStartTime, "110000"}},
-         bw,
-         half},
+        {"the zone", {{kAcquired, "20240301100000+0000"}, {kZone, "+0200"}, {kDecay, "NONE"}}, bw, half},
         {"start with a date", {{kStart, "20240229120000"}, {kHalfLife, "86400"}}, bw, half},
         {"a zone", {{kStart, "20240301130000+0200"}, {kSeriesTime, "120000"}, {kZone, "+0000"}}, bw, half},
-        {"a zone that nothing compares with", {{kStart, "20240301110000+0500"}}, bw, half},
         {"a series made later", {{kSeriesTime, "18"}, {kAcqDate, "20240301"}, {kAcqTime, "12"}}, bw, half},
         {"not corrected: the acquisition", {{kDecay, "NONE"}, {kAcquired, at13}}, bw, half / 2},
-        {"no series time", {{kSeriesTime, ""}, {kAcquired, at12}}, bw, half},
         {"uptake values already", {{kUnits, "GML"}, {kDose, ""}, {kWeight, ""}}, bw, 1.0},
         {"uptake of one kind as another", {{kUnits, "GML"}, {kDose, ""}}, lbm, 80000 / man},
-        {"lean uptake", {{kUnits, "GML"}, {kSuvType, "LBM"}}, bw, man / 80000},
 
-        {"weight 0", {{kWeight, "0"}}, bsa, 0, L"the patient's weight"},
         {"size that is no number", {{kSize, "tall"}}, bsa, 0, L"the patient's size"},
-        {"other sex", {{kSex, "O"}}, lbm, 0, L"the patient's sex"},
         {"no such body", {{kSize, "0.5"}}, lbm, 0, L"a plausible weight and size of the patient"},
-        {"counts", {{kUnits, "CNTS"}}, bw, 0, noPixels},
         {"ideal weight", {{kUnits, "GML"}, {kSuvType, "IBW"}}, bw, 0, noPixels},
-        {"dose 0", {{kDose, "0"}}, bw, 0, L"the injected dose"},
         {"no half-life", {{kHalfLife, "-1"}}, bw, 0, L"the half-life of the radionuclide"},
-        {"no decay correction", {{kDecay, ""}}, bw, 0, L"the kind of decay correction"},
         {"no injection time", {{kStartTime, "25"}}, bw, 0, L"the time of the injection"},
-        {"no scan date", {{kSeriesDate, "20241301"}}, bw, 0, L"the time of the scan"},
         {"injected after the scan", {{kStart, at13}}, bw, 0, noScan},
         {"all decayed", {{kStart, "19500101000000"}}, bw, 0, noScan},
         {"no such units", {}, static_cast<SPC_MEASUREMENT_UNITS>(5), 0, L"units that are known"},
@@ -146,9 +133,6 @@ TEST(MeasurementUnits, RealWorldValues) {
         {"table: the nearest", {{{10, 13}, {}, {0, 5, 20, 100}}}, 14.0f, 12.0f},
         {"table: a falling one with a hole", {{{0, 3}, {}, {30, nan, 10, 0}}}, 28.0f, 0.0f},
         {"table longer than its range", {{{0, 1}, {}, {0, 1, 2, 3}}}, 3.0f, 1.0f},
-        {"slope 0", {{{0, 100}, {0, 5}, {}}}, 3.0f, NAN},
-        {"no range", {{{}, {1, 0}, {}}}, 3.0f, NAN},
-        {"table of nothing", {{{0, 1}, {}, {nan, nan}}}, 3.0f, NAN},
         {"the first usable one", {{{0, 100}, {0, 5}, {}}, {{0, 100}, {2, 0}, {}}}, 30.0f, 15.0f},
     };
     for (const auto& row : rows) {
@@ -156,14 +140,11 @@ TEST(MeasurementUnits, RealWorldValues) {
         OBJ_Msg msg;
         for (const Mapping& mapping : row.mappings) {
             Dicom_Msg* const item = msg.AddItem(Dicom_Tag(0x00409096));
-            const unsigned rangeTags[] = {0x00409216, 0x00409211};
-            const unsigned lineTags[] = {0x00409225, 0x00409224};
-            for (std::size_t i = 0; i < mapping.range.size(); ++i) {
+            const unsigned rangeTags[] = {0x00409216, 0x00409211}, lineTags[] = {0x00409225, 0x00409224};
+            for (std::size_t i = 0; i < 2; ++i) {
                 const auto word = static_cast<unsigned short>(mapping.range[i]);
                 item->PutBytes(Dicom_Tag(rangeTags[i]), "US", &word, 2);
-            }
-            for (std::size_t i = 0; i < mapping.line.size(); ++i) {
-                item->PutBytes(Dicom_Tag(lineTags[i]), "FD", &mapping.line[i], 8);
+                if (!mapping.line.empty()) item->PutBytes(Dicom_Tag(lineTags[i]), "FD", &mapping.line[i], 8);
             }
             if (!mapping.table.empty()) {
                 item->PutBytes(Dicom_Tag(0x00409212), "FD", mapping.table.data(), mapping.table.size() * 8);

@@ -1,9 +1,3 @@
-#include <ZEV/ZEV_ColorMap.h>
-#include <ZEV/ZEV_Params.h>
-#include <gtest/gtest.h>
-
-#include <memory>
-
 #include "support.h"
 
 namespace {
@@ -12,19 +6,20 @@ using support::Message;
 
 /// Every value that a way of copying may take over, as text, so that two objects compare at a glance.
 std::string state(ZEV_Params& p) {
-    KIT_Rect rect;
-    p.GetOutputRect(rect);
     std::string s;
     const auto add = [&s](const char* name, double value) {
-        s += std::string(name) + "=" + std::to_string(value) + " ";
+        (s += name) += "=" + std::to_string(value) + " ";
+    };
+    const auto held = [&add](const char* name, const void* pointer) {
+        add(name, static_cast<double>(reinterpret_cast<std::uintptr_t>(pointer)));
     };
     add("active", p.GetActive()), add("negate", p.GetNegate()), add("tableCC", p.GetTableCC());
     add("maskCC", p.GetMaskCC()), add("center", p.GetCenter()), add("width", p.GetWidth());
     add("min", p.GetWindowMin()), add("max", p.GetWindowMax()), add("minScale", p.GetWindowMinScale());
     add("maxScale", p.GetWindowMaxScale()), add("center0", p.GetInitialCenter()), add("gamma", p.GetGamma());
-    add("inverse", p.IsInverse()), add("intercept", p.GetRescaleIntercept()),
-        add("slope", p.GetRescaleSlope());
-    add("rescaled", p.IsRescaleInitialized()), add("byDicom", p.GetFlagValuesByDicom());
+    add("inverse", p.IsInverse()), add("intercept", p.GetRescaleIntercept());
+    add("slope", p.GetRescaleSlope()), add("rescaled", p.IsRescaleInitialized()),
+        add("byDicom", p.GetFlagValuesByDicom());
     add("padding", p.GetPixelPaddingValue()), add("limit", p.GetPixelPaddingValueLimit());
     add("usePadding", p.GetUsePadding()), add("localizer", p.IsLocalizer());
     add("inverseCC", p.GetInverseChangeCounter().GetCount()), add("photometric", p.GetPhotometricInverse());
@@ -32,11 +27,11 @@ std::string state(ZEV_Params& p) {
     add("useRescale", p.GetUseRescale()), add("windowByUser", p.GetWindowingChangedByUser());
     add("mapByUser", p.GetColormapChangedByUser()), add("minData", p.GetMinDataValue());
     add("maxData", p.GetMaxDataValue()), add("originals", p.IsOriginalParamFromDP());
-    add("pval", static_cast<double>(reinterpret_cast<std::uintptr_t>(p.GetMapperPvLut().get())));
-    add("raster", static_cast<double>(reinterpret_cast<std::uintptr_t>(p.GetReferenceRaster())));
-    add("map", static_cast<double>(reinterpret_cast<std::uintptr_t>(p.GetColorMap())));
-    add("dicomMap", static_cast<double>(reinterpret_cast<std::uintptr_t>(p.GetDicomColorMap())));
-    add("msg", static_cast<double>(reinterpret_cast<std::uintptr_t>(p.GetLastUpdatedMsg())));
+    held("pval", p.GetMapperPvLut().get());
+    held("raster", p.GetReferenceRaster());
+    held("map", p.GetColorMap());
+    held("dicomMap", p.GetDicomColorMap());
+    held("msg", p.GetLastUpdatedMsg());
     return s;
 }
 
@@ -56,12 +51,12 @@ struct Changed {
         params.SetPhotometricInverse(true), params.SetHighlight(5, 6);
         params.SetReferenceRaster(&raster, false), params.SetLastUpdatedMsg(&msg);
         params.AddDicomColorMap(new ZEV_ColorMap), params.SetColorMap(&map);
-        params.SetChangeColorMapsOnAllDSTypes(true), params.SetMinMaxScaleMode(true),
-            params.SetUseRescale(false);
+        params.SetChangeColorMapsOnAllDSTypes(true), params.SetMinMaxScaleMode(true);
+        params.SetUseRescale(false);
         params.SetWindowingChangedByUser(true), params.SetColormapChangedByUser(true);
         params.SetMinDataValue(1.5f), params.SetMaxDataValue(2.5f);
-        params.SetOriginalCenterFromDP(1), params.SetOriginalWidthFromDP(2),
-            params.SetOriginalInverseFromDP(true);
+        params.SetOriginalCenterFromDP(1), params.SetOriginalWidthFromDP(2);
+        params.SetOriginalInverseFromDP(true);
         KIT_Rect rect(1, 2, 3, 4);
         params.SetOutputRect(rect);
         params.SetOriginal(false);

