@@ -6,6 +6,7 @@
 #include <OBJ/OBJ_Msg.h>
 #include <ZEV/ZEV_Params.h>
 
+#include "zev_dicom_values.h"
 #include "zev_log.h"
 #include "zev_numeric.h"
 #include "zev_voi.h"
@@ -108,8 +109,8 @@ void ZEV_Params::ReplaceOBJMessage(OBJ_Msg* msg) {
                                                              zev::kVoiMaxOutput, zev::kVoiLutKeptByManager);
     if (lut == nullptr) return;
     // Narrowed to float before truncation, here and nowhere else.
-    InitCenter(zev::TruncToInt(static_cast<float>(lut->GetVOICenter())));
-    InitWidth(zev::TruncToInt(static_cast<float>(lut->GetVOIWidth())));
+    InitCenter(zev::TruncToInt(zev::NarrowToFloat(lut->GetVOICenter())));
+    InitWidth(zev::TruncToInt(zev::NarrowToFloat(lut->GetVOIWidth())));
     SetVoiLutSelection(0, false);
 
     if (bogus) return;
