@@ -3,8 +3,12 @@
 # Tables are the same bit for bit everywhere: no fused multiply-add, no fast-math.
 add_compile_options(-ffp-contract=off)
 # Log lines name their source relative to the project.
-add_compile_options(-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
-add_compile_options(-Wall -Wextra)
+add_compile_options(-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+# CI builds with ZEV_WERROR; a stranger's newer compiler may warn of something else and should still build.
+add_compile_options(-Wall -Wextra -Wconversion)
+if(ZEV_WERROR)
+    add_compile_options(-Werror)
+endif()
 
 if(ZEV_SANITIZE)
     add_compile_options(-fsanitize=${ZEV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -3,7 +3,7 @@
 set -eu
 
 packages="build-essential cmake ninja-build ccache libgdcm-dev libboost-dev nlohmann-json3-dev libspdlog-dev
-libcli11-dev libpng-dev zlib1g-dev libgtest-dev libbenchmark-dev"
+libcli11-dev libfast-float-dev libpng-dev zlib1g-dev libgtest-dev libbenchmark-dev"
 
 missing=""
 for package in $packages; do
