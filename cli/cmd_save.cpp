@@ -1,0 +1,68 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "commands.h"
+#include "io/atomic_file.h"
+#include "io/present_error.h"
+#include "options.h"
+#include "present/ddp_file.h"
+#include "present/dicom_copy.h"
+
+void AddSaveCommand(CLI::App& app, Run& run) {
+    struct Options {
+        std::string input, output, parameters;
+        long mode = static_cast<long>(SaveMode::kPresent);
+        PresentationOptions presentation;
+        BrightnessOptions brightness;
+        ViewOptions view;
+    };
+    auto options = std::make_shared<Options>();
+    CLI::App* command =
+        app.add_subcommand("save", "Write the presentation into a copy, or into a file of its own");
+    command->add_option("INPUT", options->input, "DICOM file")->required();
+    CLI::Option* output =
+        command->add_option("-o,--output", options->output, "Copy of the file with the presentation in it");
+    CLI::Option* parameters = command->add_option("--ddp-out", options->parameters, "Display-parameter file");
+    command
+        ->add_option(
+            "--mode", options->mode,
+            "Window in the display-parameter file: 1 as it was saved before, 2 the present one, 4 none")
+        ->check(CLI::IsMember({1, 2, 4}).description(""))
+        ->needs(parameters);
+    AddPresentationOptions(*command, options->presentation);
+    AddBrightnessOptions(*command, options->brightness);
+    AddRegionOption(*command, options->view);
+    command->callback([options, output, parameters, &run] {
+        if (output->empty() && parameters->empty()) throw CLI::RequiredError("save: one of -o and --ddp-out");
+        run = [options] {
+            if (options->output == options->parameters)
+                throw UsageError("-o and --ddp-out name the same file");
+            LoadConfiguration(options->presentation.config);
+            OpenedImage image(options->input, options->presentation);
+            ZEV_RGBParams rgb;
+            ReadBrightness(image, options->brightness, rgb);
+            // All that may be refused comes before the first file.
+            std::vector<std::pair<std::string, std::string>> files;
+            if (!options->output.empty()) {
+                files.emplace_back(options->output,
+                                   EncodeCopy(image, options->presentation.frame, rgb, options->output));
+            }
+            std::vector<std::string> regions;
+            if (!options->view.regions.empty() && options->parameters.empty())
+                throw UsageError("--region is kept in a display-parameter file: give --ddp-out");
+            if (const std::vector<RegionSpec> specs = AllRegions(image, options->view); !specs.empty()) {
+                // Made once, so that a setting that does not hold is refused now.
+                RegionView(image, options->presentation, specs, ViewOptions());
+                for (const RegionSpec& spec : specs) regions.push_back(spec.ToText());
+            }
+            if (!options->parameters.empty()) {
+                files.emplace_back(options->parameters,
+                                   EncodeDisplayParameters(image, static_cast<SaveMode>(options->mode),
+                                                           regions, options->parameters));
+            }
+            for (const auto& [path, bytes] : files) WriteFileAtomically(path, bytes.data(), bytes.size());
+        };
+    });
+}

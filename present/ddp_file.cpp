@@ -1,0 +1,203 @@
+#include "ddp_file.h"
+
+#include <DICOM/Dicom_Dictionary.h>
+#include <DICOM/Dicom_FL.h>
+#include <DICOM/Dicom_LO.h>
+#include <KIT/KIT_DDPInfo.h>
+#include <ZEV/ZEV_Params.h>
+
+#include <algorithm>
+#include <cstring>
+#include <ctime>
+
+#include "io/dicom_editor.h"
+#include "io/dicom_reader.h"
+#include "io/dicom_tags.h"
+#include "io/dicom_writer.h"
+#include "io/present_error.h"
+#include "message_elements.h"
+#include "presentation.h"
+
+namespace {
+
+// In the private block as this program writes it; no other attribute of the block has these numbers.
+constexpr std::uint32_t kCreator = DicomTag(Dicom_Dictionary::PRIVATE_GROUP, 0x0010);
+constexpr std::uint32_t kRegions = DicomTag(Dicom_Dictionary::PRIVATE_GROUP, 0x1020);
+constexpr std::uint32_t kRegionText = DicomTag(Dicom_Dictionary::PRIVATE_GROUP, 0x1021);
+constexpr const char* kCreatorText = Dicom_Dictionary::PRIVATE_CREATOR_TEXT;
+
+constexpr const char* kRawDataStorage = "1.2.840.10008.5.1.4.1.1.66";
+/// Stands for this layout of the file, as Raw Data Storage wants of each creator.
+constexpr const char* kCreatorVersion = "2.25.188219420938301724419380142385027312";
+
+/// Patient and study, as far as every object of a study has them; those that must be there come empty where
+/// the image has none.
+struct Copied {
+    std::uint32_t tag;
+    const char* vr;
+    bool isRequired;
+};
+constexpr Copied kIdentification[] = {
+    {tag::kSpecificCharacterSet, "CS", false}, {DicomTag(0x0008, 0x0020), "DA", true},
+    {DicomTag(0x0008, 0x0030), "TM", true},    {DicomTag(0x0008, 0x0050), "SH", true},
+    {DicomTag(0x0008, 0x0070), "LO", true},    {DicomTag(0x0008, 0x0090), "PN", true},
+    {DicomTag(0x0008, 0x1030), "LO", false},   {DicomTag(0x0010, 0x0010), "PN", true},
+    {DicomTag(0x0010, 0x0020), "LO", true},    {DicomTag(0x0010, 0x0021), "LO", false},
+    {DicomTag(0x0010, 0x0030), "DA", true},    {DicomTag(0x0010, 0x0040), "CS", true},
+    {DicomTag(0x0020, 0x000D), "UI", true},    {DicomTag(0x0020, 0x0010), "SH", true},
+};
+
+/// The attribute that an entry of the record belongs to.
+std::uint32_t tag_of(const RWWString& name) {
+    if (name == L"WINDOW_CENTER") return tag::kWindowCenter;
+    if (name == L"WINDOW_WIDTH") return tag::kWindowWidth;
+    std::string keyword;
+    for (const wchar_t* sign = name.data(); *sign != 0; ++sign) keyword += static_cast<char>(*sign & 0x7F);
+    const Dicom_DictionaryEntry* entry = Dicom_Dictionary::Find(keyword.c_str());
+    return entry == nullptr ? 0 : entry->m_Tag;
+}
+
+/// In the bytes of the image's character set. A text that is not in UTF-8 was read as Latin-1, sign by sign,
+/// and goes back the same way.
+void put_text(OBJ_Msg& msg, std::uint32_t tag, const std::wstring& text, bool isUtf8) {
+    const bool isNarrow =
+        std::all_of(text.begin(), text.end(), [](wchar_t sign) { return sign >= 0 && sign <= 0xFF; });
+    if (isUtf8 || !isNarrow) {
+        int status = 0;
+        msg.Put(Dicom_Tag(tag), Dicom_LO(text.c_str(), &status));
+        return;
+    }
+    std::string bytes;
+    for (wchar_t sign : text) bytes += static_cast<char>(sign);
+    msg.PutBytes(Dicom_Tag(tag), "LO", bytes.data(), bytes.size());
+}
+
+OBJ_Msg make_record(OpenedImage& image, SaveMode mode) {
+    DDPInfoVector record;
+    static_cast<KIT_BaseParams&>(image.Params()).RecordDDPInfo(record, static_cast<long>(mode));
+    const bool isUtf8 = image.File().DataSet().Text(tag::kSpecificCharacterSet) == "ISO_IR 192";
+    OBJ_Msg msg;
+    // So that the block is there, whatever the record holds.
+    msg.PutBytes(Dicom_Dictionary::PRIVATE_CREATOR, "LO", Dicom_Dictionary::PRIVATE_CREATOR_TEXT,
+                 std::strlen(Dicom_Dictionary::PRIVATE_CREATOR_TEXT));
+    const auto& entries = record.GetParamsValues();
+    for (std::size_t i = 0; i < entries.entries(); ++i) {
+        if (const std::uint32_t tag = tag_of(entries[i]->m_TagName))
+            put_text(msg, tag, entries[i]->m_Value.data(), isUtf8);
+    }
+
+    // The record has whole numbers in the units in which the window is told, and the direction of the table there.
+    if (mode == SaveMode::kPresent && image.InStoredValues()) {
+        int status = 0;
+        const bool inverse = image.ModalityInverse() != image.Params().GetPhotometricInverse();
+        msg.SetWindowCenter(Dicom_DS(image.ModalityCenter()));
+        msg.SetWindowWidth(Dicom_DS(image.ModalityWidth()));
+        msg.SetInverseWindow(Dicom_CS(inverse ? "Y" : "N", &status));
+    } else if (mode == SaveMode::kAsSaved && image.SavedWindow()) {
+        msg.SetWindowCenter(Dicom_DS(image.SavedWindow()->center));
+        msg.SetWindowWidth(Dicom_DS(image.SavedWindow()->width));
+    }
+    if (image.HasNaturalGammaInstead()) {
+        msg.Put(Dicom_Dictionary::MIREL_GAMMA_WINDOWING_VALUE, Dicom_FL(image.Params().GetGamma()));
+    }
+    return msg;
+}
+
+/// The regions in our private block, one item each with the block's creator of its own.
+DicomElement region_sequence(const std::vector<std::string>& regions) {
+    DicomElement sequence{"SQ", "", {}};
+    for (const std::string& region : regions) {
+        DicomDataSet item;
+        item.PutText(kCreator, "LO", kCreatorText);
+        item.PutText(kRegionText, "UT", region);
+        sequence.items.push_back(std::move(item));
+    }
+    return sequence;
+}
+
+void put_now(DicomDataSet& set) {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    char text[16];
+    std::strftime(text, sizeof text, "%Y%m%d", &local);
+    set.PutText(DicomTag(0x0008, 0x0023), "DA", text);
+    std::strftime(text, sizeof text, "%H%M%S", &local);
+    set.PutText(DicomTag(0x0008, 0x0033), "TM", text);
+}
+
+}  // namespace
+
+std::string EncodeDisplayParameters(OpenedImage& image, SaveMode mode,
+                                    const std::vector<std::string>& regions, const std::string& path) {
+    if (image.File().IsColour()) {
+        throw PresentError(image.File().Path(),
+                           "is in colour and has no display parameters; a copy (-o) takes brightness and "
+                           "contrast");
+    }
+    const DicomDataSet& source = image.File().DataSet();
+    DicomDataSet reference;
+    reference.PutText(tag::kReferencedSopClass, "UI", source.Text(tag::kSopClass));
+    reference.PutText(tag::kReferencedSopInstance, "UI", source.Text(tag::kSopInstance));
+    if (source.Text(tag::kSopInstance).empty()) {
+        throw PresentError(image.File().Path(),
+                           "has no SOP Instance UID, by which a display-parameter file would find it");
+    }
+
+    DicomDataSet set;
+    for (const Copied& copied : kIdentification) {
+        const DicomElement* element = source.Find(copied.tag);
+        if (element != nullptr || copied.isRequired)
+            set.elements[copied.tag] = DicomElement{copied.vr, element == nullptr ? "" : element->bytes, {}};
+    }
+    put_now(set);
+    set.PutText(tag::kSopClass, "UI", kRawDataStorage);
+    set.PutText(tag::kSopInstance, "UI", MakeUid());
+    set.PutText(tag::kModality, "CS", "OT");
+    set.PutText(DicomTag(0x0008, 0x103E), "LO", "Display parameters");
+    set.PutText(DicomTag(0x0008, 0x9123), "UI", kCreatorVersion);
+    set.PutText(DicomTag(0x0020, 0x000E), "UI", MakeUid());
+    set.PutText(DicomTag(0x0020, 0x0011), "IS", "");
+    set.PutText(DicomTag(0x0020, 0x0013), "IS", "1");
+    set.PutText(DicomTag(0x0020, 0x0060), "CS", "");
+    set.elements[DicomTag(0x0040, 0x0555)] = DicomElement{"SQ", "", {}};
+    set.elements[tag::kReferencedImages] = DicomElement{"SQ", "", {reference}};
+    const OBJ_Msg record = make_record(image, mode);
+    for (const auto& [tag, element] : record.GetElements())
+        set.elements[tag] = ToElement(tag, *element.m_pValue, path);
+    if (!regions.empty()) set.elements[kRegions] = region_sequence(regions);
+    return EncodeDicomFile(set);
+}
+
+std::vector<std::string> ReadSavedRegions(const std::string& path) {
+    std::vector<std::string> regions;
+    const DicomDataSet set = ReadDicomDataSet(path);
+    const DicomElement* sequence = set.Text(kCreator) == kCreatorText ? set.Find(kRegions) : nullptr;
+    if (sequence == nullptr) return regions;
+    for (const DicomDataSet& item : sequence->items) {
+        const DicomElement* text = item.Find(kRegionText);
+        if (text != nullptr)
+            regions.push_back(text->bytes.substr(0, text->bytes.find_last_not_of(std::string(" \0", 2)) + 1));
+    }
+    return regions;
+}
+
+std::unique_ptr<OBJ_Msg> ReadDisplayParameters(const std::string& path, const std::string& instance,
+                                               bool force) {
+    const DicomDataSet set = ReadDicomDataSet(path);
+    const DicomElement* images = set.Find(tag::kReferencedImages);
+    if (!force) {
+        if (images == nullptr || images->items.empty())
+            throw PresentError(path, "is no display-parameter file");
+        const bool isOurs =
+            std::any_of(images->items.begin(), images->items.end(), [&](const DicomDataSet& item) {
+                return !instance.empty() && item.Text(tag::kReferencedSopInstance) == instance;
+            });
+        if (!isOurs) {
+            throw PresentError(path, "belongs to another image, " +
+                                         images->items.front().Text(tag::kReferencedSopInstance) +
+                                         "; --force takes it all the same");
+        }
+    }
+    return MakeMessage(set);
+}

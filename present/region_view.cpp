@@ -1,0 +1,285 @@
+#include "region_view.h"
+
+#include <KIT/KIT_LinesMask.h>
+#include <KIT/KIT_PolygonMask.h>
+#include <ZEV/ZEV_WindowingTable.h>
+
+#include <refhost/MemoryContext.h>
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+#include "io/present_error.h"
+
+namespace {
+
+/// A screen of more pixels than this is a mistyped size.
+constexpr int kLongestSide = 16384;
+
+/// Screen to raster, worked out in double from the very matrix that the masks are carried by.
+struct Inverse {
+    double a, b, c, d, e, f;
+
+    explicit Inverse(const float m[4][4]) {
+        const double m00 = m[0][0], m01 = m[0][1], m03 = m[0][3], m10 = m[1][0], m11 = m[1][1], m13 = m[1][3];
+        const double det = m00 * m11 - m01 * m10;
+        a = m11 / det, b = -m01 / det, c = (m01 * m13 - m11 * m03) / det;
+        d = -m10 / det, e = m00 / det, f = (m10 * m03 - m00 * m13) / det;
+    }
+    double X(double x, double y) const { return a * x + b * y + c; }
+    double Y(double x, double y) const { return d * x + e * y + f; }
+};
+
+/// The pixel that a coordinate falls into; -1 outside.
+int pixel_of(double coordinate, int count) {
+    return coordinate >= 0.0 && coordinate < count ? static_cast<int>(coordinate) : -1;
+}
+
+/// The entry of pixel value 0 of a table for true colour; null for none.
+template <class In>
+const unsigned int* origin_of(ZEV_AbstractWindowingTable* table) {
+    auto* const typed = dynamic_cast<ZEV_WindowingTable<In, unsigned int>*>(table);
+    return typed == nullptr ? nullptr : typed->GetTable();
+}
+
+const unsigned int* origin_of(ZEV_AbstractWindowingTable* table, const KIT_Raster& raster) {
+    if (raster.m_BitsPerPixel <= 8) {
+        return raster.m_bSigned ? origin_of<signed char>(table) : origin_of<unsigned char>(table);
+    }
+    return raster.m_bSigned ? origin_of<short>(table) : origin_of<unsigned short>(table);
+}
+
+/// The image's pixels through a table, or the pixels of an image in colour as they are.
+class Pixels {
+public:
+    explicit Pixels(OpenedImage& image) : m_Raster(image.Raster()), m_IsColour(image.File().IsColour()) {
+        m_Raster.Lock();
+        m_Bytes = static_cast<const unsigned char*>(m_Raster.GetPixels());
+    }
+    ~Pixels() { m_Raster.Unlock(); }
+    Pixels(const Pixels&) = delete;
+    Pixels& operator=(const Pixels&) = delete;
+
+    unsigned int At(int x, int y, const unsigned int* table) const {
+        const std::size_t i = static_cast<std::size_t>(y) * static_cast<std::size_t>(m_Raster.m_Width) +
+                              static_cast<std::size_t>(x);
+        if (m_IsColour) {
+            unsigned int pixel;
+            std::memcpy(&pixel, m_Bytes + 4 * i, 4);
+            return pixel;
+        }
+        if (table == nullptr) return 0;
+        if (m_Raster.m_BitsPerPixel <= 8) {
+            return m_Raster.m_bSigned ? table[static_cast<signed char>(m_Bytes[i])] : table[m_Bytes[i]];
+        }
+        if (m_Raster.m_bSigned) return table[reinterpret_cast<const short*>(m_Bytes)[i]];
+        return table[reinterpret_cast<const unsigned short*>(m_Bytes)[i]];
+    }
+
+    /// Between the four pixels around a point, in display values: a table is no straight line.
+    unsigned int Between(double x, double y, const unsigned int* table) const {
+        const auto column = [this](int i) { return std::clamp(i, 0, m_Raster.m_Width - 1); };
+        const auto row = [this](int i) { return std::clamp(i, 0, m_Raster.m_Height - 1); };
+        const double left = std::floor(x - 0.5), top = std::floor(y - 0.5);
+        const double u = x - 0.5 - left, v = y - 0.5 - top;
+        const int x0 = static_cast<int>(left), y0 = static_cast<int>(top);
+        const unsigned int corners[4] = {At(column(x0), row(y0), table), At(column(x0 + 1), row(y0), table),
+                                         At(column(x0), row(y0 + 1), table),
+                                         At(column(x0 + 1), row(y0 + 1), table)};
+        unsigned int mixed = 0;
+        for (int shift = 0; shift <= 16; shift += 8) {
+            const auto level = [&](int i) { return static_cast<double>((corners[i] >> shift) & 0xFF); };
+            const double upper = level(0) * (1 - u) + level(1) * u;
+            const double lower = level(2) * (1 - u) + level(3) * u;
+            mixed |= static_cast<unsigned int>(upper * (1 - v) + lower * v + 0.5) << shift;
+        }
+        return mixed;
+    }
+
+private:
+    refhost::MemoryRaster& m_Raster;
+    bool m_IsColour;
+    const unsigned char* m_Bytes;
+};
+
+}  // namespace
+
+/// One region: the live object that the user changes, and the frozen copy that draws.
+struct RegionView::Region {
+    Region(const RegionSpec& s, const DicomFile& file, const PresentationOptions& options)
+        : spec(s), image(file, options) {}
+    RegionSpec spec;
+    OpenedImage image;
+};
+
+namespace {
+
+/// A region's own settings stand in for those of the image.
+PresentationOptions over(PresentationOptions options, const RegionSpec& spec) {
+    if (spec.center || !spec.preset.empty()) {
+        options.automatic = false;
+        options.voi.reset();
+        options.preset.reset();
+        options.center = spec.center;
+        options.width = spec.width;
+        if (!spec.preset.empty()) options.preset = spec.preset;
+    }
+    if (!spec.colorMap.empty()) options.colourMap = spec.colorMap;
+    if (spec.gamma) options.gamma = spec.gamma;
+    if (spec.invert) options.invert = !options.invert;
+    return options;
+}
+
+}  // namespace
+
+bool ViewOptions::IsView() const {
+    return !regions.empty() || zoom != 1.0 || !pan.empty() || rotate != 0.0 || !flip.empty() || !size.empty();
+}
+
+std::vector<RegionSpec> ParseRegions(const std::vector<std::string>& texts) {
+    std::vector<RegionSpec> regions;
+    for (const std::string& text : texts) regions.push_back(ParseRegion(text));
+    return regions;
+}
+
+std::vector<RegionSpec> AllRegions(const OpenedImage& image, const ViewOptions& options) {
+    std::vector<RegionSpec> regions = ParseRegions(image.SavedRegions());
+    for (RegionSpec& region : ParseRegions(options.regions)) regions.push_back(std::move(region));
+    return regions;
+}
+
+RegionView::RegionView(OpenedImage& image, const PresentationOptions& presentation,
+                       const std::vector<RegionSpec>& regions, const ViewOptions& options)
+    : m_Image(image), m_Options(options), m_Width(image.File().Columns()), m_Height(image.File().Rows()) {
+    if (!options.size.empty()) {
+        char behind = 0;
+        if (std::sscanf(options.size.c_str(), "%dx%d%c", &m_Width, &m_Height, &behind) != 2 || m_Width < 1 ||
+            m_Height < 1 || m_Width > kLongestSide || m_Height > kLongestSide) {
+            throw UsageError("--size: '" + options.size + "' is not WIDTHxHEIGHT, each 1 to " +
+                             std::to_string(kLongestSide));
+        }
+    }
+    if (image.File().IsColour() && !regions.empty()) {
+        throw PresentError(image.File().Path(), "is in colour and takes no regions");
+    }
+    m_Space.SetRasterSize(image.File().Columns(), image.File().Rows());
+    m_Space.SetScreenSize(m_Width, m_Height);
+    m_Space.SetZoom(options.zoom);
+    if (options.pan.size() == 2) m_Space.SetPan(options.pan[0], options.pan[1]);
+    m_Space.SetRotation(options.rotate);
+    m_Space.SetFlip(options.flip.find('h') != std::string::npos, options.flip.find('v') != std::string::npos);
+    m_Image.View().Append(&m_Space);
+    m_Masks.SetLiveParams(&m_LiveMasks);
+    for (const RegionSpec& spec : regions) {
+        m_Regions.push_back(std::make_unique<Region>(spec, image.File(), over(presentation, spec)));
+        ZEV_Params& live = m_Regions.back()->image.Params();
+        // A run list is negated by make_mask.
+        live.SetNegate(spec.negate && spec.shape == RegionSpec::kPolygon);
+        live.SetActive(!spec.inactive);
+    }
+}
+
+RegionView::~RegionView() { m_Image.View().Remove(&m_Space); }
+
+/// A polygon in image pixels, which the set carries to the screen; or a run list, which it takes as it is: so the app carries it
+/// there and negates it itself.
+KIT_Mask* RegionView::make_mask(const Region& region) const {
+    const RegionSpec& spec = region.spec;
+    if (spec.shape == RegionSpec::kPolygon) {
+        KIT_PolygonMask::Ring ring;
+        for (const RegionSpec::Point& p : spec.outline) ring.push_back({p.x, p.y});
+        return new KIT_PolygonMask(std::move(ring));
+    }
+    const int columns = m_Image.File().Columns(), rows = m_Image.File().Rows();
+    KIT_LinesMask inImage;
+    for (const RegionSpec::Run& run : spec.runs) inImage.AddRun(run.y, run.left, run.right, nullptr);
+    float matrix[4][4];
+    SPC_SpaceInfo space(m_Space);
+    space.GetRaster2ScreenTrasformMat(matrix);
+    const Inverse inverse(matrix);
+    auto lines = std::make_unique<KIT_LinesMask>();
+    for (int y = 0; y < m_Height; ++y) {
+        int left = -1;
+        for (int x = 0; x <= m_Width; ++x) {
+            const int column = pixel_of(inverse.X(x + 0.5, y + 0.5), columns);
+            const int row = pixel_of(inverse.Y(x + 0.5, y + 0.5), rows);
+            const bool hit = column >= 0 && row >= 0 && inImage.HitTest(column, row);
+            const bool inside = x < m_Width && hit != spec.negate;
+            if (inside && left < 0) left = x;
+            if (!inside && left >= 0) {
+                lines->AddRun(y, left, x, nullptr);
+                left = -1;
+            }
+        }
+    }
+    return lines.release();
+}
+
+void RegionView::enter_masks() {
+    m_Masks.Freeze();
+    m_Image.Frozen().Freeze();
+    m_Image.Frozen().ConvertToMasks(&m_Masks, &m_Image.View());
+    int number = 0;
+    for (const std::unique_ptr<Region>& region : m_Regions) {
+        ZEV_Params& frozen = region->image.Frozen();
+        frozen.Freeze();
+        m_Masks.UpdateMaskFromParam("region " + std::to_string(++number), &frozen, make_mask(*region), false,
+                                    true, false);
+    }
+}
+
+Picture RegionView::Draw() {
+    enter_masks();
+    refhost::MemoryContext context(256);
+    refhost::MemoryRaster target;
+    target.m_PixelFormat = refhost::MemoryRaster::kTrueColor;
+    target.m_BitsPerPixel = 32;
+    const ZEV_TableParams tableParams(&m_Image.View(), &context, &m_Image.Raster(), &target,
+                                      KIT_Rect(0, 0, m_Height, m_Width));
+    const bool isColour = m_Image.File().IsColour();
+    if (!isColour) m_Masks.UpdateMasks(tableParams);
+
+    const KIT_Raster& raster = m_Image.Raster();
+    const unsigned int* const standard = isColour ? nullptr : origin_of(m_Masks.GetDefaultTable(), raster);
+    if (!isColour && standard == nullptr)
+        throw PresentError(m_Image.File().Path(), "no table can be made for its pixels");
+
+    float matrix[4][4];
+    m_Space.GetRaster2ScreenTrasformMat(matrix);
+    const Inverse inverse(matrix);
+    const Pixels pixels(m_Image);
+    Picture picture(m_Width, m_Height);
+    const auto draw = [&](int y, int from, int to, const unsigned int* table) {
+        for (int x = from; x < to; ++x) {
+            const double rx = inverse.X(x + 0.5, y + 0.5), ry = inverse.Y(x + 0.5, y + 0.5);
+            const int column = pixel_of(rx, raster.m_Width), row = pixel_of(ry, raster.m_Height);
+            if (column < 0 || row < 0) continue;
+            const unsigned int display =
+                m_Options.smooth ? pixels.Between(rx, ry, table) : pixels.At(column, row, table);
+            std::uint8_t* const out = picture.At(x, y);
+            out[0] = static_cast<std::uint8_t>(display >> 16);
+            out[1] = static_cast<std::uint8_t>(display >> 8);
+            out[2] = static_cast<std::uint8_t>(display);
+        }
+    };
+    const std::vector<KIT_LinesMask::Run>& runs = m_Masks.GetCombinedMask()->GetRuns();
+    auto run = runs.begin();
+    for (int y = 0; y < m_Height; ++y) {
+        int x = 0;
+        while (run != runs.end() && run->y < y) ++run;
+        for (; run != runs.end() && run->y == y; ++run) {
+            const int from = std::clamp(run->left, 0, m_Width), to = std::clamp(run->right, 0, m_Width);
+            draw(y, x, from, standard);
+            const unsigned int* const own =
+                origin_of(static_cast<ZEV_AbstractWindowingTable*>(run->data), raster);
+            draw(y, from, to, own == nullptr ? standard : own);
+            x = to;
+        }
+        draw(y, x, m_Width, standard);
+    }
+    m_Masks.FinalizeAll(tableParams);
+    m_Image.Frozen().Defrost();
+    for (const std::unique_ptr<Region>& region : m_Regions) region->image.Frozen().Defrost();
+    return picture;
+}

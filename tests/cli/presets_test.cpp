@@ -1,0 +1,332 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "io/dicom_file.h"
+#include "io/dicom_writer.h"
+#include "io/png_file.h"
+#include "io/present_error.h"
+#include "present/presentation.h"
+#include "present/renderer.h"
+#include "program_support.h"
+
+namespace {
+
+using Json = nlohmann::json;
+using Presets = support::ProgramTest;
+
+using Texts = std::vector<std::pair<std::uint32_t, std::string>>;
+
+constexpr std::uint32_t kModality = DicomTag(0x0008, 0x0060), kWeight = DicomTag(0x0010, 0x1030),
+                        kCenter = DicomTag(0x0028, 0x1050), kWidth = DicomTag(0x0028, 0x1051),
+                        kIntercept = DicomTag(0x0028, 0x1052), kSlope = DicomTag(0x0028, 0x1053),
+                        kUnits = DicomTag(0x0054, 0x1001), kDecay = DicomTag(0x0054, 0x1102),
+                        kPresentation = DicomTag(0x0008, 0x9205);
+
+/// 16 x 16 pixels of 8 bits whose stored value is the pixel's number.
+DicomDataSet ramp(const std::string& modality, const Texts& decimals) {
+    DicomDataSet set;
+    set.PutText(DicomTag(0x0008, 0x0016), "UI", "1.2.840.10008.5.1.4.1.1.4");
+    set.PutText(DicomTag(0x0008, 0x0018), "UI", "2.25.4712");
+    set.PutText(kModality, "CS", modality);
+    set.PutText(DicomTag(0x0028, 0x0004), "CS", "MONOCHROME2");
+    for (const auto& [element, value] :
+         {std::pair{0x2, 1}, {0x10, 16}, {0x11, 16}, {0x100, 8}, {0x101, 8}, {0x102, 7}, {0x103, 0}})
+        set.PutWord(DicomTag(0x0028, static_cast<unsigned>(element)), "US", value);
+    for (const auto& [tag, text] : decimals) set.PutText(tag, "DS", text);
+    std::string pixels;
+    for (int i = 0; i < 256; ++i) pixels += static_cast<char>(i);
+    set.elements[DicomTag(0x7FE0, 0x0010)] = DicomElement{"OB", pixels, {}};
+    return set;
+}
+
+/// 1 Bq/ml is 1/1000 SUV by body weight: 50 MBq in 50 kg, told for the moment of the injection.
+DicomDataSet pet(const Texts& decimals) {
+    DicomDataSet set = ramp("PT", decimals);
+    set.PutText(kUnits, "CS", "BQML");
+    set.PutText(kDecay, "CS", "ADMIN");
+    set.PutText(kWeight, "DS", "50");
+    DicomDataSet drug;
+    drug.PutText(DicomTag(0x0018, 0x1074), "DS", "50000000");
+    set.elements[DicomTag(0x0054, 0x0016)] = DicomElement{"SQ", "", {drug}};
+    return set;
+}
+
+void write(const std::string& path, const DicomDataSet& set) {
+    support::WriteFile(path, EncodeDicomFile(set));
+}
+
+TEST_F(Presets, ListsTellWhatIsConfigured) {
+    const std::string config = m_Directory / "c.json", strips = m_Directory / "strips.png";
+    support::WriteFile(config, R"({"trees": {
+        "windowing": {"p": [{"Modality": "CT", "windowing2": {"Name": "Narrow", "Min": 1, "Max": 9, "Units": "suv_bw"}}]},
+        "colormaps": {"p": [{"Modality": "XY", "m": {"Display Name": "Two", "UID": "1.2", "SUV Type": 1, "Smooth": 0,
+                             "map": {"0.0": "102030", "0.5": "A0B0C0", "1.0": "FFFFFF"}}}]}}})");
+    const Json presets = Ask("presets --json --config " + config);
+    ASSERT_EQ(presets.size(), 1U);
+    EXPECT_EQ(presets[0]["procedure"], "CT");
+    ASSERT_EQ(presets[0]["presets"].size(), 2U);
+    EXPECT_EQ(presets[0]["presets"][0]["name"], "NO_WINDOWING");
+    EXPECT_EQ(presets[0]["presets"][1], (Json{{"place", 1},
+                                              {"name", "Narrow"},
+                                              {"min", 1},
+                                              {"max", 9},
+                                              {"center", -1},
+                                              {"width", -1},
+                                              {"units", "suv_bw"}}));
+    EXPECT_EQ(Run("presets --config " + config).out, "CT\n  Narrow                1 to 9 suv_bw\n");
+
+    const Json maps = Ask("colormaps --json --config " + config + " -o " + strips)[0]["maps"];
+    ASSERT_EQ(maps.size(), 3U);
+    EXPECT_FALSE(maps[0].contains("table"));
+    EXPECT_TRUE(maps[0]["dummy"]);
+    EXPECT_EQ(maps[1]["table"][0], "FFFFFF");
+    EXPECT_EQ(maps[2]["uid"], "1.2");
+    EXPECT_EQ(maps[2]["buttonId"], 2);
+    EXPECT_TRUE(maps[2]["suv"]);
+    EXPECT_FALSE(maps[2]["smooth"]);
+    ASSERT_EQ(maps[2]["table"].size(), 256U);
+    EXPECT_EQ(maps[2]["table"][1], "102030");
+    EXPECT_EQ(maps[2]["table"][254], "A0B0C0");
+    const Picture picture = ReadPng(strips);
+    int shown[2] = {};
+    for (std::size_t i = 0; i < picture.rgb.size(); i += 3) {
+        if (picture.rgb[i] == 0x10 && picture.rgb[i + 2] == 0x30) ++shown[0];
+        if (picture.rgb[i] == 0xA0 && picture.rgb[i + 2] == 0xC0) ++shown[1];
+    }
+    EXPECT_GT(shown[0], 1000);
+    EXPECT_NEAR(shown[0], shown[1], 100);
+
+    int palettes = 0;
+    for (const Json& procedure : Ask("colormaps --json")) {
+        for (const Json& map : procedure["maps"])
+            palettes += map["uid"].get<std::string>().rfind("1.2.840.10008.1.5.", 0) == 0;
+    }
+    EXPECT_EQ(palettes, 8);
+    EXPECT_EQ(Run("presets --config " + m_Directory / "absent.json").status, 2);
+}
+
+TEST_F(Presets, OptionsChooseWindowAndMap) {
+    WriteSamples(m_Directory.Path());
+    const struct {
+        const char* arguments;
+        Json expected;
+    } rows[] = {
+        // Half is added to -600 and the rest cut off.
+        {"ct.dcm --preset Lung",
+         {{"center", -599}, {"width", 1500}, {"windowSource", "preset"}, {"preset", "Lung"}}},
+        {"mr.dcm --preset 'Full range 12 bit'", {{"windowMin", 0}, {"windowMax", 4095}}},
+        {"mr.dcm --preset Stroke", {{"center", 40}, {"width", 40}}},
+        {"mr.dcm --preset Angio", {{"center", 250}}},  // the modality's own before the CT's
+        {"xa.dcm --preset Bone", {{"width", 1800}, {"voiLutSelection", -1}}},
+        {"pt.dcm", {{"windowSource", "colormap-suv"}, {"preset", nullptr}, {"notes", Json::array()}}},
+        {"pt.dcm --colormap Grayscale", {{"windowSource", "colormap-suv"}}},
+        {"pt.dcm --voi 0", {{"windowSource", "voi-lut-entry"}, {"center", 24000}}},
+        {"pt.dcm --voi 0 --colormap PET", {{"windowSource", "voi-lut-entry"}, {"center", 24000}}},
+        {"pt.dcm --preset 'SUV 2-10' --colormap PET", {{"windowSource", "preset"}}},
+        {"pt.dcm --center 7 --width 9", {{"windowSource", "option"}, {"center", 7}}},
+        {"nm.dcm --colormap PET", {{"windowSource", "voi-lut-entry"}, {"center", 64}}},
+        {"us.dcm", {{"colorMap", {{"name", "Image palette"}, {"uid", ""}, {"dummy", false}}}}},
+        {"nm.dcm", {{"colorMap", {{"name", "Hot Iron"}, {"uid", "1.2.840.10008.1.5.1"}, {"dummy", false}}}}},
+        {"nm.dcm --colormap 1.2.840.10008.1.5.7",
+         {{"colorMap", {{"name", "Fall"}, {"uid", "1.2.840.10008.1.5.7"}, {"dummy", false}}}}},
+        {"ct.dcm", {{"colorMap", nullptr}}},
+    };
+    for (const auto& row : rows) {
+        const Json info = Info(m_Directory / row.arguments);
+        for (const auto& [key, value] : row.expected.items())
+            EXPECT_EQ(info[key], value) << row.arguments << " " << key;
+    }
+    // 350 MBq of F-18, an hour before, in 75 kg
+    const double suv = 350e6 * std::exp2(-3600.0 / 6586.2) / 75000.0;
+    EXPECT_NEAR(Info(m_Directory / "pt.dcm")["width"].get<int>(), 10 * suv, 1.0);
+    const Json info = Info(m_Directory / "pt.dcm --preset 'SUV 2-10'");
+    EXPECT_NEAR(info["windowMin"].get<int>(), 2 * suv, 1.0);
+    EXPECT_NEAR(info["windowMax"].get<int>(), 10 * suv, 1.0);
+
+    const struct {
+        const char* arguments;
+        int status;
+        const char* says;
+    } failures[] = {
+        {"ct.dcm --preset Nothing", 2, "'Nothing'; zev presets"},
+        {"ct.dcm --preset NO_WINDOWING", 2, "zev presets"},
+        {"ct.dcm --preset ''", 2, "zev presets"},
+        {"ct.dcm --colormap 1.2.3", 2, "'1.2.3'; zev colormaps"},
+        {"ct.dcm --preset Lung --center 1 --width 2", 2, "--preset"},
+        {"ct.dcm --preset Lung --auto", 2, "--preset"},
+        {"ct.dcm --preset 'SUV 0-5'", 1,
+         "ct.dcm: preset 'SUV 0-5' needs pixel values in Bq/ml or SUV, which the image lacks"},
+    };
+    for (const auto& row : failures) {
+        const support::Outcome outcome = Run("info " + m_Directory / row.arguments);
+        EXPECT_EQ(outcome.status, row.status) << row.arguments;
+        EXPECT_NE(outcome.err.find(row.says), std::string::npos) << outcome.err;
+        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+    }
+}
+
+TEST_F(Presets, WithoutItsDataAPetImageKeepsItsWindowAndSaysWhy) {
+    const std::string path = m_Directory / "pet.dcm";
+    const struct {
+        const char* name;
+        std::uint32_t lost;
+        const char* needs;
+    } rows[] = {
+        {"nothing lost", 0, ""},
+        {"weight", kWeight, "the patient's weight"},
+        {"units", kUnits, "pixel values in Bq/ml or SUV"},
+        {"dose", DicomTag(0x0054, 0x0016), "the injected dose"},
+        {"decay", kDecay, "the kind of decay correction"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        DicomDataSet set = pet({{kCenter, "40"}, {kWidth, "70"}, {kSlope, "100"}, {kIntercept, "0"}});
+        set.Remove(row.lost);
+        write(path, set);
+        const Json info = Info(path);
+        const support::Outcome preset = Run("info --preset 'SUV 0-5' " + path);
+        if (row.lost == 0) {
+            EXPECT_EQ(info["width"], 10000);
+            EXPECT_EQ(preset.status, 0) << preset.err;
+            continue;
+        }
+        EXPECT_EQ(info["center"], 40);
+        EXPECT_EQ(info["windowSource"], "voi-lut-entry");
+        const std::string why = std::string("needs ") + row.needs + ", which the image lacks";
+        EXPECT_EQ(info["notes"], Json::array({"not on the SUV scale: it " + why}));
+        EXPECT_EQ(preset.err, "zev: " + path + ": preset 'SUV 0-5' " + why + "\n");
+        EXPECT_EQ(preset.status, 1);
+    }
+}
+
+TEST_F(Presets, FractionsAreWindowedInStoredValues) {
+    const std::string path = m_Directory / "f.dcm", png = m_Directory / "f.png";
+    DicomDataSet uptake = pet({{kSlope, "0.05"}, {kIntercept, "0"}, {kCenter, "3"}, {kWidth, "6"}});
+    uptake.PutText(kUnits, "CS", "GML");
+    // Values from 12.75 down to 0, told by entry 1 in fractions.
+    const DicomDataSet falling =
+        ramp("MR", {{kSlope, "-0.05"}, {kIntercept, "12.75"}, {kCenter, "6\\6.4"}, {kWidth, "12\\0.7"}});
+    const struct {
+        const char* name;
+        const DicomDataSet& set;
+        const char* options;
+        const char* units;
+        double center, width;  ///< after rescale
+        std::uint8_t first, last;
+    } rows[] = {
+        {"SUV scale", uptake, " --colormap Grayscale", "modality", 5, 10, 0, 255},
+        {"SUV preset", uptake, " --colormap Grayscale --preset 'SUV 0-5'", "stored", 2.5, 5, 0, 255},
+        {"per cent", uptake, " --colormap Grayscale --preset '0-50 %'", "stored", 3.1875, 6.375, 0, 255},
+        {"falling", falling, "", "modality", 6, 12, 255, 0},
+        {"falling, entry 1", falling, " --voi 1", "stored", 6.4, 0.7, 255, 0},
+        {"falling, per cent", falling, " --voi 1 --preset '0-50 %'", "stored", 3.1875, 6.375, 255, 0},
+        {"falling, whole again", falling, " --voi 1 --preset 'Stroke'", "modality", 40, 40, 0, 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        write(path, row.set);
+        const Json info = Info(path + row.options);
+        EXPECT_EQ(info["windowUnits"], row.units);
+        const bool inStored = info["windowUnits"] == "stored";
+        EXPECT_NEAR(info[inStored ? "modalityCenter" : "center"].get<double>(), row.center, 0.05);
+        EXPECT_NEAR(info[inStored ? "modalityWidth" : "width"].get<double>(), row.width, 0.05);
+        ASSERT_EQ(Run("render " + path + " -o " + png + row.options).status, 0);
+        const Picture picture = ReadPng(png);
+        EXPECT_EQ(picture.rgb.front(), row.first);
+        EXPECT_EQ(picture.rgb.back(), row.last);
+    }
+}
+
+TEST_F(Presets, PalettesOfTheImage) {
+    const std::string path = m_Directory / "p.dcm", png = m_Directory / "p.png";
+    const auto entry = [](unsigned c, int i) {
+        return static_cast<std::uint8_t>(c == 0 ? i : c == 1 ? 255 - i : i / 2);
+    };
+    const struct {
+        const char* photometric;
+        const char* presentation;
+        int bits;
+        bool coloured;
+    } rows[] = {
+        {"MONOCHROME2", "COLOR", 8, true},       {"MONOCHROME2", "MIXED", 8, true},
+        {"MONOCHROME2", "MONOCHROME", 8, false}, {"MONOCHROME2", "COLOR", 16, false},  // of bytes only
+        {"PALETTE COLOR", "COLOR", 8, true},     {"PALETTE COLOR", "COLOR", 16, true},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.photometric + std::string(" ") + row.presentation + std::to_string(row.bits));
+        DicomDataSet set = ramp("OT", {{kCenter, "128"}, {kWidth, "256"}});
+        set.PutText(kPresentation, "CS", row.presentation);
+        set.PutText(DicomTag(0x0028, 0x0004), "CS", row.photometric);
+        for (unsigned c = 0; c < 3; ++c) {
+            std::string bytes;
+            for (int i = 0; i < 256; ++i)
+                bytes += std::string(static_cast<std::size_t>(row.bits / 8), static_cast<char>(entry(c, i)));
+            set.elements[DicomTag(0x0028, 0x1101 + c)] = DicomElement{
+                "US", std::string("\x00\x01\x00\x00", 4) + static_cast<char>(row.bits) + '\0', {}};
+            set.elements[DicomTag(0x0028, 0x1201 + c)] = DicomElement{"OW", bytes, {}};
+        }
+        write(path, set);
+        ASSERT_EQ(Run("render " + path + " -o " + png).status, 0);
+        const Picture picture = ReadPng(png);
+        ASSERT_EQ(Run("render " + path + " -o " + png + " --colormap Grayscale").status, 0);
+        const Picture grey = ReadPng(png);
+        const bool isMono = row.photometric == std::string("MONOCHROME2");
+        for (int i = 0; i < 256; ++i) {
+            const int level = isMono ? grey.rgb[static_cast<std::size_t>(i) * 3] : i;
+            for (unsigned c = 0; c < 3; ++c) {
+                const int expected = row.coloured ? entry(c, level) : level;
+                ASSERT_EQ(picture.rgb[static_cast<std::size_t>(i) * 3 + c], expected) << i << " " << c;
+            }
+        }
+        EXPECT_EQ(Info(path)["colorMap"].is_object(),
+                  row.bits == 8 && row.presentation != std::string("MONOCHROME"));
+    }
+}
+
+/// An image looks the same whichever was open before it in the process.
+TEST(PresetsInOneProcess, OrderOfImagesDoesNotShow) {
+    support::TemporaryDirectory directory;
+    WriteSamples(directory.Path());
+    LoadConfiguration("");
+    PresentationOptions steps;
+    steps.colourMap = "PET 20 Step";
+    std::vector<int> widths;
+    for (const auto& options : {PresentationOptions(), PresentationOptions(), steps, PresentationOptions()}) {
+        OpenedImage image(directory / "pt.dcm", options);
+        EXPECT_EQ(image.WindowSource(), "colormap-suv");
+        widths.push_back(image.Params().GetWidth());
+    }
+    EXPECT_EQ(widths, std::vector<int>(4, widths[0]));
+}
+
+TEST_F(Presets, ConfigurationsThatLackThings) {
+    WriteSamples(m_Directory.Path());
+    const struct {
+        const char* name;
+        const char* text;
+        int status;
+    } rows[] = {
+        {"empty", "{}", 0},
+        {"no presets", R"({"trees": {"colormaps": {}}})", 0},
+        {"no maps",
+         R"({"settings": {"colormaps": {"PT": "1.2.840.10008.1.5.2"}}, "trees": {"windowing": {}}})", 0},
+        {"of other types",
+         R"({"settings": 5, "trees": {"windowing": [1, {"Modality": 7}], "colormaps": "x"}})", 0},
+        {"broken", R"({"trees": )", 2},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const std::string config = m_Directory / "c.json";
+        support::WriteFile(config, row.text);
+        const support::Outcome shown = Run("info --json " + m_Directory / "pt.dcm" + " --config " + config);
+        ASSERT_EQ(shown.status, row.status) << shown.err;
+        EXPECT_EQ(Run("presets --json --config " + config).status, row.status);
+        EXPECT_EQ(Run("colormaps --config " + config).status, row.status);
+        if (row.status != 0) continue;
+        EXPECT_EQ(Json::parse(shown.out)["center"], 24000);
+        EXPECT_EQ(Json::parse(shown.out)["colorMap"], nullptr);
+    }
+}
+
+}  // namespace

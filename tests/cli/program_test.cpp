@@ -1,0 +1,303 @@
+#include <gtest/gtest.h>
+
+#include "cli/contact_sheet.h"
+#include "io/atomic_file.h"
+#include "io/dicom_file.h"
+#include "io/dicom_writer.h"
+#include "io/png_file.h"
+#include "io/present_error.h"
+#include "program_support.h"
+
+namespace {
+
+using Json = nlohmann::json;
+
+using support::Outcome;
+using Program = support::ProgramTest;
+
+TEST_F(Program, ExitStatusAndOneLinePerFailure) {
+    WriteSamples(m_Directory.Path());
+    const std::string ct = m_Directory / "ct.dcm", png = m_Directory / "x.png";
+    const std::string render = "render " + ct + " -o " + png;
+    support::WriteFile(m_Directory / "text.dcm", "no image at all");
+    support::WriteFile(m_Directory / "broken.json", "{ \"settings\": ");
+    const struct {
+        std::string arguments;
+        int status;
+        const char* says;
+    } rows[] = {
+        {"--version", 0, ""},
+        {"help", 0, ""},
+        {"help table", 0, ""},
+        {"--help", 0, ""},
+        {render, 0, ""},
+        {render + " --center -600 --width 1600 --gamma 0.5 --invert --frame 0", 0, ""},
+        {render + " --voi 0", 0, ""},
+        {"", 2, "subcommand"},
+        {"paint " + ct, 2, ""},
+        {"help paint", 2, "paint"},
+        {"render " + ct, 2, "output"},
+        {render + " --center 40", 2, "--width"},
+        {render + " --width 40", 2, "--center"},
+        {render + " --center 40 --width -1", 2, "--width"},
+        {render + " --center 99999999999 --width 1", 2, "--center"},
+        {render + " --gamma 7", 2, "gamma"},
+        {render + " --gamma nan", 2, "gamma"},
+        {render + " --frame -1", 2, "--frame"},
+        {render + " --config " + m_Directory / "absent.json", 2, "absent.json"},
+        {render + " --config " + m_Directory / "broken.json", 2, "broken.json"},
+        {"table " + ct + " -o " + png + " --out-depth 12", 2, "--out-depth"},
+        {"table " + ct + " -o " + png + " --target paper", 2, "--target"},
+        {"table " + ct + " -o " + png + " --target levels --out-depth 32", 1, "ct.dcm"},
+        {render + " --voi 1", 1, "windowing entry 1"},
+        {render + " --frame 1", 1, "frame 1"},
+        {"render " + m_Directory / "text.dcm" + " -o " + png, 1, "text.dcm: not a DICOM file"},
+        {"info " + m_Directory / "absent.dcm", 1, "absent.dcm"},
+        {"render " + ct + " -o " + m_Directory / "absent/x.png", 1, "absent/x.png"},
+        {"sample " + ct + "/below", 1, "ct.dcm"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.arguments);
+        const std::size_t files = m_Directory.Count();
+        const bool hadPicture = !support::ReadFile(png).empty();
+        const Outcome outcome = Run(row.arguments);
+        EXPECT_EQ(outcome.status, row.status) << outcome.err;
+        if (row.status == 0) {
+            EXPECT_EQ(outcome.err, "");
+            continue;
+        }
+        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+        EXPECT_EQ(outcome.err.rfind("zev: ", 0), 0U) << outcome.err;
+        EXPECT_NE(outcome.err.find(row.says), std::string::npos) << outcome.err;
+        EXPECT_EQ(m_Directory.Count(), files) << "left something behind";
+        EXPECT_EQ(!support::ReadFile(png).empty(), hadPicture);
+    }
+}
+
+TEST_F(Program, DemoDrawsEverySampleAndAContactSheet) {
+    const Outcome outcome = Run("demo " + m_Directory / "new/demo");
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "") << "progress belongs on a terminal";
+    for (const char* name : {"ct", "mr", "cr", "mg", "nm", "xa", "pt", "us", "contact"}) {
+        SCOPED_TRACE(name);
+        const Picture picture = ReadPng(m_Directory / ("new/demo/" + std::string(name) + ".png"));
+        std::size_t levels[256] = {};
+        for (std::uint8_t sample : picture.rgb) ++levels[sample];
+        EXPECT_GT(std::count_if(levels, levels + 256, [](std::size_t n) { return n > 0; }), 90);
+    }
+    support::TemporaryDirectory again;
+    WriteSamples(again.Path());
+    for (const char* name : {"ct.dcm", "xa.dcm"}) {
+        EXPECT_EQ(support::ReadFile(again / name), support::ReadFile(m_Directory / "new/demo/" + name))
+            << name;
+    }
+}
+
+TEST_F(Program, SamplesOpenToWhatTheyBring) {
+    WriteSamples(m_Directory.Path());
+    const struct {
+        const char* sample;
+        Json expected;
+    } rows[] = {
+        {"ct",
+         {{"center", 40},
+          {"width", 400},
+          {"rescaleIntercept", -1024},
+          {"signed", true},
+          {"bitsPerPixel", 16}}},
+        {"mr", {{"center", 1150}, {"width", 2300}, {"bitsPerPixel", 12}, {"modality", "MR"}}},
+        {"cr", {{"inverse", true}, {"photometricInverse", true}, {"visibleInverse", false}}},
+        {"mg", {{"usePadding", true}, {"paddingValue", 0}, {"paddingLimit", 40}, {"signed", false}}},
+        {"nm", {{"center", 64}, {"width", 128}, {"bitsPerPixel", 8}, {"usePadding", false}}},
+        {"xa", {{"voiLutSelection", 0}, {"windowSource", "voi-lut-entry"}, {"gamma", 1.0}}},
+    };
+    for (const auto& row : rows) {
+        const Json info = Info(m_Directory / (std::string(row.sample) + ".dcm"));
+        for (const auto& [key, value] : row.expected.items())
+            EXPECT_EQ(info[key], value) << row.sample << " " << key;
+    }
+    const std::string mr = m_Directory / "mr.dcm";
+    const Json entries = Info(mr)["voiLutEntries"];
+    ASSERT_EQ(entries.size(), 2U);
+    EXPECT_EQ(entries[1]["explanation"], "LESION");
+    EXPECT_EQ(Info("--voi 1 " + mr)["center"], 1700);
+    const Json told = Info("--center 5 --width 7 --gamma 2.2 --invert " + mr);
+    EXPECT_EQ(told["width"], 7);
+    EXPECT_EQ(told["gamma"], 2.2);
+    EXPECT_EQ(told["inverse"], true);
+    EXPECT_EQ(told["voiLutSelection"], -1);
+    EXPECT_EQ(told["windowSource"], "option");
+}
+
+/// Every pixel of the picture is the table's entry for it, read from the file that `zev table` writes.
+void expect_picture_is_table(const std::string& name, const Picture& picture, const DicomFile& file,
+                             const Json& about, const std::string& table) {
+    SCOPED_TRACE(name);
+    ASSERT_EQ(table.size(), about["size"].get<std::size_t>() * 4);
+    ASSERT_EQ(picture.width, file.Columns());
+    ASSERT_EQ(picture.height, file.Rows());
+    const int origin = about["signed"].get<bool>() ? about["tableSize"].get<int>() / 2 : 0;
+    for (int i = 0; i < file.Columns() * file.Rows(); ++i) {
+        const auto index = static_cast<std::size_t>(file.Mono().Get(static_cast<std::size_t>(i)) + origin);
+        for (int c = 0; c < 3; ++c) {  // the table is little-endian, blue first
+            const int entry = static_cast<unsigned char>(table[index * 4 + static_cast<std::size_t>(2 - c)]);
+            ASSERT_EQ(picture.rgb[static_cast<std::size_t>(3 * i + c)], entry) << "pixel " << i;
+        }
+    }
+}
+
+TEST_F(Program, PictureIsTheTableAtEveryPixel) {
+    std::vector<std::string> paths = WriteSamples(m_Directory.Path());
+    // An image in colour has no table.
+    paths.erase(std::remove(paths.begin(), paths.end(), m_Directory / "us.dcm"), paths.end());
+    if (!support::TestData().empty()) {
+        for (auto& row : support::Manifest()) {
+            const bool isMono =
+                row["photometric"].rfind("MONOCHROME", 0) == 0 || row["photometric"] == "absent";
+            if (isMono && row["stored_min"] != "-") paths.push_back(support::TestData() + "/" + row["file"]);
+        }
+    }
+    const std::string png = m_Directory / "p.png", bin = m_Directory / "t.bin";
+    for (const std::string& path : paths) {
+        for (const char* options : {"", " --invert --center 300 --width 900"}) {
+            ASSERT_EQ(Run("render " + path + " -o " + png + options).status, 0) << path;
+            const Outcome table = Run("table " + path + " -o " + bin + " --out-depth 32" + options);
+            ASSERT_EQ(table.status, 0) << table.err;
+            expect_picture_is_table(path + options, ReadPng(png), DicomFile::Load(path),
+                                    Json::parse(table.out), support::ReadFile(bin));
+        }
+    }
+}
+
+TEST_F(Program, RealFilesOpenToTheirFirstWindow) {
+    if (support::TestData().empty()) GTEST_SKIP() << "no test data";
+    for (auto& row : support::Manifest()) {
+        if (row["stored_min"] == "-" || row["photometric"].rfind("MONOCHROME", 0) != 0) continue;
+        SCOPED_TRACE(row["file"]);
+        // "450\200 / 790\443 (NAMES)", after "Shared[1]: " in an enhanced image
+        std::string windows = row["window_centres_widths"];
+        const std::size_t colon = windows.find(": ");
+        if (colon != std::string::npos) windows = windows.substr(colon + 2);
+        const std::size_t slash = windows.find(" / ");
+        if (slash == std::string::npos) continue;
+        // A PT image opens on the SUV scale instead.
+        const Json info =
+            Info(support::TestData() + "/" + row["file"] + (row["modality"] == "PT" ? " --voi 0" : ""));
+        EXPECT_EQ(info["center"], static_cast<int>(std::stod(windows)));
+        EXPECT_EQ(info["width"], static_cast<int>(std::stod(windows.substr(slash + 3))));
+        EXPECT_EQ(info["photometricInverse"], row["photometric"] == "MONOCHROME1");
+    }
+}
+
+/// A 64 x 64 image of 12 bits whose stored value is its pixel's number.
+void write_ramp(const std::string& path, const std::vector<std::pair<std::uint32_t, std::string>>& decimals) {
+    DicomDataSet set;
+    set.PutText(DicomTag(0x0008, 0x0016), "UI", "1.2.840.10008.5.1.4.1.1.4");
+    set.PutText(DicomTag(0x0008, 0x0018), "UI", "2.25.4711");
+    set.PutText(DicomTag(0x0008, 0x0060), "CS", "MR");
+    set.PutWord(DicomTag(0x0028, 0x0002), "US", 1);
+    set.PutText(DicomTag(0x0028, 0x0004), "CS", "MONOCHROME2");
+    for (const auto& [element, value] :
+         {std::pair{0x10, 64}, {0x11, 64}, {0x100, 16}, {0x101, 12}, {0x102, 11}, {0x103, 0}})
+        set.PutWord(DicomTag(0x0028, static_cast<unsigned>(element)), "US", value);
+    for (const auto& [tag, text] : decimals) set.PutText(tag, "DS", text);
+    std::string pixels;
+    for (int i = 0; i < 4096; ++i) {
+        pixels += static_cast<char>(i & 0xFF);
+        pixels += static_cast<char>(i >> 8);
+    }
+    set.elements[DicomTag(0x7FE0, 0x0010)] = DicomElement{"OW", std::move(pixels), {}};
+    support::WriteFile(path, EncodeDicomFile(set));
+}
+
+constexpr std::uint32_t kCenter = DicomTag(0x0028, 0x1050), kWidth = DicomTag(0x0028, 0x1051),
+                        kIntercept = DicomTag(0x0028, 0x1052), kSlope = DicomTag(0x0028, 0x1053);
+
+TEST_F(Program, FractionsArePresentedInStoredValues) {
+    const std::string map = m_Directory / "map.dcm", png = m_Directory / "map.png";
+    write_ramp(map, {{kSlope, "0.0001"}, {kIntercept, "-0.05"}, {kCenter, "0.15"}, {kWidth, "0.2"}});
+    const Json info = Info(map);
+    EXPECT_EQ(info["windowUnits"], "stored");
+    EXPECT_EQ(info["center"], 2000);
+    EXPECT_EQ(info["width"], 2000);
+    EXPECT_NEAR(info["modalityCenter"].get<double>(), 0.15, 1e-9);
+    ASSERT_EQ(Run("render " + map + " -o " + png).status, 0);
+    const Picture picture = ReadPng(png);
+    EXPECT_EQ(picture.rgb[3 * 999], 0);
+    EXPECT_EQ(picture.rgb[3 * 2000], 127);
+    EXPECT_EQ(picture.rgb[3 * 3000], 255);
+    // Options are told after rescale.
+    EXPECT_EQ(Info(map + " --center 0.25 --width 0.1")["center"], 3000);
+    // Without a window, and where the values are large, in their own way.
+    write_ramp(map, {{kSlope, "0.0001"}});
+    EXPECT_EQ(Info(map)["windowSource"], "automatic");
+    EXPECT_NEAR(Info(map)["width"].get<int>(), 4014, 4);
+    write_ramp(map, {{kSlope, "0.684"}, {kIntercept, "200"}, {kCenter, "1600"}, {kWidth, "2800"}});
+    EXPECT_EQ(Info(map)["windowUnits"], "modality");
+}
+
+TEST_F(Program, AutoTellsWhatIsMeasured) {
+    const std::string ramp = m_Directory / "ramp.dcm";
+    write_ramp(ramp, {{kCenter, "7"}, {kWidth, "8"}});
+    const auto measured = [&](const std::string& options) {
+        const Outcome outcome = Run("auto --json " + ramp + options);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        return Json::parse(outcome.out);
+    };
+    const Json whole = measured("");
+    EXPECT_EQ(whole["calculators"]["NM"], (Json{{"width", 4074}, {"center", 2038}}));
+    EXPECT_NEAR(whole["host"]["width"].get<int>(), 4014, 4);
+    const Json part = measured(" --rect 0,0,64,1");
+    EXPECT_LE(part["host"]["width"].get<int>(), 64);
+    EXPECT_EQ(measured(" --rect 5,5,5,9")["calculators"]["CT"], nullptr);
+    EXPECT_EQ(Run("auto " + ramp + " --rect 1,2").status, 2);
+    const Json info = Info(ramp + " --auto");
+    EXPECT_EQ(info["windowSource"], "automatic");
+    EXPECT_EQ(info["width"], whole["host"]["width"]);
+    EXPECT_EQ(Run("info " + ramp + " --auto --center 1 --width 2").status, 2);
+}
+
+TEST(Output, IsWholeOrNotThere) {
+    support::TemporaryDirectory directory;
+    const std::string path = directory / "out.bin";
+    support::WriteFile(path, "old");
+    {
+        AtomicFile file(path);
+        file.Write("half", 4);
+        EXPECT_EQ(support::ReadFile(path), "old");
+    }
+    EXPECT_EQ(support::ReadFile(path), "old");
+    EXPECT_EQ(directory.Count(), 1U);
+    WriteFileAtomically(path, "whole", 5);
+    EXPECT_EQ(support::ReadFile(path), "whole");
+    EXPECT_EQ(directory.Count(), 1U);
+    EXPECT_THROW(WriteFileAtomically(directory / "no/out.bin", "x", 1), PresentError);
+    EXPECT_THROW(WriteFileAtomically(directory.Path(), "x", 1), PresentError);
+    EXPECT_EQ(directory.Count(), 1U);
+}
+
+TEST(Output, PngKeepsEveryPixelAndIsGreyWithoutColour) {
+    support::TemporaryDirectory directory;
+    Picture picture(7, 3);
+    for (std::size_t i = 0; i < picture.rgb.size(); ++i)
+        picture.rgb[i] = static_cast<std::uint8_t>(i / 3 * 11);
+    for (bool colour : {false, true}) {
+        if (colour) picture.At(6, 2)[2] ^= 1;
+        WritePng(directory / "p.png", picture);
+        EXPECT_EQ(ReadPng(directory / "p.png").rgb, picture.rgb);
+        // Byte 25 of a PNG file is its colour type: 0 grey, 2 RGB.
+        EXPECT_EQ(support::ReadFile(directory / "p.png")[25], colour ? 2 : 0);
+    }
+}
+
+TEST(ContactSheet, TakesPicturesOfAnyShape) {
+    const Picture sheet = MakeContactSheet({{"A", Picture(1, 1)},
+                                            {"", Picture(3000, 1)},
+                                            {"LONG TEXT THAT RUNS OVER THE "
+                                             "EDGE OF THE SHEET",
+                                             Picture(5, 900)}},
+                                           2);
+    EXPECT_GT(sheet.height, sheet.width);
+}
+
+}  // namespace
