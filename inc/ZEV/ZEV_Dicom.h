@@ -14,6 +14,18 @@ class OBJ_Msg;
 class ZEV_ColorMap;
 class ZEV_Params;
 
+/// Where the window of an opened image came from.
+enum class ZEV_WindowSource {
+    kNone,           ///< the call left the window as it was
+    kVoiLutEntry,    ///< a windowing entry of the image
+    kRawAttributes,  ///< WindowCenter and WindowWidth, where the entry gives no curve
+    kAutomatic,      ///< measured from the pixels, now or earlier
+    kFallback,       ///< the fixed window of an image that has none
+    kSaved,          ///< a window or a selected entry of the saved display parameters
+    kPreset,         ///< the preset that the saved display parameters name
+    kColorMapSuv     ///< the scale of a colour map of SUV type
+};
+
 /// Fills a ZEV_Params from an image's message.
 ///
 ///     KIT_BaseParamsVec vec(L"view");
@@ -23,7 +35,7 @@ class ZEV_Params;
 ///     vec.Append(&params);
 ///     if (ZEV_Dicom().UpdateFromDicom(&msg, &raster, &params, nullptr, false, false, &vec) != 0) ...;
 ///
-/// The class has no data: make one on the stack wherever it is needed. The first object of the process reads
+/// Make one on the stack wherever it is needed: it only remembers where the last window came from. The first object of the process reads
 /// the per-modality defaults from the configuration; if that fails, _com_error passes out of that one
 /// constructor, and the reading is not tried again. The defaults are guarded against two first objects.
 class ZEV_API ZEV_Dicom {
@@ -32,6 +44,10 @@ public:
     ~ZEV_Dicom();
     ZEV_Dicom(const ZEV_Dicom&) {}
     ZEV_Dicom& operator=(const ZEV_Dicom&) { return *this; }
+
+    /// The source of the current window after the last UpdateFromDicom of this object, or after an
+    /// UpdateFromDDP that followed it. Of several sources that set the window in turn, the last one.
+    ZEV_WindowSource GetWindowSource() const { return m_WindowSource; }
 
     /// What a viewer calls when an image is opened: takes rescale, gamma, VOI entries, padding, inversion and
     /// the presentation LUT from the message, and the window from, in this order, VOI entry 0, the plain
@@ -57,6 +73,14 @@ public:
     /// selection ends. `vec` may be null.
     static bool SetWindowingPresetValues(ZEV_Params* params, KIT_BaseParamsVec* vec, long min, long max,
                                          long center, long width, ZEV_WindowingUnits::Units units);
+
+    /// The window that a preset means for this image, before it is rounded to whole numbers: in the units of
+    /// the window, with the rescale of `params`, which nothing changes. The arguments are those of
+    /// SetWindowingPresetValues; centre and width are translated by their two ends. False, with the outputs
+    /// untouched, where that gives false, without a complete pair, or for a null output.
+    static bool TranslatePresetValues(ZEV_Params* params, KIT_BaseParamsVec* vec, long min, long max,
+                                      long center, long width, ZEV_WindowingUnits::Units units,
+                                      double* exactCenter, double* exactWidth);
 
     /// The automatic window that was put into the message, in stored pixel values, truncated. False, with the
     /// outputs untouched, unless width and centre are both there. A null argument gives false.
@@ -84,6 +108,7 @@ public:
 
 private:
     static void read_defaults_once();
+    static bool windows_are_in_real_world_values();
 
     /// In stored pixel values, from the message or measured; both outputs are 0 when it fails.
     bool auto_win(KIT_Raster* raster, OBJ_Msg* msg, int* width, int* center, ZEV_Params* params);
@@ -100,5 +125,7 @@ private:
 
     static std::map<SPC_Modality::MODALITY, bool> s_MinMaxScaleDefaults;
     static std::map<SPC_Modality::MODALITY, _bstr_t> s_DefaultColorMaps;
+    ZEV_WindowSource m_WindowSource = ZEV_WindowSource::kNone;
+
     static int s_ApplyRealWorld;  ///< "gra\apply_real_world_to_window"; negative until it is read
 };

@@ -5,10 +5,13 @@
 #include <ZEV/ZEV_Export.h>
 #include <ZEV/ZEV_WindowingUnits.h>
 
-/// One windowing preset. A number that is not given is -1. A preset is usable if it has both ends or both
-/// centre and width; nothing here derives one pair from the other.
+/// One windowing preset. A preset is usable if it has both ends or both centre and width; nothing here derives
+/// one pair from the other. No lock: an object belongs to one thread at a time, or is only read.
 class ZEV_API ZEV_PresetValue : public RWCollectable {
 public:
+    /// A number that is not given.
+    static constexpr int kNotGiven = -1;
+
     /// All numbers 0, a null name, raw units.
     ZEV_PresetValue();
     ZEV_PresetValue(int min, int max, int center, int width, const wchar_t* name,
@@ -22,6 +25,8 @@ public:
     int GetMax() const { return m_max; }
     int GetCenter() const { return m_center; }
     int GetWidth() const { return m_width; }
+    bool HasEnds() const { return m_min != kNotGiven && m_max != kNotGiven; }
+    bool HasWindow() const { return m_center != kNotGiven && m_width != kNotGiven; }
     /// Null when the name is null.
     const wchar_t* GetName() const { return m_name; }
     ZEV_WindowingUnits::Units GetUnits() const { return m_units; }

@@ -15,6 +15,8 @@
 #include <unordered_set>
 #include <utility>
 
+class ZEV_PresetValue;
+
 /// Hash of pairs and of single enumerators: 64-bit FNV-1a over the four bytes of a value, lowest first; of a
 /// pair the hashes of both members, exclusive-or.
 struct ZEV_API myPairHash {
@@ -73,6 +75,9 @@ public:
     ZEV_ProcedurePreset* GetIthPreset(int i) const;
     /// The first set of that name, or null.
     ZEV_ProcedurePreset* GetSetOfPreset(const wchar_t* name) const;
+    /// The first usable preset of that name in the sets of a procedure, or of every procedure for null. Null
+    /// when there is none.
+    ZEV_PresetValue* FindPreset(const _bstr_t& name, const wchar_t* procedure) const;
 
     // ---- colour maps ----
     /// Number of procedures in the list of the process.

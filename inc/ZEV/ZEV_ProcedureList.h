@@ -1,10 +1,12 @@
 #pragma once
 
+#include <COM/bstr.h>
 #include <RW/RWBoundsErr.h>
 #include <ZEV/ZEV_Export.h>
 
 #include <cstddef>
 #include <utility>
+#include <vector>
 
 class ZEV_ColorMap;
 class ZEV_ProcedureColorMaps;
@@ -96,6 +98,13 @@ public:
 
     /// Also forgets m_pPreviousColorMap.
     void clearAndDestroy();
+
+    /// All maps of that UID, in list order. Where an image asks for a map by its UID, the last one counts.
+    std::vector<ZEV_ColorMap*> FindByUID(const _bstr_t& uid) const;
+
+    /// Makes the next image open as if it were the first: choosing the map of the image before once more would
+    /// leave the window alone, and a UID that is not found would set the SUV scale of that map.
+    static void ForgetPreviousColorMap() { m_pPreviousColorMap = nullptr; }
 
     /// The map that was last chosen by its UID; null at first. Not owned.
     static ZEV_ColorMap* m_pPreviousColorMap;

@@ -8,6 +8,7 @@
 #include <ZEV/ZEV_ProcedureColorMaps.h>
 #include <ZEV/ZEV_ProcedurePreset.h>
 
+#include <cwchar>
 #include <memory>
 
 #include "zev_dicom_values.h"
@@ -244,6 +245,19 @@ ZEV_ProcedurePreset* ZEV_Presets::GetIthPreset(int i) const {
 ZEV_ProcedurePreset* ZEV_Presets::GetSetOfPreset(const wchar_t* name) const {
     const ZEV_ProcedurePreset key(name);
     return m_presets.find(&key);
+}
+
+ZEV_PresetValue* ZEV_Presets::FindPreset(const _bstr_t& name, const wchar_t* procedure) const {
+    for (int i = 0; i < NumOfPresetLists(); ++i) {
+        ZEV_ProcedurePreset* const set = GetIthPreset(i);
+        if (procedure != nullptr && std::wcscmp(set->GetName(), procedure) != 0) continue;
+        for (int k = 0; k < set->NumOfPresets(); ++k) {
+            ZEV_PresetValue* const preset = set->GetValue(k);
+            if (preset != nullptr && name == preset->GetName() && (preset->HasEnds() || preset->HasWindow()))
+                return preset;
+        }
+    }
+    return nullptr;
 }
 
 // ---- colour maps ----

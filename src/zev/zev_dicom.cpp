@@ -38,16 +38,6 @@ namespace {
 constexpr int kFallbackCenter = 1000;
 constexpr int kFallbackWidth = 4095;
 
-/// A padding attribute's 16 bits, signed or not; false when it is absent or empty.
-bool read_padding(OBJ_Msg& msg, unsigned tagNumber, bool isSigned, int& padding) {
-    const Dicom_Element* const element = msg.FindElement(Dicom_Tag(tagNumber, nullptr), 0);
-    double number = 0.0;
-    if (element == nullptr || !element->m_pValue->GetNumber(0, number)) return false;
-    const auto bits = static_cast<std::uint16_t>(static_cast<unsigned>(zev::TruncToInt(number)));
-    padding = isSigned ? static_cast<std::int16_t>(bits) : static_cast<int>(bits);
-    return true;
-}
-
 }  // namespace
 
 ZEV_Dicom::ZEV_Dicom() { read_defaults_once(); }
@@ -77,6 +67,7 @@ void ZEV_Dicom::read_defaults_once() {
 int ZEV_Dicom::UpdateFromDicom(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* params, OBJ_Msg* ddpMsg,
                                bool bHeaderOnly, bool bForce, KIT_BaseParamsVec* vec) {
     const char* const function = "ZEV_Dicom::UpdateFromDicom";
+    m_WindowSource = ZEV_WindowSource::kNone;
     if (msg == nullptr) {
         ZEV_LOG(function, zev::kLogUnusual, "UpdateFromDicom: The msg is NULL \n");
         return -1;
@@ -103,7 +94,9 @@ int ZEV_Dicom::UpdateFromDicom(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* par
 
     const Dicom_Tag centerTag(zev::tag::kWindowCenter, nullptr);
     const Dicom_Tag widthTag(zev::tag::kWindowWidth, nullptr);
+    const bool hasRawAttributes = msg->Get(centerTag) != nullptr || msg->Get(widthTag) != nullptr;
     if (KIT_OBJHelper::IsBogus(msg) || raster == nullptr) {
+        if (hasRawAttributes && bAllowWindowingChange) m_WindowSource = ZEV_WindowSource::kRawAttributes;
         if (bAllowWindowingChange) {
             params->InitCenter(zev::FirstInt(*msg, centerTag, 0));
             params->InitWidth(zev::FirstInt(*msg, widthTag, 0));
@@ -121,13 +114,7 @@ int ZEV_Dicom::UpdateFromDicom(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* par
     }
     Mapper_WindowingManager* const manager = params->GetVoiLutManager();
 
-    // Padding: the limit is the value's own number unless it has one itself.
-    const auto* const representation = zev::Find<Dicom_US>(*msg, zev::tag::kPixelRepresentation);
-    const bool isSigned = representation != nullptr && static_cast<unsigned short>(*representation) != 0;
-    int paddingValue = ZEV_Params::kNoPadding;
-    const bool hasPadding = read_padding(*msg, zev::tag::kPixelPaddingValue, isSigned, paddingValue);
-    int paddingLimit = paddingValue;
-    read_padding(*msg, zev::tag::kPixelPaddingRangeLimit, isSigned, paddingLimit);
+    const zev::Padding padding = zev::ReadPadding(*msg, zev::PaddingSign::kOfPixels, ZEV_Params::kNoPadding);
 
     // Photometric interpretation.
     const auto* photometric = zev::Find<Dicom_CS>(*msg, zev::tag::kPhotometricInterpretation);
@@ -148,6 +135,7 @@ int ZEV_Dicom::UpdateFromDicom(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* par
             // The plain attributes, whether or not this call may change the window.
             if (msg->Get(centerTag) != nullptr) params->InitCenter(zev::FirstInt(*msg, centerTag, 0));
             if (msg->Get(widthTag) != nullptr) params->InitWidth(zev::FirstInt(*msg, widthTag, 0));
+            if (hasRawAttributes) m_WindowSource = ZEV_WindowSource::kRawAttributes;
             valuesByDicom = true;
         } else if (bAllowWindowingChange) {
             const int center = zev::TruncToInt(lut->GetVOICenter());
@@ -160,6 +148,7 @@ int ZEV_Dicom::UpdateFromDicom(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* par
                 if (!params->IsWidthInitialized() || bForce) params->InitWidth(width);
             }
             params->SetVoiLutSelection(0, false);
+            m_WindowSource = ZEV_WindowSource::kVoiLutEntry;
             valuesByDicom = true;
         }
     } else if (!bHeaderOnly && zev::IsMonochrome(*photometric) && bAllowWindowingChange) {
@@ -202,17 +191,18 @@ int ZEV_Dicom::UpdateFromDicom(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* par
         if (bAllowWindowingChange) {
             params->InitCenter(kFallbackCenter);
             params->InitWidth(kFallbackWidth);
+            m_WindowSource = ZEV_WindowSource::kFallback;
         }
     }
 
-    params->SetPixelPaddingValues(paddingValue, paddingLimit);
+    params->SetPixelPaddingValues(padding.value, padding.limit);
 
     // Modality.
     auto* const modalityParams =
         vec == nullptr ? nullptr : static_cast<SPC_Modality*>(vec->GetParams("SPC_Modality", false));
     if (modalityParams != nullptr) {
         const SPC_Modality::MODALITY modality = modalityParams->GetModality();
-        params->SetUsePadding(hasPadding && modality == SPC_Modality::MODALITY_MG);
+        params->SetUsePadding(padding.present && modality == SPC_Modality::MODALITY_MG);
         const auto mode = s_MinMaxScaleDefaults.find(modality);
         if (mode != s_MinMaxScaleDefaults.end()) params->SetMinMaxScaleMode(mode->second);
     }

@@ -1,4 +1,4 @@
-// The bridge to automatic windowing: a window for an image that brings none.
+// The bridge to automatic windowing: a window for an image without one.
 
 #include <DICOM/Dicom_Dictionary.h>
 #include <HST/HST_AutoWindow.h>
@@ -7,8 +7,6 @@
 #include <OBJ/OBJ_Msg.h>
 #include <ZEV/ZEV_Dicom.h>
 #include <ZEV/ZEV_Params.h>
-
-#include <cstring>
 
 #include "zev_dicom_values.h"
 #include "zev_log.h"
@@ -20,17 +18,6 @@ namespace {
 /// What the outputs hold until there is a window.
 constexpr int kPresetWidth = 4095;
 constexpr int kPresetCenter = 1000;
-
-/// The representation of the attribute's own value tells the sign. Any other than US and SS leaves the
-/// padding as it is, and so does a value without content.
-void read_padding_by_vr(OBJ_Msg& msg, unsigned tagNumber, int& padding) {
-    const Dicom_Element* const element = msg.FindElement(Dicom_Tag(tagNumber, nullptr), 0);
-    if (element == nullptr) return;
-    const Dicom_Type& value = *element->m_pValue;
-    const bool isShort = std::strcmp(value.m_VR, "US") == 0 || std::strcmp(value.m_VR, "SS") == 0;
-    double number = 0.0;
-    if (isShort && value.GetNumber(0, number)) padding = zev::TruncToInt(number);
-}
 
 }  // namespace
 
@@ -58,10 +45,7 @@ bool ZEV_Dicom::auto_win(KIT_Raster* raster, OBJ_Msg* msg, int* width, int* cent
     *center = kPresetCenter;
     if (GetAutoWinValuesForImage(msg, width, center)) return true;
 
-    int paddingValue = ZEV_Params::kNoPadding;
-    read_padding_by_vr(*msg, zev::tag::kPixelPaddingValue, paddingValue);
-    int paddingLimit = paddingValue;
-    read_padding_by_vr(*msg, zev::tag::kPixelPaddingRangeLimit, paddingLimit);
+    const zev::Padding padding = zev::ReadPadding(*msg, zev::PaddingSign::kOfValue, ZEV_Params::kNoPadding);
 
     bool fullRange = params->ShouldUseFullRange();
     const auto* const modality = zev::Find<Dicom_CS>(*msg, zev::tag::kModality);
@@ -77,7 +61,7 @@ bool ZEV_Dicom::auto_win(KIT_Raster* raster, OBJ_Msg* msg, int* width, int* cent
     void* const pixels = raster == nullptr ? nullptr : raster->GetPixels();
     if (pixels == nullptr || modality == nullptr ||
         window.AutoWindowing(pixels, 0, 0, raster->m_Width, raster->m_Height, raster->m_Width, *modality,
-                             monochrome1, raster->m_BitsPerPixel, paddingValue, paddingLimit,
+                             monochrome1, raster->m_BitsPerPixel, padding.value, padding.limit,
                              raster->m_bSigned, fullRange) != 0) {
         ZEV_LOG(function, zev::kLogTrace, "Auto windowing failed (header?) for params %p\n",
                 static_cast<void*>(params));
@@ -101,6 +85,7 @@ void ZEV_Dicom::apply_auto_windowing(KIT_Raster* raster, OBJ_Msg* msg, float slo
     params->InitWidth(width);
     params->InitCenter(center);
     params->SetVoiLutSelection(-1, false);
+    m_WindowSource = ZEV_WindowSource::kAutomatic;
 }
 
 void ZEV_Dicom::apply_windowing(int selection, int center, int width, ZEV_Params* params) {

@@ -10,9 +10,9 @@
 #include <ZEV/ZEV_PresetValue.h>
 #include <ZEV/ZEV_Presets.h>
 #include <ZEV/ZEV_ProcedureColorMaps.h>
-#include <ZEV/ZEV_ProcedurePreset.h>
 
-#include <cwchar>
+#include <cmath>
+#include <tuple>
 
 #include "zev_numeric.h"
 
@@ -20,8 +20,6 @@ int ZEV_Dicom::s_ApplyRealWorld = -1;
 
 namespace {
 
-/// In the role of a number that is not given.
-constexpr int kAbsent = -1;
 /// A map of SUV type opens on the scale from 0 to this.
 constexpr float kSuvScaleTop = 10.0f;
 /// The window where no preset of the name is found, in SUV by body weight.
@@ -33,25 +31,37 @@ SPC_MeasurementUnitsParams* find_units(KIT_BaseParamsVec* vec) {
     return static_cast<SPC_MeasurementUnitsParams*>(vec->GetParams("SPC_MeasurementUnitsParams", false));
 }
 
-bool has_ends(const ZEV_PresetValue& preset) {
-    return preset.GetMin() != kAbsent && preset.GetMax() != kAbsent;
-}
-bool has_window(const ZEV_PresetValue& preset) {
-    return preset.GetCenter() != kAbsent && preset.GetWidth() != kAbsent;
+/// A preset's numbers. Of two complete pairs the ends count.
+struct PresetNumbers {
+    enum class Pair { kNone, kEnds, kWindow };
+
+    PresetNumbers(long min, long max, long center, long width) {
+        const auto given = [](long number) { return number != ZEV_PresetValue::kNotGiven; };
+        pair = given(min) && given(max)        ? Pair::kEnds
+               : given(center) && given(width) ? Pair::kWindow
+                                               : Pair::kNone;
+        first = pair == Pair::kWindow ? center : max;
+        second = pair == Pair::kWindow ? width : min;
+    }
+
+    Pair pair;
+    long first;   ///< the upper end, or the centre
+    long second;  ///< the lower end, or the width
+};
+
+bool are_stored_values(ZEV_WindowingUnits::Units units) {
+    return units == ZEV_WindowingUnits::UNITS_RAW || units == ZEV_WindowingUnits::UNITS_UNINITIALIZED;
 }
 
-/// The first usable preset of that name in the sets of the modality, or null.
-ZEV_PresetValue* find_preset(ZEV_Presets& presets, const wchar_t* modalityName, const _bstr_t& name) {
-    for (int i = 0; i < presets.NumOfPresetLists(); ++i) {
-        ZEV_ProcedurePreset* const set = presets.GetIthPreset(i);
-        if (std::wcscmp(set->GetName(), modalityName) != 0) continue;
-        for (int j = 0; j < set->NumOfPresets(); ++j) {
-            ZEV_PresetValue* const preset = set->GetValue(j);
-            if (preset == nullptr || name != preset->GetName()) continue;
-            if (has_ends(*preset) || has_window(*preset)) return preset;
-        }
-    }
-    return nullptr;
+bool can_translate(SPC_MeasurementUnitsParams* measurement, ZEV_WindowingUnits::Units units) {
+    return are_stored_values(units) ||
+           (measurement != nullptr && !measurement->IsDataMissingForMeasurement(
+                                          ZEV_WindowingUnits::ConvertFromZevWindowingUnits(units)));
+}
+
+float to_pixel(SPC_MeasurementUnitsParams& measurement, float value, ZEV_WindowingUnits::Units units) {
+    return measurement.TranslateBackFromUnitsToPixel(value,
+                                                     ZEV_WindowingUnits::ConvertFromZevWindowingUnits(units));
 }
 
 /// To the nearest whole number, halves upward; what is left of a negative number is cut off towards zero.
@@ -66,15 +76,10 @@ void ZEV_Dicom::set_default_colormap(_bstr_t uid, ZEV_Params* params, KIT_BasePa
         if (params != nullptr) params->SetDPColorMap(previous);
         return;
     }
-    // Of several maps with the same UID the last one wins.
-    for (std::size_t i = 0; i < s_pColorMapsList->entries(); ++i) {
-        ZEV_ProcedureColorMaps* const set = s_pColorMapsList->at(i);
-        for (int k = 0; k < set->NumOfColorMaps(); ++k) {
-            ZEV_ColorMap* const map = set->GetColorMap(k);
-            if (map->GetUID() != uid) continue;
-            if (params != nullptr) params->SetDPColorMap(map);
-            previous = map;
-        }
+    // Of several maps with the same UID the last one wins, and each one is set.
+    for (ZEV_ColorMap* const map : s_pColorMapsList->FindByUID(uid)) {
+        if (params != nullptr) params->SetDPColorMap(map);
+        previous = map;
     }
     // This may be the map of an earlier call.
     if (previous == nullptr || !previous->GetIsSUVType()) return;
@@ -87,6 +92,7 @@ void ZEV_Dicom::set_default_colormap(_bstr_t uid, ZEV_Params* params, KIT_BasePa
     const float width = top - bottom;
     params->SetWidth(zev::TruncToInt(width));
     params->SetCenter(zev::TruncToInt(width * 0.5f));
+    m_WindowSource = ZEV_WindowSource::kColorMapSuv;
 }
 
 void ZEV_Dicom::set_default_windowing_preset(_bstr_t name, ZEV_Params* params, KIT_BaseParamsVec* vec) {
@@ -101,76 +107,90 @@ void ZEV_Dicom::set_default_windowing_preset(_bstr_t name, ZEV_Params* params, K
     // Read afresh each time. A configuration that gives nothing leaves the fallback.
     ZEV_Presets presets;
     presets.Init(L"windowing");
-    ZEV_PresetValue fallback(kFallbackSuvMin, kFallbackSuvMax, kAbsent, kAbsent, L"",
-                             ZEV_WindowingUnits::UNITS_SUV_BW);
-    ZEV_PresetValue* const found = find_preset(presets, modalityName, name);
+    const ZEV_PresetValue fallback(kFallbackSuvMin, kFallbackSuvMax, ZEV_PresetValue::kNotGiven,
+                                   ZEV_PresetValue::kNotGiven, L"", ZEV_WindowingUnits::UNITS_SUV_BW);
+    const ZEV_PresetValue* const found = presets.FindPreset(name, modalityName);
     const ZEV_PresetValue& preset = found == nullptr ? fallback : *found;
     if (SetWindowingPresetValues(params, vec, preset.GetMin(), preset.GetMax(), preset.GetCenter(),
                                  preset.GetWidth(), preset.GetUnits())) {
         params->InitCenter(params->GetCenter());
         params->InitWidth(params->GetWidth());
+        m_WindowSource = ZEV_WindowSource::kPreset;
     }
+}
+
+bool ZEV_Dicom::windows_are_in_real_world_values() {
+    if (s_ApplyRealWorld < 0) {
+        PRM_ITreePtr root(CLSID_PRM_Tree);
+        s_ApplyRealWorld = root->GetIntDefault(L"gra\\apply_real_world_to_window", 0);
+    }
+    return s_ApplyRealWorld != 0;
 }
 
 bool ZEV_Dicom::SetWindowingPresetValues(ZEV_Params* params, KIT_BaseParamsVec* vec, long min, long max,
                                          long center, long width, ZEV_WindowingUnits::Units units) {
     if (params == nullptr) return false;
-    // Of two complete pairs the ends decide.
-    const bool byEnds = min != kAbsent && max != kAbsent;
-    const bool byWindow = !byEnds && center != kAbsent && width != kAbsent;
+    PresetNumbers numbers(min, max, center, width);
+    const bool byWindow = numbers.pair == PresetNumbers::Pair::kWindow;
     SPC_MeasurementUnitsParams* const measurement = find_units(vec);
-
-    if (units != ZEV_WindowingUnits::UNITS_RAW && units != ZEV_WindowingUnits::UNITS_UNINITIALIZED) {
-        const SPC_MEASUREMENT_UNITS spcUnits = ZEV_WindowingUnits::ConvertFromZevWindowingUnits(units);
-        if (measurement == nullptr || measurement->IsDataMissingForMeasurement(spcUnits)) return false;
-        const auto toPixel = [&](long& value) {
-            const float pixel =
-                measurement->TranslateBackFromUnitsToPixel(static_cast<float>(value), spcUnits);
-            value = zev::TruncToInt(pixel);
-        };
-        if (byEnds) {
-            toPixel(min);
-            toPixel(max);
-        } else if (byWindow) {
-            toPixel(center);
-            toPixel(width);
-        }
+    if (!can_translate(measurement, units)) return false;
+    if (!are_stored_values(units) && numbers.pair != PresetNumbers::Pair::kNone) {
+        // Centre and width each by itself, unlike in TranslatePresetValues, and truncated.
+        for (long* const number : {&numbers.first, &numbers.second})
+            *number = zev::TruncToInt(to_pixel(*measurement, static_cast<float>(*number), units));
     }
 
+    // Before the configuration is read, which may raise _com_error.
     params->SetVoiLutSelection(-1, false);
-    float a = static_cast<float>(byWindow ? center : max);
-    float b = static_cast<float>(byWindow ? width : min);
+    float a = static_cast<float>(numbers.first);
+    float b = static_cast<float>(numbers.second);
 
-    if (s_ApplyRealWorld < 0) {
-        PRM_ITreePtr root(CLSID_PRM_Tree);
-        s_ApplyRealWorld = root->GetIntDefault(L"gra\\apply_real_world_to_window", 0);
-    }
-    if (s_ApplyRealWorld != 0 && measurement != nullptr && measurement->HasRealWorldValidInfo()) {
-        if (byWindow) {
-            const float half = b * 0.5f;
-            const float middle = a;
-            a = middle + half;
-            b = middle - half;
-        }
-        a = measurement->FindValueForRealWorldValue(a);
-        b = measurement->FindValueForRealWorldValue(b);
+    if (windows_are_in_real_world_values() && measurement != nullptr &&
+        measurement->HasRealWorldValidInfo()) {
+        if (byWindow) std::tie(a, b) = translate_centerwidth_to_maxmin({a, b});
         const float slope = params->GetRescaleSlope();
         const float intercept = static_cast<float>(params->GetRescaleIntercept());
-        a = a * slope + intercept;
-        b = b * slope + intercept;
-        if (byWindow) {
-            const float upper = a;
-            a = (b + upper) * 0.5f;
-            b = upper - b;
-        }
+        a = measurement->FindValueForRealWorldValue(a) * slope + intercept;
+        b = measurement->FindValueForRealWorldValue(b) * slope + intercept;
+        if (byWindow) std::tie(a, b) = translate_maxmin_to_centerwidth({a, b});
     }
 
-    if (byEnds) {
-        params->SetWindowMax(rounded(a));
-        params->SetWindowMin(rounded(b));
-    } else if (byWindow) {
+    if (byWindow) {
         params->SetCenter(rounded(a));
         params->SetWidth(rounded(b));
+    } else if (numbers.pair == PresetNumbers::Pair::kEnds) {
+        params->SetWindowMax(rounded(a));
+        params->SetWindowMin(rounded(b));
     }
+    return true;
+}
+
+bool ZEV_Dicom::TranslatePresetValues(ZEV_Params* params, KIT_BaseParamsVec* vec, long min, long max,
+                                      long center, long width, ZEV_WindowingUnits::Units units,
+                                      double* exactCenter, double* exactWidth) {
+    if (params == nullptr || exactCenter == nullptr || exactWidth == nullptr) return false;
+    const PresetNumbers numbers(min, max, center, width);
+    SPC_MeasurementUnitsParams* const measurement = find_units(vec);
+    if (numbers.pair == PresetNumbers::Pair::kNone || !can_translate(measurement, units)) return false;
+
+    double ends[] = {static_cast<double>(numbers.first), static_cast<double>(numbers.second)};
+    if (numbers.pair == PresetNumbers::Pair::kWindow) {
+        const double half = ends[1] / 2.0;
+        ends[1] = ends[0] - half;
+        ends[0] += half;
+    }
+    const bool realWorld =
+        windows_are_in_real_world_values() && measurement != nullptr && measurement->HasRealWorldValidInfo();
+    for (double& end : ends) {
+        if (!are_stored_values(units))
+            end = static_cast<double>(to_pixel(*measurement, static_cast<float>(end), units));
+        if (realWorld) {
+            const float stored = measurement->FindValueForRealWorldValue(static_cast<float>(end));
+            end = static_cast<double>(stored) * static_cast<double>(params->GetRescaleSlope()) +
+                  params->GetRescaleIntercept();
+        }
+    }
+    *exactCenter = (ends[0] + ends[1]) / 2.0;
+    *exactWidth = std::fabs(ends[0] - ends[1]);
     return true;
 }

@@ -95,6 +95,7 @@ bool ZEV_Dicom::UpdateFromDDP(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* para
         }
         params->SetCenter(c);
         params->SetWidth(w);
+        m_WindowSource = ZEV_WindowSource::kSaved;
     }
 
     const bool bogus = KIT_OBJHelper::IsBogus(msg);
@@ -119,12 +120,15 @@ bool ZEV_Dicom::UpdateFromDDP(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* para
             n = find_entry(*manager, *imageSelection);
         if (n >= 0) {
             const Mapper_WindowingEntry* const entry = manager->m_Entries[static_cast<std::size_t>(n)];
+            const ZEV_WindowSource entrySource =
+                savedSelection != nullptr ? ZEV_WindowSource::kSaved : ZEV_WindowSource::kVoiLutEntry;
             if (hasSavedWindow) {
                 apply_windowing(n, c, w, params);
             } else if (Mapper_VOILut* const lut =
                            manager->CreateDicomVOILut(entry, zev::kVoiMaxOutput, zev::kVoiLutKeptByManager)) {
                 apply_windowing(n, zev::TruncToInt(lut->GetVOICenter()), zev::TruncToInt(lut->GetVOIWidth()),
                                 params);
+                m_WindowSource = entrySource;
             } else {
                 ZEV_LOG(kFunction, zev::kLogError,
                         "VOI LUT applied by DP has no center and width - neither in DP nor in DICOM");
@@ -133,6 +137,7 @@ bool ZEV_Dicom::UpdateFromDDP(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* para
             if (pval) pval->SetWindowingType(*manager, entry);
         } else if (!manager->m_Entries.empty()) {
             apply_windowing(0, c, w, params);
+            if (!hasSavedWindow) m_WindowSource = ZEV_WindowSource::kVoiLutEntry;
         } else {
             apply_auto_windowing(raster, msg, image.slope, image.intercept, params);
         }

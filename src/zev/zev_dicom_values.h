@@ -55,6 +55,19 @@ struct Rescale {
 };
 Rescale ReadRescale(const Dicom_Msg& msg);
 
+/// PixelPaddingValue and PixelPaddingRangeLimit; the limit is the value's own number unless it has one.
+struct Padding {
+    bool present = false;  ///< there is a PixelPaddingValue
+    int value = 0;
+    int limit = 0;
+};
+/// How the 16 bits of a padding attribute are read. Opening an image and measuring its window differ.
+enum class PaddingSign {
+    kOfPixels,  ///< opening: the PixelRepresentation of the image
+    kOfValue    ///< measuring: the attribute's own representation; any other than US and SS is left out
+};
+Padding ReadPadding(Dicom_Msg& msg, PaddingSign sign, int absent);
+
 bool IsMonochrome1(const Dicom_CS& photometric);
 bool IsMonochrome(const Dicom_CS& photometric);
 /// Whether a code string is present and equals a text.

@@ -161,6 +161,17 @@ ZEV_ProcedureColorMapsList* ZEV_ProcedureColorMapsList::GetInstance() {
 }
 
 void ZEV_ProcedureColorMapsList::clearAndDestroy() {
-    m_pPreviousColorMap = nullptr;
+    ForgetPreviousColorMap();
     ZEV_ProcedureList::clearAndDestroy();
+}
+
+std::vector<ZEV_ColorMap*> ZEV_ProcedureColorMapsList::FindByUID(const _bstr_t& uid) const {
+    std::vector<ZEV_ColorMap*> found;
+    for (std::size_t i = 0; i < entries(); ++i) {
+        for (int k = 0; k < at(i)->NumOfColorMaps(); ++k) {
+            ZEV_ColorMap* const map = at(i)->GetColorMap(k);
+            if (map->GetUID() == uid) found.push_back(map);
+        }
+    }
+    return found;
 }
