@@ -6,18 +6,18 @@
 #include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <vector>
 
 #include "commands.h"
 #include "io/dicom_tags.h"
 #include "io/present_error.h"
+#include "io/printable.h"
+#include "options.h"
+#include "output.h"
 #include "present/presentation.h"
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 Json window(int center, int width) { return {{"width", width}, {"center", center}}; }
 
@@ -27,7 +27,7 @@ Json calculator(OpenedImage& image, SPC_Modality::MODALITY modality, KIT_Rect re
     return window(center, width);
 }
 
-/// The measure that opening takes, over the whole image or a part of it.
+/// What opening would measure, over the whole image or a part of it.
 Json host(OpenedImage& image, const std::optional<KIT_Rect>& rect) {
     if (!rect) {
         const std::optional<StoredWindow> measured = MeasureWindow(image);
@@ -58,7 +58,7 @@ void print_for_people(const Json& result, const std::string& path) {
             std::cout << "centre " << value["center"] << ", width " << value["width"] << "\n";
         }
     };
-    std::cout << path << ", in stored pixel values\n";
+    std::cout << Printable(path) << ", in stored pixel values\n";
     for (const auto& [name, value] : result["calculators"].items()) line(name, value);
     line("host", result["host"]);
 }
@@ -73,16 +73,14 @@ void AddAutoCommand(CLI::App& app, Run& run) {
         PresentationOptions presentation;
     };
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("auto", "Tell what automatic windowing measures");
+    CLI::App* command = app.add_subcommand("auto", "Show what automatic windowing measures");
     command->add_option("INPUT", options->input, "DICOM file")->required();
     command->add_flag("--json", options->json, "As one JSON object");
     command->add_option("--rect", options->rect, "x0,y0,x1,y1: the part to measure, x1 and y1 excluded")
         ->delimiter(',')
         ->expected(4);
-    command->add_option("--frame", options->presentation.frame, "Frame, from 0")
-        ->check(CLI::NonNegativeNumber);
-    command->add_option("--config", options->presentation.config,
-                        "Configuration in place of the built-in one");
+    AddFrameOption(*command, options->presentation);
+    AddConfigOption(*command, options->presentation.config);
     command->callback([options, &run] {
         run = [options] {
             LoadConfiguration(options->presentation.config);
@@ -100,7 +98,7 @@ void AddAutoCommand(CLI::App& app, Run& run) {
                                      {"NM", calculator(image, SPC_Modality::MODALITY_NM, region)}};
             result["host"] = host(image, rect);
             if (options->json) {
-                std::cout << result.dump(2) << "\n";
+                PrintJson(std::cout, result);
             } else {
                 print_for_people(result, options->input);
             }

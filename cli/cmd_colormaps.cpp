@@ -6,18 +6,18 @@
 #include <cstdio>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands.h"
 #include "contact_sheet.h"
 #include "io/png_file.h"
 #include "io/present_error.h"
+#include "io/printable.h"
+#include "options.h"
+#include "output.h"
 #include "present/catalogue.h"
 #include "present/presentation.h"
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr int kMargin = 12;
 constexpr int kLine = 22;
@@ -26,11 +26,6 @@ constexpr int kStripLeft = 300;
 constexpr int kColourWidth = 2;
 /// The picture's height grows with the configuration.
 constexpr int kMostLines = 1000;
-
-std::string uid_of(const ZEV_ColorMap& map) {
-    const _bstr_t uid = map.GetUID();
-    return refhost::ToUtf8(static_cast<const wchar_t*>(uid));
-}
 
 Json describe_table(const ZEV_ColorMap& map) {
     Json table = Json::array();
@@ -49,12 +44,9 @@ Json describe_maps() {
         Json maps = Json::array();
         for (int k = 0; k < set.NumOfColorMaps(); ++k) {
             const ZEV_ColorMap& map = *set.GetColorMap(k);
-            Json about = {{"name", refhost::ToUtf8(map.GetName())},
-                          {"uid", uid_of(map)},
-                          {"buttonId", map.GetCustomButtonId()},
-                          {"dummy", map.IsDummy()},
-                          {"suv", map.GetIsSUVType()},
-                          {"smooth", map.GetIsSmooth()}};
+            Json about = {
+                {"name", NameOf(map)},    {"uid", UidOf(map)},         {"buttonId", map.GetCustomButtonId()},
+                {"dummy", map.IsDummy()}, {"suv", map.GetIsSUVType()}, {"smooth", map.GetIsSmooth()}};
             if (!map.IsDummy()) about["table"] = describe_table(map);
             maps.push_back(std::move(about));
         }
@@ -64,15 +56,13 @@ Json describe_maps() {
 }
 
 void print_maps(std::ostream& out) {
-    for (int i = 0; i < Catalogue().NumOfColorMaps(); ++i) {
-        ZEV_ProcedureColorMaps& set = *Catalogue().GetIthColorMap(i);
-        out << refhost::ToUtf8(set.GetName()) << "\n";
-        for (int k = 0; k < set.NumOfColorMaps(); ++k) {
-            const ZEV_ColorMap& map = *set.GetColorMap(k);
-            out << "  " << NameColumn(map.GetName()) << uid_of(map)
-                << (map.GetIsSUVType() ? ", SUV scale" : "") << (map.GetIsSmooth() ? "\n" : ", steps\n");
-        }
-    }
+    std::string shown;
+    ForEachColourMap([&](const std::string& procedure, const ZEV_ColorMap& map) {
+        if (procedure != shown) out << Printable(procedure) << "\n";
+        shown = procedure;
+        out << "  " << NameColumn(NameOf(map)) << Printable(UidOf(map))
+            << (map.GetIsSUVType() ? ", SUV scale" : "") << (map.GetIsSmooth() ? "\n" : ", steps\n");
+    });
 }
 
 /// Each map as a strip from level 0 to 255 after its name, below the name of its procedure. A dummy map is grey.
@@ -95,7 +85,7 @@ Picture draw_maps() {
             const ZEV_ColorMap& map = *set.GetColorMap(k);
             constexpr int kIndent = 2 * kCharacterWidth;
             constexpr int kLetters = (kStripLeft - kMargin - kIndent) / kCharacterWidth;
-            DrawText(picture, kMargin + kIndent, y, refhost::ToUtf8(map.GetName()).substr(0, kLetters));
+            DrawText(picture, kMargin + kIndent, y, NameOf(map).substr(0, kLetters));
             for (int x = 0; x < ZEV_ColorMap::kTableSize * kColourWidth; ++x) {
                 const int level = x / kColourWidth;
                 const KIT_Color colour =
@@ -123,13 +113,13 @@ void AddColorMapsCommand(CLI::App& app, Run& run) {
     CLI::App* command = app.add_subcommand("colormaps", "List the colour maps");
     command->add_flag("--json", options->json, "As one JSON list, with the colours");
     command->add_option("-o,--output", options->output, "PNG file: draw each as a strip");
-    command->add_option("--config", options->config, "Configuration in place of the built-in one");
+    AddConfigOption(*command, options->config);
     command->callback([options, &run] {
         run = [options] {
             LoadConfiguration(options->config);
             if (!options->output.empty()) WritePng(options->output, draw_maps());
             if (options->json) {
-                std::cout << describe_maps().dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+                PrintJson(std::cout, describe_maps());
             } else if (options->output.empty()) {
                 print_maps(std::cout);
             }

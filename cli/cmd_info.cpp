@@ -2,17 +2,18 @@
 
 #include <refhost/Unicode.h>
 #include <charconv>
+#include <cstdio>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands.h"
+#include "io/dicom_tags.h"
+#include "io/printable.h"
 #include "options.h"
+#include "output.h"
 #include "present/presentation.h"
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 /// The shortest number that reads back as this float, without the tail that widening would show.
 double as_written(float value) {
@@ -57,10 +58,45 @@ Json colour_map(ZEV_Params& params) {
             {"dummy", map->IsDummy()}};
 }
 
-Json describe(OpenedImage& image) {
-    ZEV_Params& params = image.Params();
+Json number_or_null(bool exists, int value) { return exists ? Json(value) : Json(nullptr); }
+
+Json text_or_null(const std::string& text) { return text.empty() ? Json(nullptr) : Json(text); }
+
+Json spacing(const DicomDataSet& set) {
+    for (const std::uint32_t tag : {tag::kPixelSpacing, tag::kImagerPixelSpacing}) {
+        double row = 0.0, column = 0.0;
+        if (std::sscanf(set.Text(tag).c_str(), "%lf\\%lf", &row, &column) == 2) return {row, column};
+    }
+    return nullptr;
+}
+
+bool has_overlays(const DicomDataSet& set) {
+    for (unsigned group = 0x6000; group <= 0x601E; group += 2) {
+        if (set.Has(DicomTag(group, 0x0010))) return true;
+    }
+    return false;
+}
+
+void describe_file(const OpenedImage& image, int frame, Json& info) {
     const DicomFile& file = image.File();
-    Json info;
+    const DicomDataSet& set = file.DataSet();
+    info["file"] = file.Path();
+    info["sopInstanceUid"] = text_or_null(set.Text(tag::kSopInstance));
+    info["transferSyntax"] = file.TransferSyntax();
+    info["photometricInterpretation"] = text_or_null(set.Text(tag::kPhotometricInterpretation));
+    info["colour"] = file.IsColour();
+    info["rows"] = file.Rows();
+    info["columns"] = file.Columns();
+    info["frames"] = file.Frames();
+    info["frame"] = frame;
+    info["pixelSpacing"] = spacing(set);
+    info["overlays"] = has_overlays(set);
+    info["presentationStates"] = set.Has(tag::kReferencedPresentationStates);
+    info["palettes"] = set.Has(tag::kPaletteDescriptor);
+}
+
+void describe_window(OpenedImage& image, Json& info) {
+    ZEV_Params& params = image.Params();
     info["center"] = params.GetCenter();
     info["width"] = params.GetWidth();
     info["windowMin"] = params.GetWindowMin();
@@ -73,51 +109,57 @@ Json describe(OpenedImage& image) {
     info["photometricInverse"] = params.GetPhotometricInverse();
     info["rescaleSlope"] = as_written(params.GetRescaleSlope());
     info["rescaleIntercept"] = params.GetRescaleIntercept();
-    info["paddingValue"] = params.GetPixelPaddingValue();
-    info["paddingLimit"] = params.GetPixelPaddingValueLimit();
+    info["units"] = text_or_null(image.UnitsText());
+    const bool hasPadding = params.GetPixelPaddingValue() != ZEV_Params::kNoPadding;
+    info["paddingValue"] = number_or_null(hasPadding, params.GetPixelPaddingValue());
+    info["paddingLimit"] = number_or_null(hasPadding, params.GetPixelPaddingValueLimit());
     info["usePadding"] = params.GetUsePadding();
     info["minMaxScaleMode"] = params.GetMinMaxScaleMode();
-    info["voiLutSelection"] = params.GetVoiLutSelection();
+    info["voiLutSelection"] = number_or_null(params.GetVoiLutSelection() >= 0, params.GetVoiLutSelection());
     info["voiLutEntries"] = entries(params);
     info["colorMap"] = colour_map(params);
     info["localizer"] = params.IsLocalizer();
-    info["modality"] = refhost::ToUtf8(image.Modality().GetModalityName());
     info["bitsPerPixel"] = image.Raster().m_BitsPerPixel;
     info["signed"] = image.Raster().m_bSigned;
-    info["rows"] = file.Rows();
-    info["columns"] = file.Columns();
-    info["frames"] = file.Frames();
-    info["windowSource"] = image.WindowSource();
+    info["storedRange"] = RangeOf(image.StoredRange());
+    info["modalityRange"] = RangeOf(image.ModalityRange());
+    info["windowSource"] = NameOf(image.GetWindowSource());
     info["windowUnits"] = image.InStoredValues() ? "stored" : "modality";
     if (image.InStoredValues()) {
         info["modalityCenter"] = image.ModalityCenter();
         info["modalityWidth"] = image.ModalityWidth();
     }
     info["preset"] = image.Preset() ? Json(*image.Preset()) : Json(nullptr);
-    info["notes"] = image.Notes();
+}
+
+Json describe(OpenedImage& image, int frame) {
+    Json info;
+    describe_file(image, frame, info);
+    info["modality"] = refhost::ToUtf8(image.Modality().GetModalityName());
+    if (!image.File().IsColour()) describe_window(image, info);
+    info["notes"] = Json::array();
+    for (const Note& note : image.Notes())
+        info["notes"].push_back({{"code", note.code}, {"text", note.text}});
     return info;
 }
 
-void print_for_people(const Json& info, const std::string& path, bool isColour, std::ostream& out) {
-    const auto text = [&](const char* key) {
-        const Json& value = info[key];
-        return value.is_string() ? value.get<std::string>() : value.dump();
-    };
+/// A value of the description as a person reads it.
+std::string text_of(const Json& value) {
+    return Printable(value.is_string() ? value.get<std::string>() : value.dump());
+}
+
+void print_window(const Json& info, std::ostream& out) {
+    const auto text = [&](const char* key) { return text_of(info[key]); };
     const auto yes = [&](const char* key) { return info[key].get<bool>(); };
-    out << path << "\n"
-        << "  image     " << text("modality") << ", " << text("columns") << " x " << text("rows") << ", "
-        << text("frames") << (info["frames"] == 1 ? " frame, " : " frames, ")
-        << (isColour ? "colour, drawn as it is" : text("bitsPerPixel") + " bits, ");
-    if (!isColour) out << (yes("signed") ? "signed" : "unsigned");
-    out << (yes("localizer") ? ", localizer\n" : "\n") << "  window    centre " << text("center")
-        << ", width " << text("width") << ", " << text("windowMin") << " to " << text("windowMax") << " ("
-        << text("windowSource")
-        << (info["preset"].is_null() ? "" : " '" + info["preset"].get<std::string>() + "'") << ")\n";
+    out << "  window    centre " << text("center") << ", width " << text("width") << ", " << text("windowMin")
+        << " to " << text("windowMax") << " (" << text("windowSource")
+        << (info["preset"].is_null() ? "" : " '" + text("preset") + "'") << ")\n";
     if (info.contains("modalityCenter")) {
         out << "            in stored values; after rescale centre " << text("modalityCenter") << ", width "
             << text("modalityWidth") << "\n";
     }
-    out << "  rescale   slope " << text("rescaleSlope") << ", intercept " << text("rescaleIntercept") << "\n"
+    out << "  rescale   slope " << text("rescaleSlope") << ", intercept " << text("rescaleIntercept")
+        << (info["units"].is_null() ? "" : ", in " + text("units")) << "\n"
         << "  gamma     " << text("gamma") << "\n"
         << "  inverse   " << (yes("inverse") ? "yes" : "no")
         << (yes("photometricInverse") ? ", MONOCHROME1\n" : "\n");
@@ -125,14 +167,28 @@ void print_for_people(const Json& info, const std::string& path, bool isColour, 
         out << "  padding   " << text("paddingValue") << " to " << text("paddingLimit") << "\n";
     int index = 0;
     for (const Json& entry : info["voiLutEntries"]) {
-        out << "  entry " << index << (index == info["voiLutSelection"] ? " * " : "   ")
-            << entry["explanation"].get<std::string>() << ": " << entry["function"].get<std::string>()
-            << ", centre " << entry["center"].dump() << ", width " << entry["width"].dump() << "\n";
+        out << "  entry " << index << (Json(index) == info["voiLutSelection"] ? " * " : "   ")
+            << text_of(entry["explanation"]) << ": " << text_of(entry["function"]) << ", centre "
+            << text_of(entry["center"]) << ", width " << text_of(entry["width"]) << "\n";
         ++index;
     }
-    if (!info["colorMap"].is_null())
-        out << "  colours   " << info["colorMap"]["name"].get<std::string>() << "\n";
-    for (const Json& note : info["notes"]) out << "  note      " << note.get<std::string>() << "\n";
+    if (!info["colorMap"].is_null()) out << "  colours   " << text_of(info["colorMap"]["name"]) << "\n";
+}
+
+void print_for_people(const Json& info, std::ostream& out) {
+    const auto text = [&](const char* key) { return text_of(info[key]); };
+    const bool isColour = info["colour"].get<bool>();
+    out << text("file") << "\n"
+        << "  image     " << text("modality") << ", " << text("columns") << " x " << text("rows") << ", "
+        << text("frames") << (info["frames"] == 1 ? " frame, " : " frames, ");
+    if (isColour) {
+        out << "in colour, drawn as it is\n";
+    } else {
+        out << text("bitsPerPixel") << " bits, " << (info["signed"].get<bool>() ? "signed" : "unsigned")
+            << (info["localizer"].get<bool>() ? ", localizer\n" : "\n");
+        print_window(info, out);
+    }
+    for (const Json& note : info["notes"]) out << "  note      " << text_of(note["text"]) << "\n";
 }
 
 }  // namespace
@@ -144,7 +200,7 @@ void AddInfoCommand(CLI::App& app, Run& run) {
         PresentationOptions presentation;
     };
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("info", "Tell how one frame is presented");
+    CLI::App* command = app.add_subcommand("info", "Show how one frame is presented");
     command->add_option("INPUT", options->input, "DICOM file")->required();
     command->add_flag("--json", options->json, "As one JSON object");
     AddPresentationOptions(*command, options->presentation);
@@ -152,11 +208,11 @@ void AddInfoCommand(CLI::App& app, Run& run) {
         run = [options] {
             LoadConfiguration(options->presentation.config);
             OpenedImage image(options->input, options->presentation);
-            const Json info = describe(image);
+            const Json info = describe(image, options->presentation.frame);
             if (options->json) {
-                std::cout << info.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+                PrintJson(std::cout, info);
             } else {
-                print_for_people(info, options->input, image.File().IsColour(), std::cout);
+                print_for_people(info, std::cout);
             }
         };
     });

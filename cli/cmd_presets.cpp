@@ -4,17 +4,19 @@
 #include <refhost/Unicode.h>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands.h"
+#include "io/printable.h"
+#include "options.h"
+#include "output.h"
 #include "present/catalogue.h"
 #include "present/presentation.h"
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+Json number_or_null(int value) { return value == ZEV_PresetValue::kNotGiven ? Json(nullptr) : Json(value); }
 
-/// The sets as the library holds them: a place that has no preset is filled, and a number that is not given is -1.
+/// The sets as the library holds them: a place without a preset is filled.
 Json describe_presets() {
     Json procedures = Json::array();
     for (int i = 0; i < Catalogue().NumOfPresetLists(); ++i) {
@@ -25,10 +27,10 @@ Json describe_presets() {
             const _bstr_t units = ZEV_WindowingUnits::ConvertToString(preset.GetUnits());
             presets.push_back({{"place", place},
                                {"name", refhost::ToUtf8(preset.GetName())},
-                               {"min", preset.GetMin()},
-                               {"max", preset.GetMax()},
-                               {"center", preset.GetCenter()},
-                               {"width", preset.GetWidth()},
+                               {"min", number_or_null(preset.GetMin())},
+                               {"max", number_or_null(preset.GetMax())},
+                               {"center", number_or_null(preset.GetCenter())},
+                               {"width", number_or_null(preset.GetWidth())},
                                {"units", refhost::ToUtf8(static_cast<const wchar_t*>(units))}});
         }
         procedures.push_back({{"procedure", refhost::ToUtf8(set.GetName())}, {"presets", presets}});
@@ -38,25 +40,22 @@ Json describe_presets() {
 
 /// Only what can be chosen.
 void print_presets(std::ostream& out) {
-    for (int i = 0; i < Catalogue().NumOfPresetLists(); ++i) {
-        ZEV_ProcedurePreset& set = *Catalogue().GetIthPreset(i);
-        out << refhost::ToUtf8(set.GetName()) << "\n";
-        for (int place = 0; place < set.NumOfPresets(); ++place) {
-            const ZEV_PresetValue& preset = *set.GetValue(place);
-            if (!HasEnds(preset) && !HasWindow(preset)) continue;
-            out << "  " << NameColumn(preset.GetName());
-            if (HasEnds(preset)) {
-                out << preset.GetMin() << " to " << preset.GetMax();
-            } else {
-                out << "centre " << preset.GetCenter() << ", width " << preset.GetWidth();
-            }
-            if (preset.GetUnits() > ZEV_WindowingUnits::UNITS_RAW) {
-                const _bstr_t units = ZEV_WindowingUnits::ConvertToString(preset.GetUnits());
-                out << " " << refhost::ToUtf8(static_cast<const wchar_t*>(units));
-            }
-            out << "\n";
+    std::string shown;
+    ForEachPreset([&](const std::string& procedure, const ZEV_PresetValue& preset) {
+        if (procedure != shown) out << Printable(procedure) << "\n";
+        shown = procedure;
+        out << "  " << NameColumn(NameOf(preset));
+        if (HasEnds(preset)) {
+            out << preset.GetMin() << " to " << preset.GetMax();
+        } else {
+            out << "centre " << preset.GetCenter() << ", width " << preset.GetWidth();
         }
-    }
+        if (preset.GetUnits() > ZEV_WindowingUnits::UNITS_RAW) {
+            const _bstr_t units = ZEV_WindowingUnits::ConvertToString(preset.GetUnits());
+            out << " " << refhost::ToUtf8(static_cast<const wchar_t*>(units));
+        }
+        out << "\n";
+    });
 }
 
 }  // namespace
@@ -69,12 +68,12 @@ void AddPresetsCommand(CLI::App& app, Run& run) {
     auto options = std::make_shared<Options>();
     CLI::App* command = app.add_subcommand("presets", "List the windowing presets");
     command->add_flag("--json", options->json, "As one JSON list");
-    command->add_option("--config", options->config, "Configuration in place of the built-in one");
+    AddConfigOption(*command, options->config);
     command->callback([options, &run] {
         run = [options] {
             LoadConfiguration(options->config);
             if (options->json) {
-                std::cout << describe_presets().dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+                PrintJson(std::cout, describe_presets());
             } else {
                 print_presets(std::cout);
             }

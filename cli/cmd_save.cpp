@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <iostream>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -9,6 +10,18 @@
 #include "options.h"
 #include "present/ddp_file.h"
 #include "present/dicom_copy.h"
+
+namespace {
+
+void say_what_others_miss(OpenedImage& image, const std::string& output) {
+    std::string list;
+    for (const std::string& what : OnlyShownByZev(image)) list += (list.empty() ? "" : ", ") + what;
+    if (list.empty()) return;
+    (output == "-" ? std::cerr : std::cout)
+        << "only ZEV will show in this copy: " << list << " (kept in private attributes)\n";
+}
+
+}  // namespace
 
 void AddSaveCommand(CLI::App& app, Run& run) {
     struct Options {
@@ -29,7 +42,7 @@ void AddSaveCommand(CLI::App& app, Run& run) {
         ->add_option(
             "--mode", options->mode,
             "Window in the display-parameter file: 1 as it was saved before, 2 the present one, 4 none")
-        ->check(CLI::IsMember({1, 2, 4}).description(""))
+        ->check(OneOf({"1", "2", "4"}))
         ->needs(parameters);
     AddPresentationOptions(*command, options->presentation);
     AddBrightnessOptions(*command, options->brightness);
@@ -63,6 +76,7 @@ void AddSaveCommand(CLI::App& app, Run& run) {
                                                            regions, options->parameters));
             }
             for (const auto& [path, bytes] : files) WriteFileAtomically(path, bytes.data(), bytes.size());
+            if (!options->output.empty()) say_what_others_miss(image, options->output);
         };
     });
 }

@@ -1,12 +1,12 @@
 #include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands.h"
 #include "io/atomic_file.h"
 #include "io/present_error.h"
 #include "options.h"
+#include "output.h"
 #include "present/renderer.h"
 
 void AddTableCommand(CLI::App& app, Run& run) {
@@ -22,9 +22,9 @@ void AddTableCommand(CLI::App& app, Run& run) {
     command->add_option("-o,--output", options->output, "Raw little-endian entries, in storage order")
         ->required();
     command->add_option("--target", options->target, "What the table is for: truecolor, levels or palette")
-        ->check(CLI::IsMember({"truecolor", "levels", "palette"}).description(""));
+        ->check(OneOf({"truecolor", "levels", "palette"}));
     command->add_option("--out-depth", options->depth, "Bits per entry: 8, 16 or 32")
-        ->check(CLI::IsMember({8, 16, 32}).description(""));
+        ->check(OneOf({"8", "16", "32"}));
     AddPresentationOptions(*command, options->presentation);
     command->callback([options, &run] {
         run = [options] {
@@ -38,14 +38,15 @@ void AddTableCommand(CLI::App& app, Run& run) {
             const std::vector<std::uint8_t> bytes = TableBytes(*table, image.Raster(), depth);
             if (bytes.empty()) throw PresentError(options->input, "no table can be made for its pixels");
             WriteFileAtomically(options->output, bytes.data(), bytes.size());
-            nlohmann::ordered_json line;
+            Json line;
             line["inputDepth"] = image.Raster().m_BitsPerPixel;
             line["outputDepth"] = depth;
             line["signed"] = image.Raster().m_bSigned;
             line["size"] = table->GetSize();
             line["tableSize"] = 1 << image.Raster().m_BitsPerPixel;
             line["file"] = options->output;
-            std::cout << line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
+            // Standard output holds nothing but the entries when they go there.
+            PrintJson(options->output == "-" ? std::cerr : std::cout, line, -1);
         };
     });
 }

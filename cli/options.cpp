@@ -1,34 +1,97 @@
 #include "options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <limits>
+#include <optional>
+
+namespace {
+
+constexpr int kMostInt = std::numeric_limits<int>::max();
+
+std::string text_of(double number) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%.10g", number);
+    return text;
+}
+
+std::optional<double> number_in(const std::string& text) {
+    char* end = nullptr;
+    const double value = std::strtod(text.c_str(), &end);
+    if (text.empty() || *end != 0 || !std::isfinite(value)) return std::nullopt;
+    return value;
+}
+
+CLI::Validator between(double low, double high, bool isWhole) {
+    const auto check = [=](std::string& text) -> std::string {
+        const std::optional<double> value = number_in(text);
+        const bool isGood =
+            value && *value >= low && *value <= high && (!isWhole || *value == std::floor(*value));
+        if (isGood) return "";
+        return std::string("must be a ") + (isWhole ? "whole " : "") + "number " +
+               (high < kMostInt ? "from " + text_of(low) + " to " + text_of(high)
+                                : "of " + text_of(low) + " or more") +
+               ", not '" + text + "'";
+    };
+    CLI::Validator validator(check, "");
+    return validator;
+}
+
+}  // namespace
+
+CLI::Validator NumberFrom(double low, double high) { return between(low, high, false); }
+CLI::Validator WholeNumberFrom(int low, int high) { return between(low, high, true); }
+
+CLI::Validator OneOf(std::vector<std::string> words) {
+    const auto check = [words = std::move(words)](std::string& text) -> std::string {
+        if (std::find(words.begin(), words.end(), text) != words.end()) return "";
+        std::string list;
+        for (std::size_t i = 0; i < words.size(); ++i)
+            list += (i == 0 ? "" : i + 1 == words.size() ? " or " : ", ") + words[i];
+        return "must be " + list + ", not '" + text + "'";
+    };
+    return CLI::Validator(check, "");
+}
+
+void AddFrameOption(CLI::App& command, PresentationOptions& options) {
+    command.add_option("--frame", options.frame, "Frame, from 0")->check(WholeNumberFrom(0, kMostInt));
+}
+
+void AddConfigOption(CLI::App& command, std::string& config) {
+    command.add_option("--config", config, "Configuration in place of the built-in one");
+}
 
 void AddPresentationOptions(CLI::App& command, PresentationOptions& options) {
-    using Limits = std::numeric_limits<int>;
-    CLI::Option* center =
-        command.add_option("--center", options.center, "Window centre, after rescale")
-            ->check(CLI::Range(double(Limits::min()), double(Limits::max())).description(""));
-    CLI::Option* width = command.add_option("--width", options.width, "Window width, after rescale")
-                             ->check(CLI::Range(0.0, double(Limits::max())).description(""));
+    CLI::Option* center = command
+                              .add_option("--center,--centre", options.center,
+                                          "Window centre in modality units, that is after rescale")
+                              ->check(NumberFrom(-2147483648.0, 2147483646.0));
+    CLI::Option* width = command.add_option("--width", options.width, "Window width in modality units")
+                             ->check(NumberFrom(0.0, kMostInt));
     center->needs(width);
     width->needs(center);
     CLI::Option* automatic =
         command.add_flag("--auto", options.automatic, "Measure the window from the pixels");
     automatic->excludes(center);
-    command.add_option("--preset", options.preset, "Windowing preset by name, see zev presets")
+    command
+        .add_option("--preset", options.preset,
+                    "Windowing preset by name, see zev presets; CT/Lung for one of another modality")
         ->excludes(center)
         ->excludes(automatic);
     command.add_option("--colormap", options.colourMap, "Colour map by UID or name, see zev colormaps");
-    command.add_option("--gamma", options.gamma, "Gamma, 0.1 to 5");
-    command.add_flag("--invert", options.invert, "Turn the greys round");
+    command.add_option("--gamma", options.gamma, "Gamma, 0.1 to 5")->check(NumberFrom(0.1, 5.0));
+    command.add_flag("--invert", options.invert, "Invert the grey levels");
     command.add_option("--voi", options.voi, "Windowing entry of the image, from 0")
-        ->check(CLI::NonNegativeNumber);
-    command.add_option("--frame", options.frame, "Frame, from 0")->check(CLI::NonNegativeNumber);
+        ->check(WholeNumberFrom(0, kMostInt));
+    AddFrameOption(command, options);
     CLI::Option* saved = command.add_option("--ddp", options.displayParameters,
                                             "Display-parameter file to lay over the image first");
-    command.add_flag("--force", options.force, "Take a display-parameter file of another image")
+    command.add_flag("--force", options.force, "Accept a display-parameter file of another image")
         ->needs(saved);
-    command.add_option("--config", options.config, "Configuration in place of the built-in one");
+    AddConfigOption(command, options.config);
 }
 
 void AddBrightnessOptions(CLI::App& command, BrightnessOptions& options) {
@@ -42,10 +105,9 @@ void AddRegionOption(CLI::App& command, ViewOptions& options) {
     command
         .add_option(
             "--region", options.regions,
-            "SHAPE;SETTINGS: a region with a windowing of its own. Shapes: polygon:x,y x,y x,y  "
-            "rect:x0,y0,x1,y1  "
-            "ellipse:x,y,rx,ry  mask:FILE.png. Settings: center=C;width=W  preset=NAME  colormap=UID  "
-            "gamma=G  invert  negate  inactive")
+            "SHAPE;SETTINGS: a region with a windowing of its own; may be repeated, the later on top. "
+            "Shapes: polygon:x,y x,y x,y; rect:x0,y0,x1,y1; ellipse:x,y,rx,ry; mask:FILE.png. "
+            "Settings: center=C;width=W, preset=NAME, colormap=UID, gamma=G, invert, negate, inactive")
         ->expected(1)
         ->take_all();
 }
@@ -53,14 +115,12 @@ void AddRegionOption(CLI::App& command, ViewOptions& options) {
 void AddViewOptions(CLI::App& command, ViewOptions& options) {
     AddRegionOption(command, options);
     command.add_option("--zoom", options.zoom, "Screen pixels per image pixel")
-        ->check(CLI::Range(0.001, 1000.0).description(""));
+        ->check(NumberFrom(0.001, 1000.0));
     command.add_option("--pan", options.pan, "X,Y: moves the image, in screen pixels")
         ->delimiter(',')
         ->expected(2);
-    command.add_option("--rotate", options.rotate, "Degrees clockwise")
-        ->check(CLI::Range(-36000.0, 36000.0).description(""));
-    command.add_option("--flip", options.flip, "h, v or hv")
-        ->check(CLI::IsMember({"h", "v", "hv"}).description(""));
-    command.add_option("--size", options.size, "WxH: size of the screen; the image's own unless told");
+    command.add_option("--rotate", options.rotate, "Degrees clockwise")->check(NumberFrom(-36000.0, 36000.0));
+    command.add_option("--flip", options.flip, "h, v or hv")->check(OneOf({"h", "v", "hv"}));
+    command.add_option("--size", options.size, "WxH: size of the screen; by default that of the image");
     command.add_flag("--smooth", options.smooth, "Interpolate between pixels");
 }

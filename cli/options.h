@@ -1,6 +1,7 @@
 #pragma once
 
 #include <CLI/App.hpp>
+#include <string>
 
 #include "present/brightness.h"
 #include "present/presentation.h"
@@ -11,3 +12,12 @@ void AddPresentationOptions(CLI::App& command, PresentationOptions& options);
 void AddBrightnessOptions(CLI::App& command, BrightnessOptions& options);
 void AddRegionOption(CLI::App& command, ViewOptions& options);
 void AddViewOptions(CLI::App& command, ViewOptions& options);
+/// What the commands that show no picture need of the presentation options.
+void AddFrameOption(CLI::App& command, PresentationOptions& options);
+void AddConfigOption(CLI::App& command, std::string& config);
+
+/// Checks that a value is a number, or a whole number, within limits, and says so in a sentence if not.
+CLI::Validator NumberFrom(double low, double high);
+CLI::Validator WholeNumberFrom(int low, int high);
+/// Checks that a value is one of a few words.
+CLI::Validator OneOf(std::vector<std::string> words);

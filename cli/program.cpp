@@ -9,6 +9,8 @@
 
 #include "commands.h"
 #include "io/present_error.h"
+#include "output.h"
+#include "present/catalogue.h"
 
 namespace {
 
@@ -19,20 +21,55 @@ constexpr int kWrongUsage = 2;
 int fail(int status, std::string text) {
     const std::size_t lineEnd = text.find_first_of("\r\n");
     if (lineEnd != std::string::npos) text.resize(lineEnd);
-    std::cerr << "zev: " << text << "\n";
+    std::cerr << "zev: " << Printable(text) << "\n";
     return status;
 }
 
-}  // namespace
+std::string did_you_mean(const std::string& word, const std::vector<std::string>& known) {
+    const std::string nearest = NearestName(word, known);
+    return nearest.empty() ? "; see zev help" : "; did you mean '" + nearest + "'?";
+}
 
-int RunProgram(int argc, const char* const* argv) try {
-    // A file that grows beyond a limit is told as a failed write, so that it can be taken away again.
-    std::signal(SIGXFSZ, SIG_IGN);
-    CLI::App app("Shows how a medical image is to be presented: window, VOI LUT, gamma, inversion, padding.",
-                 "zev");
-    app.set_version_flag("--version", "zev " ZEV_VERSION);
-    app.require_subcommand(1);
-    Run run;
+CLI::App* command_of(CLI::App& app, const std::string& name) {
+    std::vector<std::string> names;
+    for (CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+        if (command->get_name() == name) return command;
+        names.push_back(command->get_name());
+    }
+    throw UsageError("there is no command '" + name + "'" + did_you_mean(name, names));
+}
+
+/// Names an option that the command does not have, before anything else is found wrong with the line.
+void refuse_unknown_options(CLI::App& command, const std::vector<std::string>& arguments) {
+    std::vector<std::string> known;
+    for (const CLI::Option* option : command.get_options()) {
+        for (const std::string& name : option->get_lnames()) known.push_back("--" + name);
+    }
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string& argument = arguments[i];
+        if (argument == "--") return;
+        const bool isLong = argument.size() > 2 && argument.compare(0, 2, "--") == 0;
+        const bool isShort = !isLong && argument.size() > 1 && argument[0] == '-' &&
+                             std::isalpha(static_cast<unsigned char>(argument[1])) != 0;
+        if (!isLong && !isShort) continue;
+        const std::size_t equals = argument.find('=');
+        const std::string name = isLong ? argument.substr(0, equals) : argument.substr(0, 2);
+        const CLI::Option* option = command.get_option_no_throw(name);
+        if (option == nullptr) {
+            throw UsageError(command.get_name() + " has no option '" + name + "'" +
+                             did_you_mean(name, known) + "; see zev help " + command.get_name());
+        }
+        // What follows is its value, whatever it looks like.
+        const bool hasValueBehind = isLong ? equals == std::string::npos : argument.size() == 2;
+        if (hasValueBehind && option->get_items_expected_min() > 0) ++i;
+    }
+}
+
+void print_help(const CLI::App& about) {
+    std::cout << Wrapped(about.help(about.get_parent() == nullptr ? "" : "zev"), TerminalColumns());
+}
+
+void add_commands(CLI::App& app, Run& run) {
     AddRenderCommand(app, run);
     AddInfoCommand(app, run);
     AddTableCommand(app, run);
@@ -42,37 +79,65 @@ int RunProgram(int argc, const char* const* argv) try {
     AddSaveCommand(app, run);
     AddSampleCommand(app, run);
     AddDemoCommand(app, run);
-    std::string topic;
-    CLI::App* help = app.add_subcommand("help", "Tell about the program, or about one command");
-    help->add_option("COMMAND", topic, "Which command");
-    help->callback([&] {
-        run = [&] {
-            const CLI::App* about = topic.empty() ? &app : nullptr;
-            for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
-                if (command->get_name() == topic) about = command;
-            }
-            if (about == nullptr) throw UsageError("no command " + topic);
-            std::cout << about->help(topic.empty() ? "" : "zev");
-        };
-    });
+}
 
+int run_line(const std::vector<std::string>& arguments) {
+    CLI::App app(
+        "Works out how a medical image is displayed (window, VOI LUT, gamma, inversion, padding, colour map) "
+        "and "
+        "draws it.",
+        "zev");
+    app.set_version_flag("--version", "zev " ZEV_VERSION);
+    app.require_subcommand(1);
+    app.get_formatter()->column_width(26);
+    Run run;
+    add_commands(app, run);
+    std::string topic;
+    CLI::App* help = app.add_subcommand("help", "Show help for the program, or for one command");
+    help->add_option("COMMAND", topic, "Which command");
+    help->callback([&] { run = [&] { print_help(topic.empty() ? app : *command_of(app, topic)); }; });
+
+    if (arguments.empty()) {
+        print_help(app);
+        return kDone;
+    }
+    if (arguments.front()[0] != '-') {
+        refuse_unknown_options(*command_of(app, arguments.front()), {arguments.begin() + 1, arguments.end()});
+    }
     try {
-        app.parse(argc, argv);
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    } catch (const CLI::CallForHelp&) {
+        print_help(app.get_subcommands().empty() ? app : *app.get_subcommands().front());
+        return kDone;
     } catch (const CLI::ParseError& error) {
-        // Help and version come as errors of status 0.
+        // The version comes as an error of status 0.
         if (error.get_exit_code() == 0) return app.exit(error, std::cout, std::cerr);
-        return fail(kWrongUsage, error.what() + std::string("; see zev help"));
+        const std::string name =
+            app.get_subcommands().empty() ? "" : " " + app.get_subcommands().front()->get_name();
+        throw UsageError(std::string(error.what()) + "; see zev help" + name);
     }
     run();
+    return kDone;
+}
+
+}  // namespace
+
+int RunProgram(int argc, const char* const* argv) try {
+    // A file that grows beyond a limit becomes a failed write, so that it can be removed again.
+    std::signal(SIGXFSZ, SIG_IGN);
+    const int status = run_line(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
     std::cout.flush();
-    return std::cout ? kDone : fail(kCannotPresent, "standard output cannot be written");
+    return std::cout ? status : fail(kCannotPresent, "standard output cannot be written");
 } catch (const UsageError& error) {
     return fail(kWrongUsage, error.what());
 } catch (const PresentError& error) {
     return fail(kCannotPresent, error.what());
 } catch (const std::bad_alloc&) {
-    return fail(kCannotPresent, "not enough memory");
-} catch (const _com_error&) {
+    // Without an allocation of its own.
+    std::fputs("zev: not enough memory\n", stderr);
+    return kCannotPresent;
+} catch (const _com_error& error) {
+    if (error.Error() == E_OUTOFMEMORY) return std::fputs("zev: not enough memory\n", stderr), kCannotPresent;
     return fail(kWrongUsage, "the configuration cannot be read");
 } catch (const std::exception& error) {
     return fail(kCannotPresent, error.what());

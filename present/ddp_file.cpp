@@ -6,6 +6,8 @@
 #include <KIT/KIT_DDPInfo.h>
 #include <ZEV/ZEV_Params.h>
 
+#include <refhost/Unicode.h>
+
 #include <algorithm>
 #include <cstring>
 #include <ctime>
@@ -97,6 +99,14 @@ OBJ_Msg make_record(OpenedImage& image, SaveMode mode) {
         msg.SetWindowCenter(Dicom_DS(image.SavedWindow()->center));
         msg.SetWindowWidth(Dicom_DS(image.SavedWindow()->width));
     }
+    // A preset in SUV or per cent means another window on another frame or image; PT and NM are reopened with it.
+    const SPC_Modality::MODALITY modality = image.Modality().GetModality();
+    if (mode == SaveMode::kPresent && image.GetWindowSource() == WindowSource::kPreset &&
+        (modality == SPC_Modality::MODALITY_PT || modality == SPC_Modality::MODALITY_NM)) {
+        int status = 0;
+        msg.Put(Dicom_Dictionary::MIREL_WINDOWING_PRESET,
+                Dicom_LO(refhost::FromUtf8(*image.Preset()).c_str(), &status));
+    }
     if (image.HasNaturalGammaInstead()) {
         msg.Put(Dicom_Dictionary::MIREL_GAMMA_WINDOWING_VALUE, Dicom_FL(image.Params().GetGamma()));
     }
@@ -113,6 +123,17 @@ DicomElement region_sequence(const std::vector<std::string>& regions) {
         sequence.items.push_back(std::move(item));
     }
     return sequence;
+}
+
+std::vector<std::string> saved_regions(const DicomDataSet& set) {
+    std::vector<std::string> regions;
+    const DicomElement* sequence = set.Find(kRegions);
+    if (sequence == nullptr) return regions;
+    for (const DicomDataSet& item : sequence->items) {
+        const std::string text = item.Text(kRegionText);
+        if (!text.empty()) regions.push_back(text);
+    }
+    return regions;
 }
 
 void put_now(DicomDataSet& set) {
@@ -169,35 +190,20 @@ std::string EncodeDisplayParameters(OpenedImage& image, SaveMode mode,
     return EncodeDicomFile(set);
 }
 
-std::vector<std::string> ReadSavedRegions(const std::string& path) {
-    std::vector<std::string> regions;
-    const DicomDataSet set = ReadDicomDataSet(path);
-    const DicomElement* sequence = set.Text(kCreator) == kCreatorText ? set.Find(kRegions) : nullptr;
-    if (sequence == nullptr) return regions;
-    for (const DicomDataSet& item : sequence->items) {
-        const DicomElement* text = item.Find(kRegionText);
-        if (text != nullptr)
-            regions.push_back(text->bytes.substr(0, text->bytes.find_last_not_of(std::string(" \0", 2)) + 1));
-    }
-    return regions;
-}
-
-std::unique_ptr<OBJ_Msg> ReadDisplayParameters(const std::string& path, const std::string& instance,
-                                               bool force) {
+SavedPresentation ReadDisplayParameters(const std::string& path, const std::string& instance, bool force) {
     const DicomDataSet set = ReadDicomDataSet(path);
     const DicomElement* images = set.Find(tag::kReferencedImages);
-    if (!force) {
-        if (images == nullptr || images->items.empty())
-            throw PresentError(path, "is no display-parameter file");
-        const bool isOurs =
-            std::any_of(images->items.begin(), images->items.end(), [&](const DicomDataSet& item) {
-                return !instance.empty() && item.Text(tag::kReferencedSopInstance) == instance;
-            });
-        if (!isOurs) {
-            throw PresentError(path, "belongs to another image, " +
-                                         images->items.front().Text(tag::kReferencedSopInstance) +
-                                         "; --force takes it all the same");
-        }
+    if (set.Text(tag::kSopClass) != kRawDataStorage || set.Text(kCreator) != kCreatorText ||
+        images == nullptr || images->items.empty())
+        throw PresentError(path, "is not a display-parameter file");
+    const bool isOurs =
+        std::any_of(images->items.begin(), images->items.end(), [&](const DicomDataSet& item) {
+            return !instance.empty() && item.Text(tag::kReferencedSopInstance) == instance;
+        });
+    if (!isOurs && !force) {
+        throw PresentError(path, "belongs to another image, " +
+                                     images->items.front().Text(tag::kReferencedSopInstance) +
+                                     "; --force takes it all the same");
     }
-    return MakeMessage(set);
+    return {MakeMessage(set), saved_regions(set)};
 }

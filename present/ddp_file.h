@@ -23,10 +23,13 @@ enum class SaveMode : long {
 std::string EncodeDisplayParameters(OpenedImage& image, SaveMode mode,
                                     const std::vector<std::string>& regions, const std::string& path);
 
-/// Reads a display-parameter file for the image of a SOP Instance UID. Throws PresentError when it belongs to
-/// another image, or to none, unless `force` says to take it all the same.
-std::unique_ptr<OBJ_Msg> ReadDisplayParameters(const std::string& path, const std::string& instance,
-                                               bool force);
+/// A display-parameter file as it was read.
+struct SavedPresentation {
+    std::unique_ptr<OBJ_Msg> msg;
+    /// As RegionSpec reads them.
+    std::vector<std::string> regions;
+};
 
-/// The regions that a display-parameter file brings, as texts; none of a file without them.
-std::vector<std::string> ReadSavedRegions(const std::string& path);
+/// Reads a display-parameter file for the image of a SOP Instance UID. Throws PresentError for a file of another kind, and
+/// for one that belongs to another image unless `force` is set.
+SavedPresentation ReadDisplayParameters(const std::string& path, const std::string& instance, bool force);

@@ -120,6 +120,11 @@ OBJ_Msg present(OpenedImage& image, const OBJ_Msg& original) {
         msg.SetWindowCenter(Dicom_DS(image.ModalityCenter()));
         msg.SetWindowWidth(Dicom_DS(image.ModalityWidth()));
     }
+    // LINEAR is defined for widths of 1 and above (PS3.3 C.11.2.1.2).
+    if (msg.GetDouble(Dicom_Tag(tag::kWindowWidth), 1.0) < 1.0 && !image.WindowIsAsInFile()) {
+        int status = 0;
+        msg.Put(Dicom_Tag(tag::kVoiLutFunction), Dicom_CS("LINEAR_EXACT", &status));
+    }
     if (image.HasNaturalGammaInstead()) {
         msg.Put(Dicom_Dictionary::MIREL_GAMMA_WINDOWING_VALUE, Dicom_FL(params.GetGamma()));
     }
@@ -226,6 +231,17 @@ void put_identity(DicomEditor& copy, bool isEnhanced) {
 }
 
 }  // namespace
+
+std::vector<std::string> OnlyShownByZev(OpenedImage& image) {
+    std::vector<std::string> what;
+    ZEV_Params& params = image.Params();
+    if (image.File().IsColour()) return what;
+    if (image.ModalityInverse() != params.GetPhotometricInverse()) what.push_back("the inversion");
+    if (params.GammaExistAndNotNaturalValue()) what.push_back("the gamma");
+    const ZEV_ColorMap* map = params.GetColorMap();
+    if (map != nullptr && map != image.AsOpened().colourMap) what.push_back("the colour map");
+    return what;
+}
 
 std::string EncodeCopy(OpenedImage& image, int frame, ZEV_RGBParams& rgb, const std::string& path) {
     DicomEditor copy(image.File().Path());

@@ -3,6 +3,7 @@
 #include <ZEV/ZEV_RGBParams.h>
 
 #include <string>
+#include <vector>
 
 #include "presentation.h"
 
@@ -11,3 +12,7 @@
 /// derived; every attribute that the presentation does not touch stays byte for byte. `path` is the file that
 /// errors name. Throws PresentError.
 std::string EncodeCopy(OpenedImage& image, int frame, ZEV_RGBParams& rgb, const std::string& path);
+
+/// The parts of the presentation that other viewers will not show when they open the copy, since they are kept in
+/// private attributes: "the inversion", "the gamma", "the colour map".
+std::vector<std::string> OnlyShownByZev(OpenedImage& image);

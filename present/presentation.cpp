@@ -1,8 +1,7 @@
 #include "presentation.h"
 
+#include <DICOM/Dicom_CS.h>
 #include <DICOM/Dicom_Dictionary.h>
-#include <PRM/PRM_Classes.h>
-#include <PRM/PRM_ITree.h>
 #include <ZEV/ZEV_ColorMap.h>
 #include <ZEV/ZEV_Dicom.h>
 #include <ZEV/ZEV_PresetValue.h>
@@ -16,7 +15,6 @@
 #include <limits>
 
 #include "catalogue.h"
-#include "ddp_file.h"
 #include "io/dicom_tags.h"
 #include "io/present_error.h"
 #include "message_elements.h"
@@ -26,9 +24,8 @@ namespace {
 /// A window may lose this part of its width to whole numbers before it is told in stored values instead.
 constexpr double kCoarsest = 0.01;
 
-/// The scale that a colour map of SUV type brings.
+/// The scale of a colour map of SUV type.
 constexpr float kSuvScaleTop = 10.0F;
-const char* const kSuvScaleSource = "colormap-suv";
 
 /// Fractions cut off, beyond the ends the end.
 int truncated(double value) {
@@ -37,7 +34,40 @@ int truncated(double value) {
                                                    : std::numeric_limits<int>::max();
 }
 
+WindowSource source_of(ZEV_WindowSource source) {
+    switch (source) {
+        case ZEV_WindowSource::kVoiLutEntry:
+            return WindowSource::kVoiLutEntry;
+        case ZEV_WindowSource::kRawAttributes:
+            return WindowSource::kRawAttributes;
+        case ZEV_WindowSource::kAutomatic:
+            return WindowSource::kAutomatic;
+        case ZEV_WindowSource::kSaved:
+            return WindowSource::kSaved;
+        case ZEV_WindowSource::kPreset:
+            return WindowSource::kPreset;
+        case ZEV_WindowSource::kColorMapSuv:
+            return WindowSource::kColourMapSuv;
+        case ZEV_WindowSource::kNone:
+        case ZEV_WindowSource::kFallback:
+            break;
+    }
+    return WindowSource::kFallback;
+}
+
 int nearest(double value) { return truncated(std::floor(value + 0.5)); }
+
+/// The preset that saved display parameters name, if it is configured for the modality.
+std::string saved_preset(const OBJ_Msg& saved, const std::string& modality) {
+    const Dicom_Type* const value = saved.Get(Dicom_Dictionary::MIREL_WINDOWING_PRESET);
+    std::string found;
+    if (value == nullptr) return found;
+    const std::string wanted = refhost::ToUtf8(value->GetText(0).c_str());
+    ForEachPreset([&](const std::string& procedure, const ZEV_PresetValue& preset) {
+        if (procedure == modality && NameOf(preset) == wanted) found = wanted;
+    });
+    return found;
+}
 
 refhost::MemoryRaster make_raster(const DicomFile& file) {
     if (!file.IsColour()) {
@@ -71,65 +101,132 @@ void LoadConfiguration(const std::string& path) {
     ReadCatalogue();
 }
 
-OpenedImage::OpenedImage(const std::string& path, const PresentationOptions& options)
-    : OpenedImage(DicomFile::Load(path, options.frame), options) {}
+const char* NameOf(WindowSource source) {
+    switch (source) {
+        case WindowSource::kVoiLutEntry:
+            return "voi-lut-entry";
+        case WindowSource::kRawAttributes:
+            return "raw-attributes";
+        case WindowSource::kAutomatic:
+            return "automatic";
+        case WindowSource::kFallback:
+            return "fallback";
+        case WindowSource::kColourMapSuv:
+            return "colormap-suv";
+        case WindowSource::kPreset:
+            return "preset";
+        case WindowSource::kSaved:
+            return "saved";
+        case WindowSource::kOption:
+            return "option";
+    }
+    return "";
+}
 
-OpenedImage::OpenedImage(DicomFile file, const PresentationOptions& options)
-    : m_File(std::move(file)),
-      m_Message(MakeMessage(m_File.DataSet())),
-      m_Raster(make_raster(m_File)),
-      m_Modality(refhost::FromUtf8(m_File.DataSet().Text(tag::kModality)).c_str()),
-      m_Units(m_Message.get()),
+ImageSource::ImageSource(DicomFile frame)
+    : file(std::move(frame)), message(MakeMessage(file.DataSet())), raster(make_raster(file)) {}
+
+ImageSource::ImageSource(const std::string& path, const PresentationOptions& options)
+    : ImageSource(DicomFile::Load(path, options.frame)) {
+    if (options.displayParameters.empty()) return;
+    saved = ReadDisplayParameters(options.displayParameters, file.DataSet().Text(tag::kSopInstance),
+                                  options.force);
+}
+
+OpenedImage::OpenedImage(const std::string& path, const PresentationOptions& options)
+    : OpenedImage(std::make_shared<ImageSource>(path, options), options) {}
+
+OpenedImage::OpenedImage(std::shared_ptr<ImageSource> source, const PresentationOptions& options)
+    : m_Source(std::move(source)),
+      m_Modality(refhost::FromUtf8(File().DataSet().Text(tag::kModality)).c_str()),
+      m_Units(&Message()),
       m_View(L"zev"),
-      m_Slope(m_File.DataSet().Number(tag::kRescaleSlope, 1.0)),
-      m_Intercept(m_File.DataSet().Number(tag::kRescaleIntercept, 0.0)) {
+      m_Slope(File().DataSet().Number(tag::kRescaleSlope, 1.0)),
+      m_Intercept(File().DataSet().Number(tag::kRescaleIntercept, 0.0)) {
     m_View.Append(&m_Modality);
     m_View.Append(&m_Params);
+    open();
     measure_range();
-    // Units that cannot tell SUV would have a map of SUV type set a window of 0 to 10 pixel values.
-    if (can_show_suv()) m_View.Append(&m_Units);
-    // The map of the image before sets no window when it is chosen again. Here every image opens as if it were the first.
-    ZEV_ProcedureColorMapsList::m_pPreviousColorMap = nullptr;
-    if (ZEV_Dicom().UpdateFromDicom(m_Message.get(), &m_Raster, &m_Params, nullptr, false, false, &m_View) !=
-        0) {
-        throw PresentError(m_File.Path(), "cannot be opened");
-    }
-    if (!can_show_suv()) m_View.Append(&m_Units);
     m_Frozen.SetLiveParams(&m_Params);
-    m_Frozen.SetReferenceRaster(&m_Raster, false);
-    note_window_source();
+    m_Frozen.SetReferenceRaster(&Raster(), false);
     keep_saved_window();
     note_missing_suv_scale();
+    note_constant_pixels();
     use_stored_values_for_fractions();
     m_AsOpened = {m_Params.GetCenter(), m_Params.GetWidth(), m_Params.GetVoiLutSelection(),
                   !m_bUseRescale,       m_WindowSource,      m_Params.GetColorMap()};
-    if (!options.displayParameters.empty()) lay_display_parameters(options);
+    if (m_Source->saved) lay_display_parameters(*m_Source->saved);
     apply(options);
+    use_center_and_width();
 }
 
-/// What the pixels of the frame span, padding left out, is what 0 and 100 per cent stand for.
+void OpenedImage::open() {
+    // Units that cannot give SUV would have a map of SUV type set a window of 0 to 10 pixel values.
+    if (can_show_suv()) m_View.Append(&m_Units);
+    // A map that is chosen twice in a row sets no window the second time. Every image opens as if it were the first.
+    ZEV_ProcedureColorMapsList::ForgetPreviousColorMap();
+    ZEV_Dicom opening;
+    if (opening.UpdateFromDicom(&Message(), &Raster(), &m_Params, nullptr, false, false, &m_View) != 0)
+        throw PresentError(File().Path(), "cannot be opened");
+    if (!can_show_suv()) m_View.Append(&m_Units);
+    m_WindowSource = source_of(opening.GetWindowSource());
+}
+
+/// With a negative slope the two ends of a window arrive exchanged in min-max mode, and the ramp becomes a step.
+void OpenedImage::use_center_and_width() {
+    if (m_Slope < 0.0 && m_bUseRescale && m_Params.GetMinMaxScaleMode()) m_Params.SetMinMaxScaleMode(false);
+}
+
+/// A measured window says nothing about an image of one value.
+void OpenedImage::note_constant_pixels() {
+    if (File().IsColour() || m_WindowSource != WindowSource::kAutomatic) return;
+    const MonoPixels& pixels = File().Mono();
+    const std::size_t count =
+        static_cast<std::size_t>(File().Rows()) * static_cast<std::size_t>(File().Columns());
+    for (std::size_t i = 1; i < count; ++i) {
+        if (pixels.Get(i) != pixels.Get(0)) return;
+    }
+    m_Notes.push_back({"constant", "all pixels have the value " + std::to_string(pixels.Get(0)) +
+                                       ": no window can show a difference"});
+}
+
+/// What the pixels of the frame span is what 0 and 100 per cent stand for.
 void OpenedImage::measure_range() {
-    if (m_File.IsColour()) return;
-    const MonoPixels& pixels = m_File.Mono();
-    const auto padding = [&](std::uint32_t tag, int fallback) {
-        if (!m_File.DataSet().Has(tag)) return fallback;
-        const int word = m_File.DataSet().Word(tag, 0);
-        return pixels.isSigned ? static_cast<int>(static_cast<std::int16_t>(word)) : word;
-    };
-    const int value = padding(tag::kPixelPaddingValue, ZEV_Params::kNoPadding);
-    const auto [first, last] = std::minmax({value, padding(tag::kPixelPaddingRangeLimit, value)});
+    if (const auto range = ModalityRange()) m_Units.SetMaximalRange(range->first, range->second);
+}
+
+std::optional<std::pair<int, int>> OpenedImage::StoredRange() {
+    if (File().IsColour()) return std::nullopt;
+    const MonoPixels& pixels = File().Mono();
+    const auto [first, last] =
+        std::minmax({m_Params.GetPixelPaddingValue(), m_Params.GetPixelPaddingValueLimit()});
     int low = std::numeric_limits<int>::max(), high = std::numeric_limits<int>::min();
     const std::size_t count =
-        static_cast<std::size_t>(m_File.Rows()) * static_cast<std::size_t>(m_File.Columns());
+        static_cast<std::size_t>(File().Rows()) * static_cast<std::size_t>(File().Columns());
     for (std::size_t i = 0; i < count; ++i) {
         const int pixel = pixels.Get(i);
         if (pixel >= first && pixel <= last) continue;
         low = std::min(low, pixel);
         high = std::max(high, pixel);
     }
-    if (low > high) return;
-    const double a = low * m_Slope + m_Intercept, b = high * m_Slope + m_Intercept;
-    m_Units.SetMaximalRange(std::min(a, b), std::max(a, b));
+    if (low > high) return std::nullopt;
+    return std::pair{low, high};
+}
+
+std::optional<std::pair<double, double>> OpenedImage::ModalityRange() {
+    const auto stored = StoredRange();
+    if (!stored) return std::nullopt;
+    return std::minmax({stored->first * m_Slope + m_Intercept, stored->second * m_Slope + m_Intercept});
+}
+
+std::string OpenedImage::UnitsText() const {
+    for (const std::uint32_t tag : {tag::kRescaleType, tag::kPetUnits}) {
+        const std::string text = File().DataSet().Text(tag);
+        if (!text.empty() && text != "US") return text;
+    }
+    const bool isHounsfield =
+        m_Modality.GetModality() == SPC_Modality::MODALITY_CT && File().DataSet().Has(tag::kRescaleSlope);
+    return isHounsfield ? "HU" : "";
 }
 
 bool OpenedImage::can_show_suv() const {
@@ -149,32 +246,16 @@ void OpenedImage::note_missing_suv_scale() {
     if (m_Modality.GetModality() != SPC_Modality::MODALITY_PT || map == nullptr || !map->GetIsSUVType())
         return;
     if (const wchar_t* missing = m_Units.GetMissingDataText(SPC_UNITS_SUV_BW)) {
-        m_Notes.push_back("not on the SUV scale: it needs " + refhost::ToUtf8(missing) +
-                          ", which the image lacks");
+        m_Notes.push_back({"no-suv", "not on the SUV scale: it needs " + refhost::ToUtf8(missing) +
+                                         ", which the image lacks"});
     }
 }
 
-std::vector<std::string> OpenedImage::Notes() const {
-    std::vector<std::string> notes = m_File.Notes();
+std::vector<Note> OpenedImage::Notes() const {
+    std::vector<Note> notes;
+    for (const std::string& text : File().Notes()) notes.push_back({"pixels", text});
     notes.insert(notes.end(), m_Notes.begin(), m_Notes.end());
     return notes;
-}
-
-void OpenedImage::note_window_source() {
-    int width = 0, center = 0;
-    const ZEV_ColorMap* chosen = ZEV_ProcedureColorMapsList::m_pPreviousColorMap;
-    if (chosen != nullptr && chosen->GetIsSUVType() && can_show_suv()) {
-        m_WindowSource = kSuvScaleSource;
-    } else if (m_Params.GetVoiLutSelection() >= 0) {
-        m_WindowSource = "voi-lut-entry";
-    } else if (m_Params.GetVoiLutEntryCount() > 0 && m_File.DataSet().Has(tag::kWindowCenter) &&
-               m_File.DataSet().Has(tag::kWindowWidth)) {
-        m_WindowSource = "raw-attributes";
-    } else if (ZEV_Dicom::GetAutoWinValuesForImage(m_Message.get(), &width, &center)) {
-        m_WindowSource = "automatic";
-    } else {
-        m_WindowSource = "fallback";
-    }
 }
 
 double OpenedImage::ModalityCenter() {
@@ -191,8 +272,8 @@ bool OpenedImage::ModalityInverse() {
 }
 
 bool OpenedImage::WindowIsAsInFile() {
-    const bool isFromFile =
-        m_AsOpened.windowSource == "voi-lut-entry" || m_AsOpened.windowSource == "raw-attributes";
+    const bool isFromFile = m_AsOpened.windowSource == WindowSource::kVoiLutEntry ||
+                            m_AsOpened.windowSource == WindowSource::kRawAttributes;
     return isFromFile && m_Params.GetCenter() == m_AsOpened.center &&
            m_Params.GetWidth() == m_AsOpened.width &&
            m_Params.GetVoiLutSelection() == m_AsOpened.voiLutSelection &&
@@ -200,7 +281,7 @@ bool OpenedImage::WindowIsAsInFile() {
 }
 
 bool OpenedImage::HasNaturalGammaInstead() {
-    return m_Message->Get(Dicom_Dictionary::MIREL_GAMMA_WINDOWING_VALUE) != nullptr &&
+    return Message().Get(Dicom_Dictionary::MIREL_GAMMA_WINDOWING_VALUE) != nullptr &&
            !m_Params.IsGammaDisabled() && !m_Params.GammaExistAndNotNaturalValue();
 }
 
@@ -248,56 +329,61 @@ void OpenedImage::choose_units(ModalityWindow& window) {
 
 /// A map of SUV type would bring its scale also to an image into which a window was saved.
 void OpenedImage::keep_saved_window() {
-    const bool isSaved = m_Message->Get(Dicom_Dictionary::ORNEL1_INVERSE_WINDOW) != nullptr;
-    if (m_WindowSource != kSuvScaleSource || !isSaved || m_Params.GetVoiLutSelection() < 0) return;
+    const bool isSaved = Message().Get(Dicom_Dictionary::ORNEL1_INVERSE_WINDOW) != nullptr;
+    if (m_WindowSource != WindowSource::kColourMapSuv || !isSaved || m_Params.GetVoiLutSelection() < 0)
+        return;
     m_Params.SetVoiLutSelection(m_Params.GetVoiLutSelection(), false);
-    m_WindowSource = "voi-lut-entry";
+    m_WindowSource = WindowSource::kVoiLutEntry;
 }
 
-void OpenedImage::lay_display_parameters(const PresentationOptions& options) {
-    const std::unique_ptr<OBJ_Msg> saved = ReadDisplayParameters(
-        options.displayParameters, m_File.DataSet().Text(tag::kSopInstance), options.force);
-    m_SavedRegions = ReadSavedRegions(options.displayParameters);
+void OpenedImage::lay_display_parameters(const SavedPresentation& file) {
+    OBJ_Msg saved(*file.msg);
+    m_SavedRegions = file.regions;
+    // A preset that is configured is applied here, since the library has no way to show it in stored values.
+    const std::string modality = refhost::ToUtf8(m_Modality.GetModalityName());
+    const std::string preset = saved_preset(saved, modality);
+    if (!preset.empty()) saved.Remove(Dicom_Dictionary::MIREL_WINDOWING_PRESET);
     ModalityWindow before{ModalityCenter(), ModalityWidth()};
-    // What is saved is told with rescale in use.
+    // Display parameters are saved with rescale in use.
     change_to_modality_values();
     KIT_BaseParamsVec view(L"zev");
     view.Append(&m_Modality);
     view.Append(&m_Params);
     if (can_show_suv()) view.Append(&m_Units);
-    ZEV_Dicom().UpdateFromDDP(m_Message.get(), &m_Raster, &m_Params, saved.get(), &view);
+    ZEV_Dicom().UpdateFromDDP(&Message(), &Raster(), &m_Params, &saved, &view);
 
     const Dicom_Tag centerTag(tag::kWindowCenter), widthTag(tag::kWindowWidth), slopeTag(tag::kRescaleSlope),
         interceptTag(tag::kRescaleIntercept);
-    const auto has = [&](const Dicom_Tag& tag) { return saved->Get(tag) != nullptr; };
+    const auto has = [&](const Dicom_Tag& tag) { return saved.Get(tag) != nullptr; };
     const ZEV_ColorMap* map = m_Params.GetColorMap();
     if (has(centerTag) && has(widthTag)) {
-        ModalityWindow window{saved->GetDouble(centerTag, 0.0), saved->GetDouble(widthTag, 0.0)};
+        ModalityWindow window{saved.GetDouble(centerTag, 0.0), saved.GetDouble(widthTag, 0.0)};
         m_SavedWindow = window;
-        const double slope = saved->GetDouble(slopeTag, 1.0);
+        const double slope = saved.GetDouble(slopeTag, 1.0);
         if (has(interceptTag) && has(slopeTag) && slope != 0.0) {
             window.center =
-                (window.center - saved->GetDouble(interceptTag, 0.0)) / slope * m_Slope + m_Intercept;
+                (window.center - saved.GetDouble(interceptTag, 0.0)) / slope * m_Slope + m_Intercept;
             window.width = window.width / slope * m_Slope;
         }
-        m_WindowSource = "saved";
+        m_WindowSource = WindowSource::kSaved;
         if (m_SavedWindow->center == 0.0 && m_SavedWindow->width == 0.0) {
-            m_WindowSource = "automatic";
+            m_WindowSource = WindowSource::kAutomatic;
             use_stored_values_for_fractions();
         } else {
             show_saved_window(window);
         }
     } else if (map != nullptr && map != m_AsOpened.colourMap && map->GetIsSUVType() && can_show_suv()) {
-        m_WindowSource = kSuvScaleSource;
+        m_WindowSource = WindowSource::kColourMapSuv;
         use_stored_values_for_fractions();
     } else if (has(Dicom_Dictionary::MIREL_SELECTED_WINDOWING)) {
-        m_WindowSource = "saved";
+        m_WindowSource = WindowSource::kSaved;
         use_stored_values_for_fractions();
     } else if (has(Dicom_Dictionary::MIREL_WINDOWING_PRESET) && m_Params.GetVoiLutSelection() < 0) {
-        m_WindowSource = "saved";
+        m_WindowSource = WindowSource::kSaved;
     } else if (m_AsOpened.inStoredValues) {
         show_saved_window(before);
     }
+    if (!preset.empty()) apply_preset(preset);
 }
 
 /// The selection of an entry stays, unless it has a curve that is told in modality units only.
@@ -323,16 +409,18 @@ void OpenedImage::use_stored_values_for_fractions() {
     const int selection = m_Params.GetVoiLutSelection();
     const Mapper_WindowingEntry* entry = nullptr;
     if (selection >= 0) entry = m_Params.GetVoiLutManager()->m_Entries[static_cast<std::size_t>(selection)];
-    if (m_WindowSource == kSuvScaleSource) {
+    if (m_WindowSource == WindowSource::kColourMapSuv) {
         window = suv_scale();
     } else if (entry != nullptr) {
         window = {entry->GetCenter(), entry->GetWidth()};
-    } else if (ZEV_Dicom::GetAutoWinValuesForImage(m_Message.get(), &storedWidth, &storedCenter)) {
+    } else if (ZEV_Dicom::GetAutoWinValuesForImage(&Message(), &storedWidth, &storedCenter)) {
         window = {storedCenter * m_Slope + m_Intercept, storedWidth * std::fabs(m_Slope)};
     } else {
         return;
     }
     if (!loses_fractions(window)) return;
+    // A measured window that whole numbers made 0 and 0 gave way to the fixed one.
+    if (m_WindowSource == WindowSource::kFallback) m_WindowSource = WindowSource::kAutomatic;
     choose_units(window);
     if (m_bUseRescale) {
         m_Params.InitCenter(truncated(window.center));
@@ -365,8 +453,12 @@ void OpenedImage::set_numbers(const ModalityWindow& window) {
 }
 
 std::optional<StoredWindow> MeasureWindow(OpenedImage& image) {
-    // Opened as an image that brings no window, so that the road is the same as for one.
+    // Opened as an image without a window, so that both are measured in the same way. One without a modality, which opening
+    // does not measure, is measured as an image of another kind.
     OBJ_Msg bare(image.Message());
+    int status = 0;
+    if (bare.Get(Dicom_Tag(tag::kModality)) == nullptr)
+        bare.Put(Dicom_Tag(tag::kModality), Dicom_CS("OT", &status));
     for (const std::uint32_t tag : {tag::kWindowCenter, tag::kWindowWidth, tag::kVoiLutSequence})
         bare.Remove(Dicom_Tag(tag));
     ZEV_Params measured;
@@ -380,70 +472,50 @@ std::optional<StoredWindow> MeasureWindow(OpenedImage& image) {
 
 void OpenedImage::measure_window() {
     const std::optional<StoredWindow> window = MeasureWindow(*this);
-    if (!window) throw PresentError(m_File.Path(), "its pixels give no window");
+    if (!window) throw PresentError(File().Path(), "no window can be measured from its pixels");
     ModalityWindow measured{window->center * m_Slope + m_Intercept, window->width * std::fabs(m_Slope)};
     choose_units(measured);
     set_window(measured);
-    m_WindowSource = "automatic";
+    m_WindowSource = WindowSource::kAutomatic;
 }
 
 void OpenedImage::apply_colour_map(const std::string& uidOrName) {
-    ZEV_ColorMap& map = FindColourMap(uidOrName, m_Modality.GetModalityName());
+    ZEV_ColorMap& map = FindColourMap(uidOrName, refhost::ToUtf8(m_Modality.GetModalityName()));
     m_Params.SetColorMap(&map);
     m_Params.SetColormapChangedByUser(true);
     if (!map.GetIsSUVType() || !can_show_suv()) return;
     ModalityWindow scale = suv_scale();
     choose_units(scale);
     set_window(scale);
-    m_WindowSource = kSuvScaleSource;
-}
-
-/// The window that a preset means, without the rounding to whole numbers in modality units.
-ModalityWindow OpenedImage::exact_window(const ZEV_PresetValue& preset) const {
-    double ends[2] = {double(preset.GetMin()), double(preset.GetMax())};
-    if (!HasEnds(preset)) {
-        ends[0] = preset.GetCenter() - preset.GetWidth() / 2.0;
-        ends[1] = preset.GetCenter() + preset.GetWidth() / 2.0;
-    }
-    PRM_ITreePtr root(CLSID_PRM_Tree);
-    const bool inRealWorldValues =
-        m_Units.HasRealWorldValidInfo() && root->GetIntDefault(L"gra\\apply_real_world_to_window", 0) != 0;
-    const SPC_MEASUREMENT_UNITS units = ZEV_WindowingUnits::ConvertFromZevWindowingUnits(preset.GetUnits());
-    for (double& end : ends) {
-        if (units != SPC_UNITS_UNKNOWN) {
-            end = static_cast<double>(m_Units.TranslateBackFromUnitsToPixel(static_cast<float>(end), units));
-        }
-        if (inRealWorldValues) {
-            const float stored = m_Units.FindValueForRealWorldValue(static_cast<float>(end));
-            end = static_cast<double>(stored) * m_Slope + m_Intercept;
-        }
-    }
-    return {(ends[0] + ends[1]) / 2.0, std::fabs(ends[1] - ends[0])};
+    m_WindowSource = WindowSource::kColourMapSuv;
 }
 
 void OpenedImage::apply_preset(const std::string& name) {
-    const ZEV_PresetValue& preset = FindPreset(name, m_Modality.GetModalityName());
+    const ZEV_PresetValue& preset = FindPreset(name, refhost::ToUtf8(m_Modality.GetModalityName()));
     const std::string what = "preset '" + name + "' ";
     const SPC_MEASUREMENT_UNITS units = ZEV_WindowingUnits::ConvertFromZevWindowingUnits(preset.GetUnits());
     if (const wchar_t* missing = m_Units.GetMissingDataText(units)) {
-        throw PresentError(m_File.Path(),
+        throw PresentError(File().Path(),
                            what + "needs " + refhost::ToUtf8(missing) + ", which the image lacks");
     }
-    // Presets are told in modality units.
+    // Presets are in modality units.
     change_to_modality_values();
     const float gamma = m_Params.GetGamma();
     if (!ZEV_Dicom::SetWindowingPresetValues(&m_Params, &m_View, preset.GetMin(), preset.GetMax(),
                                              preset.GetCenter(), preset.GetWidth(), preset.GetUnits())) {
-        throw PresentError(m_File.Path(), what + "cannot be applied");
+        throw PresentError(File().Path(), what + "cannot be applied");
     }
     m_Params.SetGamma(gamma);
-    ModalityWindow exact = exact_window(preset);
-    if (loses_fractions(exact)) {
+    ModalityWindow exact;
+    if (ZEV_Dicom::TranslatePresetValues(&m_Params, &m_View, preset.GetMin(), preset.GetMax(),
+                                         preset.GetCenter(), preset.GetWidth(), preset.GetUnits(),
+                                         &exact.center, &exact.width) &&
+        loses_fractions(exact)) {
         choose_units(exact);
         set_window(exact);
     }
-    m_WindowSource = "preset";
-    m_Preset = name;
+    m_WindowSource = WindowSource::kPreset;
+    m_Preset = NameOf(preset);
 }
 
 void OpenedImage::apply(const PresentationOptions& options) {
@@ -452,14 +524,14 @@ void OpenedImage::apply(const PresentationOptions& options) {
     if (options.voi) {
         const unsigned count = m_Params.GetVoiLutEntryCount();
         if (static_cast<unsigned>(*options.voi) >= count) {
-            throw PresentError(m_File.Path(),
-                               "has no windowing entry " + std::to_string(*options.voi) +
-                                   (count == 0 ? ": it brings none"
-                                               : ": its entries are 0 to " + std::to_string(count - 1)));
+            throw PresentError(
+                File().Path(),
+                "has no windowing entry " + std::to_string(*options.voi) +
+                    (count == 0 ? ": it has none" : ": its entries are 0 to " + std::to_string(count - 1)));
         }
         change_to_modality_values();
         m_Params.SetVoiLutSelection(*options.voi, false);
-        m_WindowSource = "voi-lut-entry";
+        m_WindowSource = WindowSource::kVoiLutEntry;
         use_stored_values_for_fractions();
     }
     if (options.preset) apply_preset(*options.preset);
@@ -468,7 +540,7 @@ void OpenedImage::apply(const PresentationOptions& options) {
         ModalityWindow window{*options.center, *options.width};
         choose_units(window);
         set_window(window);
-        m_WindowSource = "option";
+        m_WindowSource = WindowSource::kOption;
     }
     if (options.gamma) {
         if (!ZEV_Params::IsValidGamma(*options.gamma)) throw UsageError("--gamma: not from 0.1 to 5");

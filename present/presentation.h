@@ -10,13 +10,15 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "ddp_file.h"
 #include "io/dicom_file.h"
 
 class ZEV_PresetValue;
 
-/// What the user asks of the picture, over what the image says. Every command that shows an image takes the
+/// The user's choice of presentation, which goes over the image's own. Every command that shows an image takes the
 /// same options.
 struct PresentationOptions {
     /// In modality units.
@@ -44,14 +46,48 @@ struct ModalityWindow {
     double width = 0.0;
 };
 
-/// What an image brought along, before the user's choice.
+/// Where the window of an image comes from.
+enum class WindowSource {
+    kVoiLutEntry,    ///< a windowing entry of the image
+    kRawAttributes,  ///< its window attributes, where the entry has no curve
+    kAutomatic,      ///< measured from the pixels
+    kFallback,       ///< the fixed window of an image that has none and cannot be measured
+    kColourMapSuv,   ///< the scale of a colour map of SUV type
+    kPreset,
+    kSaved,  ///< a display-parameter file
+    kOption  ///< centre and width of the user
+};
+/// As `info` prints it: "voi-lut-entry", "raw-attributes", "automatic", "fallback", "colormap-suv", "preset", "saved", "option".
+const char* NameOf(WindowSource source);
+
+/// Something that a user must know of the picture: a sentence, and a code for programs.
+struct Note {
+    std::string code;
+    std::string text;
+};
+
+/// How an image opened, before the user's choice.
 struct OpenedState {
     int center = 0;
     int width = 0;
     int voiLutSelection = -1;
     bool inStoredValues = false;
-    std::string windowSource;
+    WindowSource windowSource = WindowSource::kFallback;
     const ZEV_ColorMap* colourMap = nullptr;
+};
+
+/// One frame of an image's file, read once and shared by all its openings: a region is the image opened once more.
+struct ImageSource {
+    explicit ImageSource(DicomFile frame);
+    /// Reads a frame. Throws PresentError.
+    ImageSource(const std::string& path, const PresentationOptions& options);
+
+    DicomFile file;
+    std::unique_ptr<OBJ_Msg> message;
+    /// The pixel values; of an image in colour the finished picture, in true colour.
+    refhost::MemoryRaster raster;
+    /// The display parameters to lay over the image, read with `options`; empty without.
+    std::optional<SavedPresentation> saved;
 };
 
 /// An image that is open for presentation: the pixels, its message and the parameter objects of its view.
@@ -59,28 +95,27 @@ class OpenedImage {
 public:
     /// Opens a frame and lays the options over it. Throws PresentError and UsageError.
     OpenedImage(const std::string& path, const PresentationOptions& options);
-    /// Opens a frame that was read before; the options' frame plays no part.
-    OpenedImage(DicomFile file, const PresentationOptions& options);
+    /// Opens a frame that was read before, with its display parameters; the options only add the user's choice.
+    OpenedImage(std::shared_ptr<ImageSource> source, const PresentationOptions& options);
     OpenedImage(const OpenedImage&) = delete;
     OpenedImage& operator=(const OpenedImage&) = delete;
 
-    const DicomFile& File() const { return m_File; }
-    OBJ_Msg& Message() { return *m_Message; }
-    /// The pixel values; of an image in colour the finished picture, in true colour.
-    refhost::MemoryRaster& Raster() { return m_Raster; }
+    const std::shared_ptr<ImageSource>& Source() const { return m_Source; }
+    const DicomFile& File() const { return m_Source->file; }
+    OBJ_Msg& Message() { return *m_Source->message; }
+    refhost::MemoryRaster& Raster() { return m_Source->raster; }
     SPC_Modality& Modality() { return m_Modality; }
     /// The live object, which the options change. What draws is Frozen().
     ZEV_Params& Params() { return m_Params; }
     /// The frozen copy. Freeze takes the live object's state, Defrost hands the rectangle that was drawn back.
     ZEV_Params& Frozen() { return m_Frozen; }
     KIT_BaseParamsVec& View() { return m_View; }
-    /// Where the window comes from: "voi-lut-entry", "raw-attributes", "automatic", "fallback", "colormap-suv" (a map
-    /// of SUV type brought its scale), "preset", "saved" (a display-parameter file) or "option".
-    const std::string& WindowSource() const { return m_WindowSource; }
-    /// Name of the preset that was asked for.
+    WindowSource GetWindowSource() const { return m_WindowSource; }
+    /// Name of the preset that is applied.
     const std::optional<std::string>& Preset() const { return m_Preset; }
-    /// What a user must know of the picture, one sentence each.
-    std::vector<std::string> Notes() const;
+    /// What a user must know of the picture.
+    std::vector<Note> Notes() const;
+    SPC_MeasurementUnitsParams& Units() { return m_Units; }
 
     /// Window values are stored pixel values, since whole numbers in modality units would be too coarse: a slope of 0.000006
     /// makes fractions of every value.
@@ -91,19 +126,27 @@ public:
     /// The direction of the table as it is with rescale in use.
     bool ModalityInverse();
 
+    /// Smallest and largest pixel value of the frame, padding left out, as stored and in modality units; nothing for an image
+    /// in colour or of nothing but padding.
+    std::optional<std::pair<int, int>> StoredRange();
+    std::optional<std::pair<double, double>> ModalityRange();
+    /// The units of the values after rescale: the file's Rescale Type or PT Units, else HU for CT; empty where unknown.
+    std::string UnitsText() const;
+
     const OpenedState& AsOpened() const { return m_AsOpened; }
     /// The window is one that the file has, and nobody has changed it.
     bool WindowIsAsInFile();
-    /// The natural gamma was chosen for an image that brings another one, which it would have again if nothing were saved.
+    /// The natural gamma was chosen for an image that has another one, which would come back if nothing were saved.
     bool HasNaturalGammaInstead();
-    /// The regions that the display-parameter file brings, as texts.
+    /// The regions of the display-parameter file, as texts.
     const std::vector<std::string>& SavedRegions() const { return m_SavedRegions; }
-    /// The window that the display-parameter file gives, as it says.
+    /// The window as the display-parameter file gives it.
     const std::optional<ModalityWindow>& SavedWindow() const { return m_SavedWindow; }
 
 private:
     void measure_range();
-    void note_window_source();
+    void open();
+    void note_constant_pixels();
     bool can_show_suv() const;
     void note_missing_suv_scale();
     void use_stored_values_for_fractions();
@@ -115,29 +158,27 @@ private:
     void set_window(const ModalityWindow& window);
     /// In whole numbers of stored values.
     ModalityWindow on_stored_grid(const ModalityWindow& window) const;
-    /// Tells windows in stored values if whole numbers in modality units are too coarse for this one, else in modality units.
+    /// Goes over to stored values if whole numbers in modality units are too coarse for this window, else to modality units.
     void choose_units(ModalityWindow& window);
     void keep_saved_window();
     void show_saved_window(ModalityWindow window);
-    void lay_display_parameters(const PresentationOptions& options);
+    void lay_display_parameters(const SavedPresentation& saved);
+    void use_center_and_width();
     ModalityWindow suv_scale() const;
-    ModalityWindow exact_window(const ZEV_PresetValue& preset) const;
     void apply_colour_map(const std::string& uidOrName);
     void apply_preset(const std::string& name);
     void apply(const PresentationOptions& options);
 
-    DicomFile m_File;
-    std::unique_ptr<OBJ_Msg> m_Message;
-    refhost::MemoryRaster m_Raster;
+    std::shared_ptr<ImageSource> m_Source;
     SPC_Modality m_Modality;
     SPC_MeasurementUnitsParams m_Units;
     KIT_BaseParamsVec m_View;
     // The live object outlives its frozen copy, which passes its raster on.
     ZEV_Params m_Params;
     ZEV_Params m_Frozen;
-    std::string m_WindowSource;
+    WindowSource m_WindowSource = WindowSource::kFallback;
     std::optional<std::string> m_Preset;
-    std::vector<std::string> m_Notes;
+    std::vector<Note> m_Notes;
     OpenedState m_AsOpened;
     std::optional<ModalityWindow> m_SavedWindow;
     std::vector<std::string> m_SavedRegions;
@@ -152,7 +193,7 @@ struct StoredWindow {
     int width = 0;
 };
 
-/// What opening would measure from the pixels if the image brought no window; nothing where they give none.
+/// The window that opening would measure if the image had none; nothing where none can be measured.
 std::optional<StoredWindow> MeasureWindow(OpenedImage& image);
 
 /// Reads the configuration, its presets and colour maps included: `path`, or when it is empty what ZEV_CONFIG names, or the

@@ -107,8 +107,8 @@ private:
 
 /// One region: the live object that the user changes, and the frozen copy that draws.
 struct RegionView::Region {
-    Region(const RegionSpec& s, const DicomFile& file, const PresentationOptions& options)
-        : spec(s), image(file, options) {}
+    Region(const RegionSpec& s, std::shared_ptr<ImageSource> source, const PresentationOptions& options)
+        : spec(s), image(std::move(source), options) {}
     RegionSpec spec;
     OpenedImage image;
 };
@@ -172,7 +172,7 @@ RegionView::RegionView(OpenedImage& image, const PresentationOptions& presentati
     m_Image.View().Append(&m_Space);
     m_Masks.SetLiveParams(&m_LiveMasks);
     for (const RegionSpec& spec : regions) {
-        m_Regions.push_back(std::make_unique<Region>(spec, image.File(), over(presentation, spec)));
+        m_Regions.push_back(std::make_unique<Region>(spec, image.Source(), over(presentation, spec)));
         ZEV_Params& live = m_Regions.back()->image.Params();
         // A run list is negated by make_mask.
         live.SetNegate(spec.negate && spec.shape == RegionSpec::kPolygon);

@@ -20,8 +20,7 @@ using Texts = std::vector<std::pair<std::uint32_t, std::string>>;
 constexpr std::uint32_t kModality = DicomTag(0x0008, 0x0060), kWeight = DicomTag(0x0010, 0x1030),
                         kCenter = DicomTag(0x0028, 0x1050), kWidth = DicomTag(0x0028, 0x1051),
                         kIntercept = DicomTag(0x0028, 0x1052), kSlope = DicomTag(0x0028, 0x1053),
-                        kUnits = DicomTag(0x0054, 0x1001), kDecay = DicomTag(0x0054, 0x1102),
-                        kPresentation = DicomTag(0x0008, 0x9205);
+                        kUnits = DicomTag(0x0054, 0x1001), kDecay = DicomTag(0x0054, 0x1102);
 
 /// 16 x 16 pixels of 8 bits whose stored value is the pixel's number.
 DicomDataSet ramp(const std::string& modality, const Texts& decimals) {
@@ -71,8 +70,8 @@ TEST_F(Presets, ListsTellWhatIsConfigured) {
                                               {"name", "Narrow"},
                                               {"min", 1},
                                               {"max", 9},
-                                              {"center", -1},
-                                              {"width", -1},
+                                              {"center", nullptr},
+                                              {"width", nullptr},
                                               {"units", "suv_bw"}}));
     EXPECT_EQ(Run("presets --config " + config).out, "CT\n  Narrow                1 to 9 suv_bw\n");
 
@@ -116,9 +115,9 @@ TEST_F(Presets, OptionsChooseWindowAndMap) {
         {"ct.dcm --preset Lung",
          {{"center", -599}, {"width", 1500}, {"windowSource", "preset"}, {"preset", "Lung"}}},
         {"mr.dcm --preset 'Full range 12 bit'", {{"windowMin", 0}, {"windowMax", 4095}}},
-        {"mr.dcm --preset Stroke", {{"center", 40}, {"width", 40}}},
+        {"mr.dcm --preset ct/stroke", {{"center", 40}, {"width", 40}, {"preset", "Stroke"}}},
         {"mr.dcm --preset Angio", {{"center", 250}}},  // the modality's own before the CT's
-        {"xa.dcm --preset Bone", {{"width", 1800}, {"voiLutSelection", -1}}},
+        {"xa.dcm --preset CT/Bone", {{"width", 1800}, {"voiLutSelection", nullptr}}},
         {"pt.dcm", {{"windowSource", "colormap-suv"}, {"preset", nullptr}, {"notes", Json::array()}}},
         {"pt.dcm --colormap Grayscale", {{"windowSource", "colormap-suv"}}},
         {"pt.dcm --voi 0", {{"windowSource", "voi-lut-entry"}, {"center", 24000}}},
@@ -126,7 +125,7 @@ TEST_F(Presets, OptionsChooseWindowAndMap) {
         {"pt.dcm --preset 'SUV 2-10' --colormap PET", {{"windowSource", "preset"}}},
         {"pt.dcm --center 7 --width 9", {{"windowSource", "option"}, {"center", 7}}},
         {"nm.dcm --colormap PET", {{"windowSource", "voi-lut-entry"}, {"center", 64}}},
-        {"us.dcm", {{"colorMap", {{"name", "Image palette"}, {"uid", ""}, {"dummy", false}}}}},
+        {"us.dcm", {{"colour", true}, {"palettes", true}}},
         {"nm.dcm", {{"colorMap", {{"name", "Hot Iron"}, {"uid", "1.2.840.10008.1.5.1"}, {"dummy", false}}}}},
         {"nm.dcm --colormap 1.2.840.10008.1.5.7",
          {{"colorMap", {{"name", "Fall"}, {"uid", "1.2.840.10008.1.5.7"}, {"dummy", false}}}}},
@@ -155,8 +154,13 @@ TEST_F(Presets, OptionsChooseWindowAndMap) {
         {"ct.dcm --colormap 1.2.3", 2, "'1.2.3'; zev colormaps"},
         {"ct.dcm --preset Lung --center 1 --width 2", 2, "--preset"},
         {"ct.dcm --preset Lung --auto", 2, "--preset"},
-        {"ct.dcm --preset 'SUV 0-5'", 1,
-         "ct.dcm: preset 'SUV 0-5' needs pixel values in Bq/ml or SUV, which the image lacks"},
+        {"ct.dcm --preset Lnug", 2, "did you mean 'Lung'"},
+        {"ct.dcm --preset 'SUV 0-5'", 2,
+         "not one of CT; 'PT/SUV 0-5' applies it all the same; those of CT are 'Brain'"},
+        {"xa.dcm --preset Bone", 2, "XA has no presets"},
+        {"ct.dcm --colormap 'hot irno'", 2, "did you mean 'Hot Iron'"},
+        {"ct.dcm --preset 'PT/SUV 0-5'", 1,
+         "ct.dcm: preset 'PT/SUV 0-5' needs pixel values in Bq/ml or SUV, which the image lacks"},
     };
     for (const auto& row : failures) {
         const support::Outcome outcome = Run("info " + m_Directory / row.arguments);
@@ -194,7 +198,8 @@ TEST_F(Presets, WithoutItsDataAPetImageKeepsItsWindowAndSaysWhy) {
         EXPECT_EQ(info["center"], 40);
         EXPECT_EQ(info["windowSource"], "voi-lut-entry");
         const std::string why = std::string("needs ") + row.needs + ", which the image lacks";
-        EXPECT_EQ(info["notes"], Json::array({"not on the SUV scale: it " + why}));
+        EXPECT_EQ(info["notes"],
+                  Json::array({{{"code", "no-suv"}, {"text", "not on the SUV scale: it " + why}}}));
         EXPECT_EQ(preset.err, "zev: " + path + ": preset 'SUV 0-5' " + why + "\n");
         EXPECT_EQ(preset.status, 1);
     }
@@ -217,11 +222,11 @@ TEST_F(Presets, FractionsAreWindowedInStoredValues) {
     } rows[] = {
         {"SUV scale", uptake, " --colormap Grayscale", "modality", 5, 10, 0, 255},
         {"SUV preset", uptake, " --colormap Grayscale --preset 'SUV 0-5'", "stored", 2.5, 5, 0, 255},
-        {"per cent", uptake, " --colormap Grayscale --preset '0-50 %'", "stored", 3.1875, 6.375, 0, 255},
+        {"per cent", uptake, " --colormap Grayscale --preset 'NM/0-50 %'", "stored", 3.1875, 6.375, 0, 255},
         {"falling", falling, "", "modality", 6, 12, 255, 0},
         {"falling, entry 1", falling, " --voi 1", "stored", 6.4, 0.7, 255, 0},
-        {"falling, per cent", falling, " --voi 1 --preset '0-50 %'", "stored", 3.1875, 6.375, 255, 0},
-        {"falling, whole again", falling, " --voi 1 --preset 'Stroke'", "modality", 40, 40, 0, 0},
+        {"falling, per cent", falling, " --voi 1 --preset 'NM/0-50 %'", "stored", 3.1875, 6.375, 255, 0},
+        {"falling, whole again", falling, " --voi 1 --preset CT/Stroke", "modality", 40, 40, 0, 0},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -238,52 +243,6 @@ TEST_F(Presets, FractionsAreWindowedInStoredValues) {
     }
 }
 
-TEST_F(Presets, PalettesOfTheImage) {
-    const std::string path = m_Directory / "p.dcm", png = m_Directory / "p.png";
-    const auto entry = [](unsigned c, int i) {
-        return static_cast<std::uint8_t>(c == 0 ? i : c == 1 ? 255 - i : i / 2);
-    };
-    const struct {
-        const char* photometric;
-        const char* presentation;
-        int bits;
-        bool coloured;
-    } rows[] = {
-        {"MONOCHROME2", "COLOR", 8, true},       {"MONOCHROME2", "MIXED", 8, true},
-        {"MONOCHROME2", "MONOCHROME", 8, false}, {"MONOCHROME2", "COLOR", 16, false},  // of bytes only
-        {"PALETTE COLOR", "COLOR", 8, true},     {"PALETTE COLOR", "COLOR", 16, true},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.photometric + std::string(" ") + row.presentation + std::to_string(row.bits));
-        DicomDataSet set = ramp("OT", {{kCenter, "128"}, {kWidth, "256"}});
-        set.PutText(kPresentation, "CS", row.presentation);
-        set.PutText(DicomTag(0x0028, 0x0004), "CS", row.photometric);
-        for (unsigned c = 0; c < 3; ++c) {
-            std::string bytes;
-            for (int i = 0; i < 256; ++i)
-                bytes += std::string(static_cast<std::size_t>(row.bits / 8), static_cast<char>(entry(c, i)));
-            set.elements[DicomTag(0x0028, 0x1101 + c)] = DicomElement{
-                "US", std::string("\x00\x01\x00\x00", 4) + static_cast<char>(row.bits) + '\0', {}};
-            set.elements[DicomTag(0x0028, 0x1201 + c)] = DicomElement{"OW", bytes, {}};
-        }
-        write(path, set);
-        ASSERT_EQ(Run("render " + path + " -o " + png).status, 0);
-        const Picture picture = ReadPng(png);
-        ASSERT_EQ(Run("render " + path + " -o " + png + " --colormap Grayscale").status, 0);
-        const Picture grey = ReadPng(png);
-        const bool isMono = row.photometric == std::string("MONOCHROME2");
-        for (int i = 0; i < 256; ++i) {
-            const int level = isMono ? grey.rgb[static_cast<std::size_t>(i) * 3] : i;
-            for (unsigned c = 0; c < 3; ++c) {
-                const int expected = row.coloured ? entry(c, level) : level;
-                ASSERT_EQ(picture.rgb[static_cast<std::size_t>(i) * 3 + c], expected) << i << " " << c;
-            }
-        }
-        EXPECT_EQ(Info(path)["colorMap"].is_object(),
-                  row.bits == 8 && row.presentation != std::string("MONOCHROME"));
-    }
-}
-
 /// An image looks the same whichever was open before it in the process.
 TEST(PresetsInOneProcess, OrderOfImagesDoesNotShow) {
     support::TemporaryDirectory directory;
@@ -294,7 +253,7 @@ TEST(PresetsInOneProcess, OrderOfImagesDoesNotShow) {
     std::vector<int> widths;
     for (const auto& options : {PresentationOptions(), PresentationOptions(), steps, PresentationOptions()}) {
         OpenedImage image(directory / "pt.dcm", options);
-        EXPECT_EQ(image.WindowSource(), "colormap-suv");
+        EXPECT_EQ(image.GetWindowSource(), WindowSource::kColourMapSuv);
         widths.push_back(image.Params().GetWidth());
     }
     EXPECT_EQ(widths, std::vector<int>(4, widths[0]));

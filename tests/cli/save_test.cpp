@@ -369,7 +369,7 @@ TEST_F(Save, RefusalsTakeOneLineAndLeaveNothing) {
         {"both the same", image + " -o x.dcm --ddp-out x.dcm", 2, "same file"},
         {"mode", image + " --ddp-out x.dcm --mode 3", 2, "--mode"},
         {"other image", other + " -o x.dcm --ddp " + saved, 1, "belongs to another image, 2.25.4711"},
-        {"no such file", image + " -o x.dcm --ddp " + image, 1, "is no display-parameter file"},
+        {"not such a file", image + " -o x.dcm --force --ddp " + image, 1, "is not a display-parameter file"},
         // "Linear " and 58 characters are one more than the attribute takes.
         {"too long", longText + " -o x.dcm --ddp-out y.dcm", 1, "65 characters"},
         {"no meta information", bare + " -o x.dcm", 1, "bare.dcm"},
