@@ -19,11 +19,13 @@ struct HOST_API Mapper_LutData {
     int GetTop() const { return (1 << m_Bits) - 1; }
     bool IsReversing() const { return m_Entries.back() < m_Entries.front(); }
 
-    /// Reads an item. A count of 0 means 65536. The first input value is signed when `isSigned` or when it
-    /// came as SS, and also when it would otherwise lie above `highestInput`, the largest input that can
-    /// occur. Data of up to 8 bits may stand in words or be packed two to a word. Data that are too short are
-    /// filled up with their last entry. Null where descriptor or data are absent or the depth is outside 1
-    /// to 16.
-    static std::shared_ptr<const Mapper_LutData> Read(const Dicom_Msg& item, bool isSigned,
+    /// Reads an item whose input values range from `lowestInput` to `highestInput`. A count of 0 means 65536.
+    /// The first input value is signed when the input can be negative (DICOM PS3.3 C.11.2.1.1), whatever the
+    /// value representation. When it cannot, the value is signed if it would otherwise exceed `highestInput`,
+    /// or if it is an SS and the table then reaches the input range: writers choose SS by the signedness of
+    /// the stored pixels. Entries of up to 8 bits may fill words or be packed two to a word. Missing entries
+    /// repeat the last one. Null where descriptor or data are absent, the data do not hold one entry, or the
+    /// depth is outside 1 to 16.
+    static std::shared_ptr<const Mapper_LutData> Read(const Dicom_Msg& item, double lowestInput,
                                                       double highestInput);
 };

@@ -35,13 +35,12 @@ public:
     /// i - size / 2 for a signed image; its modality value x = stored * slope + intercept goes through
     /// - linear: DICOM PS3.3 C.11.2.1.2.1;
     /// - sigmoid: maxOutput / (1 + exp(-4 (x - center) / width)), PS3.3 C.11.2.1.3.1;
-    /// - table: PS3.3 C.11.2.1.1, stretched to the given window: entry floor((x - (center - floor(width /
-    /// 2)))
-    /// *
-    ///   count / width), limited to the ends, its value scaled to maxOutput.
+    /// - table: PS3.3 C.11.2.1.1, stretched to the given window: entry
+    ///   floor((x - (center - floor(width / 2))) * count / width), limited to the ends, its value scaled to
+    ///   maxOutput.
     /// Outputs are rounded to the nearest level; with `inverse` they become maxOutput minus themselves. A
-    /// width of 0 or less is a step at the centre; a centre or width that is no finite number stands for the
-    /// curve's own window. Nothing happens for a null table or a size below 1. An output above what the
+    /// width of 0 or less is a step at the centre; a centre or width that is not finite means the curve's own
+    /// window. Nothing happens for a null table or a size below 1. An output above what the
     /// table's entry can hold becomes the largest that it can.
     void FillWindowingTable8(unsigned char* table, int size, double center, double width, bool inverse) const;
     void FillWindowingTable16(unsigned short* table, int size, double center, double width,

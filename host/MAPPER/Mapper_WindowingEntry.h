@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-/// One windowing that an image brings: a window pair or a VOI LUT Sequence item.
+/// One windowing of an image: a window pair or a VOI LUT Sequence item.
 class HOST_API Mapper_WindowingEntry {
 public:
     /// Values of m_FunctionCode.

@@ -22,11 +22,11 @@ enum VOI_LUT_OWNERSHIP {
     VOI_LUT_OWNED_BY_CALLER = 1
 };
 
-/// The windowings that an image message brings: its window pairs, then the items of its VOI LUT Sequence,
+/// The windowings of an image message: its window pairs, then the items of its VOI LUT Sequence,
 /// each in the order of the message.
 ///
 /// A pair that isn't a window (no number, or a width of 0 or less) and an item that can't be read as a table
-/// are left out. A pair with a function that is none of the standard's is listed as linear but gives no VOI
+/// are left out. A pair with a function that the standard does not define is listed as linear but gives no VOI
 /// LUT, so that only its numbers count.
 class HOST_API Mapper_WindowingManager {
 public:
@@ -45,12 +45,13 @@ public:
                                      VOI_LUT_OWNERSHIP ownership);
 
     /// Writes a window, in modality units, into any message so that it is the first one found there. Returns
-    /// 1, or 0 for a null message or numbers that aren't finite.
+    /// 1; 0 with nothing written for a null message or numbers that aren't finite; 0 with the table in its own
+    /// window where its descriptor cannot hold the given one (a width outside 1 to 65536, a first input below
+    /// -32768 or above 65535, 32767 if the rescaled pixels can be negative).
     /// - null or linear entry: the pair with `explanation` and the function LINEAR; tables stay, behind it;
     /// - sigmoid: the pair with the entry's own explanation and the function SIGMOID;
     /// - table: the pairs go, and the table becomes the first item of the VOI LUT Sequence, resampled to the
-    /// window
-    ///   if that is not the table's own; the other items stay.
+    ///   window if that is not the table's own; the other items stay.
     int SetVOILUT(Dicom_Msg* msg, const Mapper_WindowingEntry* entry, double center, double width,
                   Dicom_LO explanation);
 
@@ -61,12 +62,14 @@ private:
     void read_pairs(std::vector<std::wstring>& names);
     void read_tables(std::vector<std::wstring>& names);
     void name_entries(const std::vector<std::wstring>& names);
-    static void put_table(Dicom_Msg& msg, const Mapper_WindowingEntry& entry, double center, double width);
+    bool put_table(Dicom_Msg& msg, const Mapper_WindowingEntry& entry, double center, double width) const;
 
     /// Null once it has been read.
     const Dicom_Msg* m_pMsg;
     bool m_bRead = false;
     Mapper_Rescale m_Rescale;
+    // Of the rescaled pixels.
+    double m_LowestInput = 0.0;
     double m_HighestInput = 65535.0;
     std::mutex m_Lock;
     std::map<std::pair<const Mapper_WindowingEntry*, int>, std::unique_ptr<Mapper_VOILut>> m_Luts;

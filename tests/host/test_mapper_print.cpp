@@ -2,12 +2,14 @@
 #include <DICOM/Dicom_US.h>
 #include <MAPPER/Mapper_PrinterLUT.h>
 #include <MAPPER/Mapper_Pval.h>
+#include <MAPPER/Mapper_WindowingManager.h>
 #include <OBJ/OBJ_Msg.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <climits>
 #include <vector>
+
+#include "support.h"
 
 namespace {
 
@@ -50,6 +52,42 @@ TEST(MapperPval, ShapesTheWindow) {
     }
 }
 
+TEST(MapperPval, ComesBehindTheChosenVoiFunction) {
+    for (const bool isFalling : {false, true}) {
+        SCOPED_TRACE(isFalling ? "negative slope: values for 1 - u, inverted" : "");
+        support::Message msg;
+        msg.Window("100", "50", "SIGMOID").Lut(0x20500010, 0, 8, {0, 10, 20, 200, 255});
+        msg.Lut(0x00283010, 0, 8, {0, 255, 64}).Rescale(isFalling ? "-1" : "1", "0");
+        Mapper_WindowingManager manager(&msg);
+        manager.Init();
+        ASSERT_EQ(manager.m_Entries.size(), 2u);
+        Mapper_Pval pval(&msg);
+        const struct {
+            const Mapper_WindowingEntry* entry;
+            int index;  // in a window from 100 to 200
+            int level;
+        } rows[] = {
+            // The sigmoid is 0.119 at the lower end, 0.378 at 0.375 of the window, 0.646 at 0.65, 0.881.
+            {manager.m_Entries[0], 100, 0},
+            {manager.m_Entries[0], 110, 10},
+            {manager.m_Entries[0], 165, 200},
+            {manager.m_Entries[0], 199, 255},
+            {manager.m_Entries[1], 133, 0},
+            {manager.m_Entries[1], 134, 255},
+            {manager.m_Entries[1], 199, 10},
+            {nullptr, 165, 200},
+            {nullptr, 110, 0},
+        };
+        for (const auto& row : rows) {
+            SCOPED_TRACE(row.index);
+            pval.SetWindowingType(manager, row.entry);
+            pval.UpdateWindowValues(100, 200, 255);
+            EXPECT_EQ(pval.m_pWindowLut[isFalling ? 300 - row.index : row.index],
+                      isFalling ? 255 - row.level : row.level);
+        }
+    }
+}
+
 TEST(MapperPval, OnlyASequenceMakesALut) {
     OBJ_Msg shaped;
     shaped.PutBytes(Dicom_Tag(0x20500020), "CS", "INVERSE ", 8);
@@ -82,12 +120,13 @@ TEST(MapperPrinterLut, ChangesTheRegionOnly) {
         {"absurd corners", {1, INT_MIN}, {INT_MAX, INT_MAX}, 12, {1, 2, 3, 5, 6, 7, 9, 10, 11}},
     };
     for (const auto& row : rows) {
-        for (unsigned short samples : {1, 4}) {
+        for (const int samples : {1, 4}) {
             SCOPED_TRACE(testing::Message() << row.name << ", samples " << samples);
-            std::vector<unsigned char> pixels(std::size_t(12) * samples, 10);
+            std::vector<unsigned char> pixels(12 * static_cast<std::size_t>(samples), 10);
             Mapper_Point from = row.from;
             Mapper_Point to = row.to;
-            EXPECT_EQ(lut.ApplyPrinterLUT(pixels.data(), row.count, 8, 8, samples, 4, 3, &from, &to),
+            EXPECT_EQ(lut.ApplyPrinterLUT(pixels.data(), row.count, 8, 8,
+                                          static_cast<unsigned short>(samples), 4, 3, &from, &to),
                       row.changed.size());
             for (int i = 0; i < static_cast<int>(pixels.size()); ++i) {
                 const bool in = std::count(row.changed.begin(), row.changed.end(), i / samples) > 0;

@@ -142,6 +142,9 @@ TEST(MapperVoi, TablesAreReadWhateverTheirShape) {
         bool isSigned;
         double center, width;
         std::vector<unsigned short> expected;
+        double intercept = 0;
+        const char* vr = "US";
+        int depth = 12;
     } rows[] = {
         {"words", 3, 2, 8, "\x0A\0\x14\0\x1E\0"s, false, 3, 3, {10, 10, 10, 20, 30, 30}},
         {"packed bytes, odd count", 3, 2, 8, "\x0A\x14\x1E\0"s, false, 3, 3, {10, 10, 10, 20, 30, 30}},
@@ -150,12 +153,18 @@ TEST(MapperVoi, TablesAreReadWhateverTheirShape) {
         {"signed pixels, first below zero", 2, -2, 8, "\x0A\x14", true, -1, 2, {10, 10, 20, 20, 20, 20}},
         {"first below zero though unsigned", 2, -2, 8, "\x0A\x14", false, -1, 2, {20, 20}},
         {"too short", 4, 0, 16, "\0\0\xFF\xFF\x77"s, false, 2, 4, {0, 255, 255, 255}},
+        {"signed by the intercept", 2, 63536, 8, "\x0A\x14", false, -1999, 2, {20, 20}, -1024, "US", 16},
+        {"unsigned by it", 2, 37768, 8, "\x0A\x14", true, 37769, 2, {10, 10}, 32768, "US", 16},
+        {"unsigned by it, as SS", 2, 37768, 8, "\x0A\x14", true, 37769, 2, {10, 10}, 32768, "SS", 16},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         Message msg;
-        SetPixels(msg, 12, row.isSigned);
-        AddTable(msg, Descriptor(row.count, row.first, row.bits), row.data);
+        SetPixels(msg, row.depth, row.isSigned, 1.0, row.intercept);
+        const std::string bytes = {static_cast<char>(row.count), '\0',
+                                   static_cast<char>(row.first), static_cast<char>(row.first >> 8),
+                                   static_cast<char>(row.bits),  '\0'};
+        AddTable(msg, *Dicom_Type::FromBytes(row.vr, bytes.data(), bytes.size()), row.data);
         const Opened opened(msg);
         ASSERT_NE(opened.m_pLut, nullptr);
         EXPECT_EQ(opened.m_pLut->GetFunctionCode(), 5);
@@ -240,6 +249,7 @@ TEST(MapperManager, LeavesOutBrokenTablesAndNamesTheRestApart) {
     msg.Text(0x00281055, "LO", "SOFT\\ \\SOFT (2)\\SOFT\\Window 6");
     AddTable(msg, Descriptor(4, 0, 17), "abcd");
     AddTable(msg, Descriptor(4, 0, 8), "");
+    AddTable(msg, Descriptor(4, 0, 9), "a");  // less than one entry
     AddTable(msg, Dicom_US(4), "abcd");
     msg.AddItem(Dicom_Tag(0x00283010));
     AddTable(msg, Descriptor(1, 0, 8), "a");
@@ -324,4 +334,23 @@ TEST(MapperManager, WrittenWindowIsTheFirstWhenReadAgain) {
     OBJ_Msg untouched(msg);
     EXPECT_EQ(opened.m_Manager.SetVOILUT(&untouched, nullptr, NAN_, 2, Dicom_LO()), 0);
     EXPECT_TRUE(untouched == msg);
+}
+
+TEST(MapperManager, ATableWindowIsSavedAsFarAsItsDescriptorReaches) {
+    const struct {
+        double intercept, center, width;
+        int saved;
+    } rows[] = {{0, 100, 3, 1}, {0, 40001, 3, 1}, {-1, 40001, 3, 0}, {0, -40000, 3, 0}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.center << " intercept " << row.intercept);
+        Message msg;
+        SetPixels(msg, 16, false, 1.0, row.intercept);
+        AddTable(msg, Descriptor(4, 10, 8), "\x0A\x14\x1E\x28");
+        Opened before(msg);
+        EXPECT_EQ(before.m_Manager.SetVOILUT(&msg, before.m_Manager.m_Entries[0], row.center, row.width, {}),
+                  row.saved);
+        const Opened after(msg);
+        EXPECT_EQ(after.m_pLut->GetVOICenter(), row.saved == 1 ? row.center : 12);
+        EXPECT_EQ(Fill(*after.m_pLut, 65536, row.center, row.width)[65535], 40) << "the last entry";
+    }
 }

@@ -20,7 +20,7 @@ bool ReadWord(const Dicom_Type& descriptor, std::size_t index, unsigned short& w
 
 }  // namespace
 
-std::shared_ptr<const Mapper_LutData> Mapper_LutData::Read(const Dicom_Msg& item, bool isSigned,
+std::shared_ptr<const Mapper_LutData> Mapper_LutData::Read(const Dicom_Msg& item, double lowestInput,
                                                            double highestInput) {
     const Dicom_Type* const descriptor = item.Get(LUT_DESCRIPTOR);
     const Dicom_Bytes* const data = dynamic_cast<const Dicom_Bytes*>(item.Get(LUT_DATA));
@@ -34,15 +34,18 @@ std::shared_ptr<const Mapper_LutData> Mapper_LutData::Read(const Dicom_Msg& item
     }
 
     std::shared_ptr<Mapper_LutData> lut = std::make_shared<Mapper_LutData>();
-    const bool asSigned = isSigned || std::strcmp(descriptor->m_VR, "SS") == 0 || first16 > highestInput;
-    lut->m_First = asSigned ? static_cast<short>(first16) : first16;
+    const std::size_t count = count16 == 0 ? 65536 : count16;
+    const int negative = static_cast<short>(first16);
+    const bool saysSigned =
+        std::strcmp(descriptor->m_VR, "SS") == 0 && negative + static_cast<double>(count) > lowestInput;
+    lut->m_First = lowestInput < 0.0 || saysSigned || first16 > highestInput ? negative : first16;
     lut->m_Bits = bits;
 
-    const std::size_t count = count16 == 0 ? 65536 : count16;
     const std::vector<unsigned char>& bytes = data->GetBytes();
     // An odd number of packed entries has one byte of padding.
     const bool packed = bits <= 8 && bytes.size() <= count + 1;
     const std::size_t present = std::min(count, packed ? bytes.size() : bytes.size() / 2);
+    if (present == 0) return nullptr;
     const int top = lut->GetTop();
     lut->m_Entries.reserve(count);
     for (std::size_t i = 0; i < present; ++i) {

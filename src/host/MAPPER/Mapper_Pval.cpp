@@ -8,6 +8,7 @@
 
 namespace {
 
+const Dicom_Tag RESCALE_SLOPE(0x00281053);
 const Dicom_Tag PRESENTATION_LUT_SEQUENCE(0x20500010);
 
 std::shared_ptr<const Mapper_LutData> ReadLut(const OBJ_Msg* msg) {
@@ -15,7 +16,7 @@ std::shared_ptr<const Mapper_LutData> ReadLut(const OBJ_Msg* msg) {
     // The input of a presentation LUT is never negative.
     return sequence == nullptr || sequence->GetVM() == 0
                ? nullptr
-               : Mapper_LutData::Read(*sequence->GetItem(0), false, 65535.0);
+               : Mapper_LutData::Read(*sequence->GetItem(0), 0.0, 65535.0);
 }
 
 unsigned short ToLevel(double value) {
@@ -24,13 +25,18 @@ unsigned short ToLevel(double value) {
 
 }  // namespace
 
-Mapper_Pval::Mapper_Pval(OBJ_Msg* msg) : m_pLut(ReadLut(msg)), m_WindowLut(WINDOW_LUT_SIZE) {
+Mapper_Pval::Mapper_Pval(OBJ_Msg* msg)
+    : m_pLut(ReadLut(msg)),
+      m_bFalling(msg != nullptr && msg->GetDouble(RESCALE_SLOPE, 1.0) < 0.0),
+      m_WindowLut(WINDOW_LUT_SIZE) {
     m_pWindowLut = m_WindowLut.data();
 }
 
 Mapper_Pval::Mapper_Pval(const Mapper_Pval& other)
     : m_pLut(other.m_pLut),
+      m_bFalling(other.m_bFalling),
       m_FunctionCode(other.m_FunctionCode),
+      m_pVoiTable(other.m_pVoiTable),
       m_WindowLut(other.m_WindowLut),
       m_bUpToDate(other.m_bUpToDate),
       m_Low(other.m_Low),
@@ -43,6 +49,8 @@ Mapper_Pval::~Mapper_Pval() = default;
 
 int Mapper_Pval::SetWindowingType(Mapper_WindowingManager&, const Mapper_WindowingEntry* entry) {
     m_FunctionCode = entry == nullptr ? 0 : entry->m_FunctionCode;
+    m_pVoiTable = entry == nullptr ? nullptr : entry->GetTable();
+    m_bUpToDate = false;
     return 1;
 }
 
@@ -77,7 +85,23 @@ void Mapper_Pval::UpdateWindowValues(int low, int high, int top) {
         const double distance = static_cast<double>(i) - low;
         const double u =
             range == 0.0 ? (distance < 0.0 ? 0.0 : 1.0) : std::max(0.0, std::min(distance / range, 1.0));
+        const double v = voi_output(m_bFalling ? 1.0 - u : u, range == 0.0);
+        const unsigned short level =
+            levels.empty() ? ToLevel(v * top) : levels[static_cast<std::size_t>(std::floor(v * last + 0.5))];
         m_WindowLut[static_cast<std::size_t>(i)] =
-            levels.empty() ? ToLevel(u * top) : levels[static_cast<std::size_t>(std::floor(u * last + 0.5))];
+            m_bFalling ? ToLevel(static_cast<double>(top) - level) : level;
     }
+}
+
+/// 0 to 1 for a place in the window, 0 to 1 from its lower end (DICOM PS3.3 C.11.2.1).
+double Mapper_Pval::voi_output(double u, bool isStep) const {
+    if (m_pVoiTable != nullptr) {
+        const std::vector<unsigned short>& entries = m_pVoiTable->m_Entries;
+        const auto index = static_cast<std::size_t>(std::floor(u * static_cast<double>(entries.size())));
+        return static_cast<double>(entries[std::min(index, entries.size() - 1)]) / m_pVoiTable->GetTop();
+    }
+    if (m_FunctionCode == Mapper_WindowingEntry::FUNCTION_SIGMOID && !isStep) {
+        return 1.0 / (1.0 + std::exp(-4.0 * (u - 0.5)));
+    }
+    return u;
 }

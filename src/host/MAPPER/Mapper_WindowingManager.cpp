@@ -32,7 +32,8 @@ std::wstring TextOf(const Dicom_Msg& msg, const Dicom_Tag& tag, std::size_t inde
     return value == nullptr ? std::wstring() : value->GetText(index);
 }
 
-/// The table seen through another window: entry k of `count` stands for the input first + k.
+/// The table seen through another window: entry k of `count` belongs to the input first + k. The last entry
+/// stays the last, since every input above the window gets it.
 void Resample(const Mapper_LutData& table, int first, int count, Dicom_Msg& item) {
     std::vector<unsigned short> words;
     words.reserve(static_cast<std::size_t>(count));
@@ -40,6 +41,7 @@ void Resample(const Mapper_LutData& table, int first, int count, Dicom_Msg& item
         const long long index = k * static_cast<long long>(table.m_Entries.size()) / count;
         words.push_back(table.m_Entries[static_cast<std::size_t>(index)]);
     }
+    words.back() = table.m_Entries.back();
     const unsigned short count16 = static_cast<unsigned short>(count & 0xFFFF);
     const unsigned short bits = static_cast<unsigned short>(table.m_Bits);
     if (first < 0) {
@@ -78,8 +80,9 @@ int Mapper_WindowingManager::Init() {
     const int bits = std::max(1, std::min(m_pMsg->GetInt(BITS_STORED, 16), 16));
     const int lowest = m_Rescale.m_bSigned ? -(1 << (bits - 1)) : 0;
     const int highest = lowest + (1 << bits) - 1;
-    m_HighestInput =
-        m_Rescale.m_Intercept + std::max(lowest * m_Rescale.m_Slope, highest * m_Rescale.m_Slope);
+    const auto ends = std::minmax({lowest * m_Rescale.m_Slope, highest * m_Rescale.m_Slope});
+    m_LowestInput = m_Rescale.m_Intercept + ends.first;
+    m_HighestInput = m_Rescale.m_Intercept + ends.second;
 
     std::vector<std::wstring> names;
     read_pairs(names);
@@ -116,7 +119,7 @@ void Mapper_WindowingManager::read_tables(std::vector<std::wstring>& names) {
     for (std::size_t i = 0; sequence != nullptr && i < sequence->GetVM(); ++i) {
         const Dicom_Msg& item = *sequence->GetItem(i);
         std::shared_ptr<const Mapper_LutData> table =
-            Mapper_LutData::Read(item, m_Rescale.m_bSigned, m_HighestInput);
+            Mapper_LutData::Read(item, m_LowestInput, m_HighestInput);
         if (table == nullptr) continue;
         m_Entries.push_back(new Mapper_WindowingEntry(std::move(table), item));
         names.push_back(TextOf(item, LUT_EXPLANATION, 0));
@@ -150,8 +153,7 @@ int Mapper_WindowingManager::SetVOILUT(Dicom_Msg* msg, const Mapper_WindowingEnt
                                        double width, Dicom_LO explanation) {
     if (msg == nullptr || !std::isfinite(center) || !std::isfinite(width)) return 0;
     if (entry != nullptr && entry->GetTable() != nullptr) {
-        put_table(*msg, *entry, center, width);
-        return 1;
+        return put_table(*msg, *entry, center, width) ? 1 : 0;
     }
     const bool sigmoid = entry != nullptr && entry->m_FunctionCode == Mapper_WindowingEntry::FUNCTION_SIGMOID;
     msg->Put(WINDOW_CENTER, Dicom_DS(center));
@@ -161,14 +163,15 @@ int Mapper_WindowingManager::SetVOILUT(Dicom_Msg* msg, const Mapper_WindowingEnt
     return 1;
 }
 
-void Mapper_WindowingManager::put_table(Dicom_Msg& msg, const Mapper_WindowingEntry& entry, double center,
-                                        double width) {
+bool Mapper_WindowingManager::put_table(Dicom_Msg& msg, const Mapper_WindowingEntry& entry, double center,
+                                        double width) const {
     Dicom_Msg item(entry.GetItem());
     item.Put(LUT_EXPLANATION, entry.GetWindowingExplanation());
     const double first = std::floor(center) - std::floor(std::floor(width) / 2);
     const bool ownWindow = center == entry.GetCenter() && width == entry.GetWidth();
-    // A window that no descriptor can tell leaves the table as it is.
-    const bool fits = width >= 1.0 && width <= 65536.0 && first >= -32768.0 && first <= 32767.0;
+    // The first input has 16 bits, signed when the input can be negative.
+    const double highestFirst = m_LowestInput < 0.0 ? 32767.0 : 65535.0;
+    const bool fits = width >= 1.0 && width <= 65536.0 && first >= -32768.0 && first <= highestFirst;
     if (!ownWindow && fits)
         Resample(*entry.GetTable(), static_cast<int>(first), static_cast<int>(width), item);
 
@@ -181,4 +184,5 @@ void Mapper_WindowingManager::put_table(Dicom_Msg& msg, const Mapper_WindowingEn
     msg.Put(VOI_LUT_SEQUENCE, sequence);
     for (const Dicom_Tag& tag : {WINDOW_CENTER, WINDOW_WIDTH, WINDOW_EXPLANATION, VOI_LUT_FUNCTION})
         msg.Remove(tag);
+    return ownWindow || fits;
 }
