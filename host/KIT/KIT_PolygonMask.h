@@ -4,11 +4,14 @@
 #include <KIT/KIT_Mask.h>
 #include <KIT/KIT_Rect.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
 #include <vector>
 
 class KIT_LinesMask;
 
-/// A region told by its outline, in pixel coordinates: pixel (x, y) covers x to x + 1 and y to y + 1, its
+/// A region defined by its outline, in pixel coordinates: pixel (x, y) covers x to x + 1 and y to y + 1, its
 /// centre lies at (x + 0.5, y + 0.5). The outline may cross itself; what is enclosed an odd number of times
 /// is inside.
 ///
@@ -24,8 +27,19 @@ public:
     typedef std::vector<Point> Ring;
 
     KIT_PolygonMask();
-    /// One closed outline; the last point need not repeat the first. A point that is no number within
-    /// a thousand million empties the mask.
+    /// Most crossings of edges with the centres of lines that ConvertToLinesMask works through: at most the
+    /// points of the outline times the lines it covers.
+    static constexpr std::uint64_t kMostCrossings = std::uint64_t(1) << 28;
+
+    /// An outline has more crossings than that.
+    class HOST_API TooComplex : public std::length_error {
+    public:
+        TooComplex(std::size_t points, std::uint64_t crossings);
+        ~TooComplex() override;
+    };
+
+    /// One closed outline; the last point need not repeat the first. A coordinate that is not finite, or
+    /// beyond a thousand million, empties the mask.
     explicit KIT_PolygonMask(Ring outline);
     ~KIT_PolygonMask() override;
 
@@ -39,10 +53,12 @@ public:
     /// without area. The outline stays as it is and the cut is kept beside it, so that cutting moves no edge.
     /// The caller deletes it. The rectangle is left, top, right, bottom, right and bottom excluded.
     KIT_PolygonMask* IntersectWithDisplayRect(int left, int top, int right, int bottom);
-    /// A new run list of the pixels whose centres lie inside; the caller deletes it.
+    /// A new run list of the pixels whose centres lie inside, by the rule of Contains; the caller deletes it.
+    /// Raises TooComplex, before any work, beyond kMostCrossings. Needs memory for the points and the runs.
     KIT_LinesMask* ConvertToLinesMask();
 
-    /// Whether a point lies inside, with the left and upper edges of the outline belonging to it.
+    /// Whether a point lies inside. A point on an edge belongs to the region when the inside is on its right,
+    /// or below it for a horizontal edge, so that regions side by side share no pixel.
     bool Contains(double x, double y) const;
     const Ring& GetOutline() const { return m_Outline; }
 

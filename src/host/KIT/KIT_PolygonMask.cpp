@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <utility>
 
 namespace {
@@ -15,7 +16,7 @@ using Ring = KIT_PolygonMask::Ring;
 /// No pixel lies further out: a hostile outline without a cut must not make a list of a billion runs.
 constexpr int kFarthest = 1 << 16;
 
-/// Beyond this a coordinate is no place on any screen, and the arithmetic of crossings would leave the doubles.
+/// Beyond this a coordinate lies on no screen, and the arithmetic of crossings would leave the doubles.
 constexpr double kLargest = 1e9;
 
 bool is_usable(const Point& point) {
@@ -31,10 +32,19 @@ int first_centre(double coordinate, int from, int to) {
     return pixel <= from ? from : pixel >= to ? to : static_cast<int>(pixel);
 }
 
-/// Where an edge, told from its upper end, crosses a horizontal line.
+/// Where an edge crosses a horizontal line. The product comes before the quotient, so that a crossing at a
+/// pixel's centre comes out exactly for outlines in whole pixels and simple fractions of them.
 double crossing(const Point& upper, const Point& lower, double y) {
-    return upper.x + (y - upper.y) * ((lower.x - upper.x) / (lower.y - upper.y));
+    return upper.x + (y - upper.y) * (lower.x - upper.x) / (lower.y - upper.y);
 }
+
+/// An edge that crosses the centres of lines first to end - 1.
+struct Edge {
+    int first;
+    int end;
+    Point upper;
+    Point lower;
+};
 
 /// Calls visit(upper, lower) for every edge that is not horizontal.
 template <class Visit>
@@ -48,6 +58,12 @@ void for_each_edge(const Ring& ring, const Visit& visit) {
 }
 
 }  // namespace
+
+KIT_PolygonMask::TooComplex::TooComplex(std::size_t points, std::uint64_t crossings)
+    : std::length_error("the outline of " + std::to_string(points) + " points crosses screen lines " +
+                        std::to_string(crossings) + " times; at most " + std::to_string(kMostCrossings) +
+                        " can be drawn") {}
+KIT_PolygonMask::TooComplex::~TooComplex() = default;
 
 KIT_PolygonMask::KIT_PolygonMask() = default;
 KIT_PolygonMask::~KIT_PolygonMask() = default;
@@ -105,29 +121,36 @@ KIT_LinesMask* KIT_PolygonMask::ConvertToLinesMask() {
 
     // A line is crossed by the edges whose upper end lies at or above its centre and whose lower end lies
     // below.
-    int firstLine = rect.bottom;
-    int lastLine = rect.top;
+    std::vector<Edge> edges;
+    edges.reserve(m_Outline.size());
+    std::uint64_t crossings = 0;
     for_each_edge(m_Outline, [&](const Point& upper, const Point& lower) {
-        firstLine = std::min(firstLine, first_centre(upper.y, rect.top, rect.bottom));
-        lastLine = std::max(lastLine, first_centre(lower.y, rect.top, rect.bottom));
-    });
-    if (firstLine >= lastLine) return lines.release();
-    std::vector<std::vector<double>> crossings(static_cast<std::size_t>(lastLine - firstLine));
-    for_each_edge(m_Outline, [&](const Point& upper, const Point& lower) {
+        const int first = first_centre(upper.y, rect.top, rect.bottom);
         const int end = first_centre(lower.y, rect.top, rect.bottom);
-        for (int y = first_centre(upper.y, rect.top, rect.bottom); y < end; ++y) {
-            crossings[static_cast<std::size_t>(y - firstLine)].push_back(crossing(upper, lower, y + 0.5));
-        }
+        if (first < end) edges.push_back({first, end, upper, lower});
+        crossings += static_cast<std::uint64_t>(end - first);
     });
-    for (int y = firstLine; y < lastLine; ++y) {
-        std::vector<double>& xs = crossings[static_cast<std::size_t>(y - firstLine)];
-        std::sort(xs.begin(), xs.end());
+    if (crossings > kMostCrossings) throw TooComplex(m_Outline.size(), crossings);
+    std::sort(edges.begin(), edges.end(), [](const Edge& a, const Edge& b) { return a.first < b.first; });
+
+    std::vector<std::pair<double, const Edge*>>
+        active;  // the edges that cross the line, with their crossings
+    auto next = edges.cbegin();
+    for (int y = rect.top; next != edges.cend() || !active.empty(); ++y) {
+        if (active.empty()) y = next->first;
+        for (; next != edges.cend() && next->first == y; ++next) active.push_back({0.0, &*next});
+        for (auto& [x, edge] : active) x = crossing(edge->upper, edge->lower, y + 0.5);
+        // Edges that do not cross each other keep their order from line to line.
+        if (!std::is_sorted(active.begin(), active.end())) std::sort(active.begin(), active.end());
         // Between the first and the second crossing is inside, between the second and the third outside, and
         // so on.
-        for (std::size_t i = 0; i + 1 < xs.size(); i += 2) {
-            lines->AddRun(y, first_centre(xs[i], rect.left, rect.right),
-                          first_centre(xs[i + 1], rect.left, rect.right), nullptr);
+        for (std::size_t i = 0; i + 1 < active.size(); i += 2) {
+            lines->AddRun(y, first_centre(active[i].first, rect.left, rect.right),
+                          first_centre(active[i + 1].first, rect.left, rect.right), nullptr);
         }
+        active.erase(std::remove_if(active.begin(), active.end(),
+                                    [y](const auto& crossed) { return crossed.second->end == y + 1; }),
+                     active.end());
     }
     return lines.release();
 }
