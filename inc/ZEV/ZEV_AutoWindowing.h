@@ -1,15 +1,10 @@
 #pragma once
 
 #include <SPC/SPC_Modality.h>
-#include <SYS/dynamic_library.h>
 #include <ZEV/ZEV_Export.h>
-
-#include <atomic>
-#include <map>
 
 class KIT_Raster;
 class KIT_Rect;
-class ZEV_AWBaseCalc;
 
 /// Measures a window from the pixels of a grey raster, each modality in its own way. See
 /// docs/autowindowing.md.
@@ -38,21 +33,7 @@ public:
     int Calc(KIT_Raster* raster, int x0, int y0, int x1, int y1, int bSkipLow, int* width, int* center,
              SPC_Modality::MODALITY modality);
     /// Over a rectangle, low values left out. No rectangle (null, or four zeros) stands for the middle half
-    /// of each axis where the measure is a mean, else for the whole raster. For MR of a certain vendor a
-    /// library of that vendor measures the whole raster, if it can be loaded.
+    /// of each axis where the measure is a mean, else for the whole raster. For MR of 9 to 16 bits and the
+    /// vendor "vexor" the library vexor_MRI_WL.dll measures the whole raster, if it can be loaded.
     int Calc(KIT_Raster* raster, int* width, int* center, KIT_Rect* rect, SPC_Modality::MODALITY modality);
-
-private:
-    friend class ZEV_AWCalc;
-    friend class ZEV_AWCalcMR;
-
-    using CalculatorMap = std::map<SPC_Modality::MODALITY, ZEV_AWBaseCalc*>;
-    static void build_once();
-    static ZEV_AWBaseCalc* find_calculator(SPC_Modality::MODALITY modality);
-
-    static std::atomic<bool> s_bTablesBuilt;
-    static float s_UnsignedSquares[65536];         ///< entry i is i squared
-    static float s_SignedSquares[65536];           ///< entry i is i - 32768 squared
-    static CalculatorMap* s_Calculators;           ///< lives until the process ends
-    static std::atomic<HMODULE> s_hVendorLibrary;  ///< null until it was loaded; never released
 };

@@ -30,26 +30,26 @@ public:
     // ---- control points and table ----
     /// Adds or replaces the control point at a position. The colour is read as by strtol with base 16 and a
     /// 32-bit long: it stops at the first other character, and more than 7FFFFFFF is 7FFFFFFF. The position
-    /// is a decimal text with a point; text that is no number is 0.
+    /// is a decimal text with a point; text that is not a number is 0.
     void AddEntry(_bstr_t position, _bstr_t color);
     /// Expands the control points. Without points at exactly 0.0 and 1.0 the table stays as it was, with a
     /// log line. Points outside 0..1 (NaN among them) are left out, with a log line; a resolution
     /// outside 1..256 counts as 256. Each component is interpolated in 32-bit float and truncated; a stepped
     /// map gives each stretch the colour of its lower point, so its last colour never shows.
     void CreateTable();
-    /// The colour of a display value, 0 to 255. The index is not tested.
+    /// The colour of a display value. The index must be 0 to 255; it is not tested.
     KIT_Color TransformColor(int index) const { return m_table[index]; }
     /// The 256 colours, writable.
     KIT_Color* GetTable() { return m_table; }
 
     // ---- identity ----
-    /// Text shown to the user; null when the text is null.
+    /// Text shown to the user; null when the text is null. Valid until SetName, assignment or destruction.
     const wchar_t* GetName() const;
     void SetName(_bstr_t name);
     /// The identifier by which the map is found again.
     _bstr_t GetUID() const;
     void SetUID(_bstr_t uid);
-    /// Place of the map within its set; -1 for a map from an image's palette, or before anybody sets it.
+    /// Place of the map within its set; -1 for a map from an image's palette, and before it is set.
     int GetCustomButtonId() const;
     void SetCustomButtonId(int id);
 
@@ -63,7 +63,7 @@ public:
     int GetOutputResolution() const;
     void SetOutputResolution(int resolution);
 
-    // ---- thresholds: stored for the host, not interpreted ----
+    // ---- thresholds, in GetThresholdUnits(): stored for the host, not interpreted ----
     _bstr_t GetThresholdUnits() const;
     void SetThresholdUnits(_bstr_t units);
     float GetThresholdMin() const;

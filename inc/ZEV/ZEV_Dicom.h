@@ -5,6 +5,7 @@
 #include <ZEV/ZEV_Export.h>
 #include <ZEV/ZEV_WindowingUnits.h>
 
+#include <atomic>
 #include <map>
 #include <utility>
 
@@ -35,9 +36,14 @@ enum class ZEV_WindowSource {
 ///     vec.Append(&params);
 ///     if (ZEV_Dicom().UpdateFromDicom(&msg, &raster, &params, nullptr, false, false, &vec) != 0) ...;
 ///
-/// Make one on the stack wherever it is needed: it only remembers where the last window came from. The first object of the process reads
-/// the per-modality defaults from the configuration; if that fails, _com_error passes out of that one
-/// constructor, and the reading is not tried again. The defaults are guarded against two first objects.
+/// Make one on the stack wherever it is needed: it only remembers where the last window came from. The first
+/// object of the process reads the per-modality defaults from the configuration; if that fails, _com_error
+/// passes out of that one constructor, and the reading is not tried again.
+///
+/// Threads: the defaults are guarded against two first objects. Objects on several threads may work on
+/// different messages, rasters and parameter objects at once, except where a colour map is chosen by its UID:
+/// the map chosen last is remembered for the process without a lock. Exceptions: _com_error and whatever a
+/// host object throws pass through; the raster is unlocked first.
 class ZEV_API ZEV_Dicom {
 public:
     ZEV_Dicom();
@@ -66,18 +72,20 @@ public:
                         bool bHeaderOnly, bool bForce, KIT_BaseParamsVec* vec);
 
     /// Applies a preset as the window: `units` of the numbers, -1 for a number that is not given. If both
-    /// ends and both centre and width are given, the ends count. SUV and percentages are brought to the units
-    /// of the window by the view's SPC_MeasurementUnitsParams, and real-world values where the configuration
-    /// says that windows are told in them. A VOI LUT selection ends. False, with nothing changed, for null
-    /// `params` or when the image lacks what the units need; true without a complete pair, when only the
-    /// selection ends. `vec` may be null.
+    /// ends and both centre and width are given, the ends count. SUV and percentages are converted to the
+    /// units of the window by the view's SPC_MeasurementUnitsParams, and so are real-world values where the
+    /// configuration says that presets hold them. A VOI LUT selection ends. False, with nothing changed, for
+    /// null `params` or when the image lacks what the units need; true without a complete pair, when only the
+    /// selection ends. `vec` may be null. The first call of the process reads the configuration; if that
+    /// fails _com_error is raised, with the selection ended and the window as it was, and the next call tries
+    /// again.
     static bool SetWindowingPresetValues(ZEV_Params* params, KIT_BaseParamsVec* vec, long min, long max,
                                          long center, long width, ZEV_WindowingUnits::Units units);
 
     /// The window that a preset means for this image, before it is rounded to whole numbers: in the units of
     /// the window, with the rescale of `params`, which nothing changes. The arguments are those of
     /// SetWindowingPresetValues; centre and width are translated by their two ends. False, with the outputs
-    /// untouched, where that gives false, without a complete pair, or for a null output.
+    /// untouched, where that gives false, without a complete pair, or for a null output. _com_error as there.
     static bool TranslatePresetValues(ZEV_Params* params, KIT_BaseParamsVec* vec, long min, long max,
                                       long center, long width, ZEV_WindowingUnits::Units units,
                                       double* exactCenter, double* exactWidth);
@@ -91,10 +99,10 @@ public:
     /// Lays saved display parameters over an opened image: window, inversion, VOI selection, colour map,
     /// gamma and preset, in this order. The window counts whether or not the user changed it; gamma and
     /// preset heed GetWindowingChangedByUser, the map GetColormapChangedByUser. A saved window of 0 and 0
-    /// stands for automatic windowing; one saved in another rescale is brought to the image's. If `params`
+    /// stands for automatic windowing; one saved in another rescale is converted to the image's. If `params`
     /// was last filled from another message, that one counts in place of `msg` and takes over the automatic
-    /// window that `msg` holds. True for a null `ddpMsg`, else whether the message that counts is an image. `raster` may be null:
-    /// then no automatic window is measured.
+    /// window that `msg` holds. True for a null `ddpMsg`, else whether the message that counts is an image.
+    /// `raster` may be null: then no automatic window is measured.
     bool UpdateFromDDP(OBJ_Msg* msg, KIT_Raster* raster, ZEV_Params* params, OBJ_Msg* ddpMsg,
                        KIT_BaseParamsVec* vec);
 
@@ -127,5 +135,6 @@ private:
     static std::map<SPC_Modality::MODALITY, _bstr_t> s_DefaultColorMaps;
     ZEV_WindowSource m_WindowSource = ZEV_WindowSource::kNone;
 
-    static int s_ApplyRealWorld;  ///< "gra\apply_real_world_to_window"; negative until it is read
+    /// "gra\apply_real_world_to_window"; negative until it is read. Two threads may both read it.
+    static std::atomic<int> s_ApplyRealWorld;
 };

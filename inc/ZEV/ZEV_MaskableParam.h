@@ -8,9 +8,18 @@
 class ZEV_AbstractWindowingTable;
 class ZEV_Masks;
 
-/// Base of any parameter object that can play the part of a masked region: it makes a table, can be switched
-/// on and off, its region can be the outside of the mask's shape, and changes to the table and to the mask
-/// are counted apart.
+/// Base of any parameter object that can present a masked region: it makes a table, can be switched on and
+/// off, its region can be the outside of the mask's shape, and changes to the table and to the mask are
+/// counted apart.
+///
+///     class Highlight : public ZEV_MaskableParam {
+///         void ConvertToMasks(ZEV_Masks* masks, KIT_BaseParamsVec*) override {
+///             masks->UpdateMaskFromParam("highlight", this, new KIT_PolygonMask(ring), false, true, false);
+///         }
+///         ZEV_AbstractWindowingTable* BuildTable(ZEV_TableParams tableParams) override;   // a new table
+///     };
+///
+/// No lock: an object is used by one thread at a time.
 class ZEV_API ZEV_MaskableParam : public KIT_BaseParams {
 public:
     ZEV_MaskableParam();
@@ -27,15 +36,15 @@ public:
     /// Marks a mask change when the value differs, else nothing.
     void SetActive(bool active);
     bool GetNegate() const;
-    /// Stores the flag and marks no change: regions are told before they are entered.
+    /// Stores the flag and marks no change: it is set before the region is entered into a mask set.
     void SetNegate(bool negate);
 
     // ---- change counters ----
     int GetMaskCC() const;
     int GetTableCC() const;
     void SetTableCC(int count);
-    /// Advances the table counter, then the object's own count. The one way in which a change becomes visible
-    /// to whoever keeps a table.
+    /// Advances the table counter, then the object's own count. The keeper of a table learns of a change in
+    /// no other way.
     void MarkTableChange();
 
     // ---- what a region does ----

@@ -8,6 +8,7 @@
 #include <ZEV/ZEV_TableParams.h>
 
 #include <list>
+#include <memory>
 #include <string>
 
 class KIT_BaseParamsVec;
@@ -27,8 +28,10 @@ class ZEV_MaskableParam;
 ///     masks.FinalizeAll(tableParams);
 ///
 /// Where regions overlap the later in the list is on top. The set owns its items with their tables and run
-/// lists, and a mask where it was told so; never a parameter object. A copy takes no items. It belongs to the
-/// thread that renders with it.
+/// lists, and the masks that were handed over; never a parameter object. The
+/// parameter objects, and masks that were not handed over, must outlive it. A copy takes no items. The output
+/// rectangle of ZEV_TableParams is in screen pixels, right and bottom excluded. A set belongs to the thread
+/// that renders with it.
 class ZEV_API ZEV_Masks : public KIT_BaseParams {
 public:
     class BaseItem;
@@ -50,8 +53,10 @@ public:
     /// keeps its place. It takes the mask if it has none, or if the parameter's mask counter moved since it
     /// took the last one; otherwise the given mask is not looked at and stays the caller's. Null for the mask
     /// is the default region. A mask that is neither a polygon nor a run list adds nothing. With `ownsMask` a
-    /// mask that is taken is deleted with the item or its successor. On an object that is no frozen copy, and
-    /// for a null parameter: a log line and nothing else.
+    /// mask that is taken is deleted with the item or its successor, and a new item's mask also when memory
+    /// runs out; a mask that is not taken stays the caller's. `dynamic` marks a set whose masks change often;
+    /// it is only stored for the host. On an object that is not a frozen copy, and for a null parameter: a
+    /// log line and nothing else.
     void UpdateMaskFromParam(std::string name, ZEV_MaskableParam* param, KIT_Mask* mask, bool atFront,
                              bool ownsMask, bool dynamic);
     /// Brings tables, run lists and the combined mask up to date.
@@ -78,6 +83,11 @@ protected:
     void zoom_masks_and_convert_to_lines(KIT_BaseParamsVec* params, KIT_Rect rect);
 
 private:
+    void add_item(std::string name, ZEV_MaskableParam* param, KIT_Mask* mask, bool atFront, bool ownsMask);
+    static std::unique_ptr<KIT_LinesMask> lines_of_polygon(BaseItem& item, float rasterToScreen[4][4],
+                                                           const KIT_Rect& rect);
+    static std::unique_ptr<KIT_LinesMask> lines_of_run_list(BaseItem& item, const KIT_Rect& rect);
+
     std::list<BaseItem*> m_Items;  ///< owned
     KIT_LinesMask m_CombinedMask;
     bool m_bDynamicMask = false;  ///< of the last UpdateMaskFromParam

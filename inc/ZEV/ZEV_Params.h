@@ -14,6 +14,8 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <vector>
+
 class DDPInfoVector;
 class OBJ_Msg;
 class SRC_IImageDataSource;
@@ -31,30 +33,33 @@ class ZEV_ColorMap;
 /// Window values are whole numbers in modality units, that is after rescale; rescale is applied only when a
 /// table is built. `Init...` takes a value from the image and makes it the value to reset to, `Set...` is an
 /// absolute change, `Update...` a change by a difference. Arithmetic on window values saturates at the 32-bit
-/// ends. Whatever can change a table calls MarkTableChange; whoever keeps a table compares GetTableCC() with
+/// ends. Whatever can change a table calls MarkTableChange; the keeper of a table compares GetTableCC() with
 /// the count at which it was built. A new object's counters are above zero.
 ///
-/// An object is used by one thread at a time. Only the raster members have a lock; the VOI manager and the
-/// Pval are shared with copies by pointers whose counts are safe across threads. See docs/numeric.md for
-/// every rounding rule.
+/// An object is used by one thread at a time. Only the raster members have a lock. Copies share the VOI
+/// manager, which several threads may use, and the Pval, which they may not: copying, SetVoiLutSelection and
+/// BuildTable write to it without a lock. An object that goes to another thread gets a Pval of its own by
+/// CopyMyPval first, while its source is at rest. See docs/numeric.md for every rounding rule.
 class ZEV_API ZEV_Params : public ZEV_MaskableParam {
 public:
     // ---- construction, copying, reset ----
-    /// The first object of the process reads two configuration keys; if that fails, _com_error passes out of
-    /// that one constructor, and later ones use the defaults without a further try.
+    /// The first object of the process reads two configuration keys, and other threads wait for that. If it
+    /// fails, _com_error passes out of that one constructor, and later ones use the defaults without a
+    /// further try; so does an object that is made while the keys are read, on the same thread.
     ZEV_Params();
     /// A VOI LUT selection is run anew on the copy, so that its centre and width are the entry's.
     ZEV_Params(const ZEV_Params& other);
     ~ZEV_Params() override;
 
     using ZEV_MaskableParam::operator=;
-    /// The other object must be a ZEV_Params. Keeps the source's window, whatever its VOI LUT selection says.
+    /// The other object must be a ZEV_Params. Keeps the source's window, whatever its VOI LUT selection says,
+    /// and ends the highlight. `p = p` changes nothing at all.
     KIT_BaseParams& operator=(const KIT_BaseParams& other) override;
     /// Takes the other's data without the VOI LUT members, and marks a table change. It must be a ZEV_Params.
     void SetData(const KIT_BaseParams& other) override;
     /// A new default-constructed object; nothing is copied.
     KIT_BaseParams* Clone() override;
-    /// Lets the reference raster go, then ResetExceptRaster(true, true).
+    /// Releases the reference raster, then ResetExceptRaster(true, true).
     void Reset();
     /// Window, scale and inversion go back to their initial values, the output rectangle to 0. Gamma, rescale
     /// and padding stay. With the first flag the colour map goes back to that of the saved presentation, else
@@ -104,6 +109,8 @@ public:
     bool IsOriginalParamFromDP() const;
 
     // ---- rescale ----
+    /// Modality value = slope * stored pixel value + intercept; slope 1 and intercept 0 at first. Any numbers
+    /// are taken; with a slope of 0 a table uses the window unconverted. Both setters mark a table change.
     int GetRescaleIntercept();
     float GetRescaleSlope();
     bool IsRescaleInitialized();
@@ -131,7 +138,7 @@ public:
     float GetGamma();
     float GetInitialGamma();
     bool IsGammaInitialized();
-    /// About the argument against the stored gamma.
+    /// Compares the argument with the stored gamma.
     bool GammaLargerThan(float gamma);
     bool GammaSmallerThan(float gamma);
     bool GammaIsEqualTo(float gamma);
@@ -142,8 +149,8 @@ public:
     /// An invalid gamma (NaN among them) is dropped without a message; a valid one marks a table change.
     void SetGamma(float gamma);
     void UpdateGamma(float difference);
-    /// With true gamma goes back to its initial value, unmarked; with false nothing changes, since the marker
-    /// is no valid gamma: the routes that know no gamma do not read it.
+    /// True: gamma goes back to its initial value, without a mark. False: nothing changes. Tables from a VOI
+    /// LUT or a presentation LUT never read gamma, so there is nothing to switch off.
     void EnableGamma(bool enable);
 
     /// The table's ramp runs downward.
@@ -160,15 +167,15 @@ public:
     KIT_ChangeCounter GetInverseChangeCounter();
 
     // ---- VOI LUT ----
-    /// Takes a share of the manager; the object and its copies own it together. Null lets go. The selection
-    /// stays.
+    /// Takes a share of the manager; the object and its copies own it together. Null releases it. The
+    /// selection stays.
     void SetVoiLutManager(Mapper_WindowingManager* manager);
     Mapper_WindowingManager* GetVoiLutManager();
     /// 0 without a manager.
     unsigned int GetVoiLutEntryCount();
     /// -1 for none.
     int GetVoiLutSelection() const;
-    /// Selects an entry of the manager and takes over its window, or none with -1, which brings gamma back to
+    /// Selects an entry of the manager and takes over its window, or none with -1, which puts gamma back to
     /// its initial value. A selection out of range, or any without a manager, is ignored. Selecting the
     /// selected entry again applies its window again.
     void SetVoiLutSelection(int selection, bool bMakeDefault);
@@ -193,6 +200,7 @@ public:
     void SetPixelPaddingValues(int value, int limit);
     bool GetUsePadding();
     void SetUsePadding(bool usePadding);
+    /// Two stored pixel values for the host to mark. Marks nothing; no copy takes them over.
     void SetHighlight(int value1, int value2);
     /// Writes both values whatever the answer; returns whether they were set. No table depends on them.
     bool GetHighlight(int* value1, int* value2);
@@ -204,11 +212,12 @@ public:
     void SetColorMap(ZEV_ColorMap* map);
     /// The map that the saved presentation names; it becomes the one in use.
     void SetDPColorMap(ZEV_ColorMap* map);
-    /// The map that the image brought; this object owns it from here on. It comes into use unless the saved
+    /// The map that the image contains; this object owns it from here on. It comes into use unless the saved
     /// presentation named one or the configuration says otherwise. Called again, the earlier maps live on
     /// until the object dies, so that no copy points at a deleted one.
     void AddDicomColorMap(ZEV_ColorMap* map);
     void SetColorMapToDicomColorMap();
+    /// Whether the host is to apply a chosen map to all views; stored for the host, false at first.
     bool GetChangeColorMapsOnAllDSTypes();
     void SetChangeColorMapsOnAllDSTypes(bool change);
 
@@ -237,10 +246,10 @@ public:
     /// Takes the live object's state; raster, output rectangle and highlight stay this copy's own. Does
     /// nothing without a live object. The live object must not change meanwhile.
     void Freeze() override;
-    /// Lets the Pval go and hands the output rectangle to the live object: 0 for a copy without a raster.
+    /// Releases the Pval and hands the output rectangle to the live object: 0 for a copy without a raster.
     void Defrost() override;
-    /// Takes over what the other ZEV_Params has or was told, holder by holder; marks nothing. Null is
-    /// ignored.
+    /// Takes over what the other ZEV_Params has or was given, holder by holder: window, scale and inversion.
+    /// Marks nothing. Null is ignored.
     void Update(KIT_BaseParams* other) override;
     /// Makes the objects between this one and params[count - 1], which the caller owns: params[0] is their
     /// pattern, width and centre go in equal steps. False, with nothing made, when there is nothing to
@@ -265,10 +274,12 @@ public:
     bool UpdateFromDDP(OBJ_Msg* ddpMsg, OBJ_Msg* msg, KIT_Raster* raster, KIT_BaseParamsVec* vec) override;
 
     // ---- plain storage for callers ----
+    /// The window came from the image's message; from then on only a forced opening takes it anew.
     bool GetFlagValuesByDicom();
     void SetFlagValuesByDicom(bool byDicom);
     void SetIsLocalizer();
     bool IsLocalizer();
+    /// Ends of the data, in units that the host chooses; 0 at first.
     float GetMinDataValue();
     void SetMinDataValue(float value);
     float GetMaxDataValue();
@@ -285,7 +296,7 @@ public:
 
 protected:
     /// Adds what is to be saved to the record: the selected entry, the colour map and gamma, then by mode the
-    /// window: 2 the present one; 1 the present one if the record brings the entry "SAVE_WINDOW_LEVEL", which
+    /// window: 2 the present one; 1 the present one if the record has the entry "SAVE_WINDOW_LEVEL", which
     /// is taken out, else the one that was saved before, else the preset "Normal"; any other mode none.
     void RecordDDPInfo(DDPInfoVector& record, long mode) override;
 

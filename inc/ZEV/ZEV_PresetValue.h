@@ -5,8 +5,8 @@
 #include <ZEV/ZEV_Export.h>
 #include <ZEV/ZEV_WindowingUnits.h>
 
-/// One windowing preset. A preset is usable if it has both ends or both centre and width; nothing here derives
-/// one pair from the other. No lock: an object belongs to one thread at a time, or is only read.
+/// One windowing preset. A preset is usable if it has both ends or both centre and width; nothing here
+/// derives one pair from the other. No lock: an object belongs to one thread at a time, or is only read.
 class ZEV_API ZEV_PresetValue : public RWCollectable {
 public:
     /// A number that is not given.

@@ -9,7 +9,8 @@
 
 class ZEV_ColorMap;
 
-/// The named, ordered colour maps of one procedure; it owns them.
+/// The named, ordered colour maps of one procedure; it owns them. Nothing is
+/// locked: several threads may read a set while none changes it.
 class ZEV_API ZEV_ProcedureColorMaps {
 public:
     /// A null name is empty. The modality is that of the exact names "CT" and "MR", else unknown.

@@ -89,11 +89,11 @@ private:
 
 class ZEV_API ZEV_ProcedurePresetList : public ZEV_ProcedureList<ZEV_ProcedurePreset> {};
 
-/// The process has one list of colour maps, which the first reading of the configuration fills. Whoever
-/// points at one of its maps holds a pointer that dies with clearAndDestroy. No lock.
+/// The process has one list of colour maps, which the first reading of the configuration fills. Pointers to
+/// its maps dangle after clearAndDestroy. No lock.
 class ZEV_API ZEV_ProcedureColorMapsList : public ZEV_ProcedureList<ZEV_ProcedureColorMaps> {
 public:
-    /// The list of the process, made at the first call, safely on any thread.
+    /// The list of the process, made at the first call, safely on any thread, and never destroyed.
     static ZEV_ProcedureColorMapsList* GetInstance();
 
     /// Also forgets m_pPreviousColorMap.
@@ -102,8 +102,8 @@ public:
     /// All maps of that UID, in list order. Where an image asks for a map by its UID, the last one counts.
     std::vector<ZEV_ColorMap*> FindByUID(const _bstr_t& uid) const;
 
-    /// Makes the next image open as if it were the first: choosing the map of the image before once more would
-    /// leave the window alone, and a UID that is not found would set the SUV scale of that map.
+    /// Makes the next image open as if it were the first: choosing the map of the image before once more
+    /// would leave the window alone, and a UID that is not found would set the SUV scale of that map.
     static void ForgetPreviousColorMap() { m_pPreviousColorMap = nullptr; }
 
     /// The map that was last chosen by its UID; null at first. Not owned.

@@ -10,7 +10,8 @@
 class ZEV_PresetValue;
 
 /// The named, ordered presets of one procedure; it owns its ZEV_PresetValue objects. A set of the colour bar
-/// is named after its units.
+/// is named after its units. Nothing is
+/// locked: several threads may read a set while none changes it.
 class ZEV_API ZEV_ProcedurePreset : public RWOrdered {
 public:
     /// A null name is empty. The modality is that of the exact names "CT" and "MR", else unknown.

@@ -12,7 +12,8 @@ class OBJ_Msg;
 ///     rgb.UpdateBrightness(10);
 ///     if (rgb.IsBurnToRasterNeeded()) ...;    // the host applies the two numbers to its pixels
 ///
-/// The class only holds the two numbers; a new object has a count of 1.
+/// The class only holds the two numbers; a new object has a count of 1. No lock: an object is used by one
+/// thread at a time.
 class ZEV_API ZEV_RGBParams : public KIT_BaseParams {
 public:
     ZEV_RGBParams();
@@ -38,11 +39,11 @@ public:
     /// Not limited; nothing happens when the value stays.
     void SetBrightness(int brightness);
     void SetContrast(int contrast);
-    /// By a difference, limited to -100..100; marks a change also when the value stays.
+    /// By a difference, the sum limited to -100..100; marks a change also when the value stays.
     void UpdateBrightness(int difference);
     void UpdateContrast(int difference);
 
-    /// Takes what the message has; an absent attribute leaves its number. Always 0.
+    /// Takes what the message has; an absent attribute leaves its number. Returns 0, also for null.
     int UpdateFromDicom(OBJ_Msg* msg);
     /// Writes both. 1, or 0 when the message refuses one, or -1 with a log line for null.
     int UpdateTheDicom(OBJ_Msg* msg);

@@ -16,9 +16,9 @@
 ///     auto* t = dynamic_cast<ZEV_WindowingTable<short, unsigned char>*>(table.get());
 ///     display = t->GetTable()[pixel];           // a signed pixel may be negative
 ///
-/// The base hides the types from whoever only hands tables around; a mask's run carries one as its
+/// The base hides the types where tables are only passed on; a mask's run carries one as its
 /// KIT_Mask::Data, which converts back with static_cast. Tables are not copied; each has one owner, who
-/// deletes it through this base.
+/// deletes it through this base. Several threads may read a finished table; nothing is locked.
 class ZEV_API ZEV_AbstractWindowingTable : public KIT_Mask::Data {
 public:
     ZEV_AbstractWindowingTable() = default;
@@ -26,8 +26,8 @@ public:
     ZEV_AbstractWindowingTable& operator=(const ZEV_AbstractWindowingTable&) { return *this; }
 
     virtual ~ZEV_AbstractWindowingTable();
-    /// Makes pixel value 0 read the entry `offset` places behind the first. Counted from the first entry each
-    /// time.
+    /// Makes pixel value 0 read the entry `offset` places behind the first: 0 to GetSize() - 1, not tested.
+    /// Counted from the first entry each time.
     virtual void SetOrigin(int offset) = 0;
     /// Number of entries by the input type (256 or 65536), not by the raster's real depth; -1 in the base.
     virtual int GetSize();
@@ -47,8 +47,7 @@ public:
     /// How a new table's storage is treated.
     enum class Storage {
         PrivateHeap,       ///< from the host's recycling heap, all entries 0
-        PrivateHeapUnset,  ///< the same, contents undefined: whoever asks fills every entry before anybody
-                           ///< reads
+        PrivateHeapUnset,  ///< the same, contents undefined: the caller fills every entry before it is read
         Ordinary           ///< from array new, all entries 0
     };
 
@@ -101,14 +100,14 @@ void ZEV_WindowingTable<In, Out>::SetOrigin(int offset) {
     m_pOrigin = m_pTable == nullptr ? nullptr : m_pTable + offset;
 }
 
-/// Calls X(In, Out) for the 18 pairs.
-#define ZEV_FOR_EACH_TABLE_INPUT(X, Out) \
-    X(signed char, Out)                  \
-    X(unsigned char, Out) X(short, Out) X(unsigned short, Out) X(int, Out) X(unsigned int, Out)
-#define ZEV_FOR_EACH_TABLE(X)                  \
-    ZEV_FOR_EACH_TABLE_INPUT(X, unsigned char) \
-    ZEV_FOR_EACH_TABLE_INPUT(X, unsigned short) ZEV_FOR_EACH_TABLE_INPUT(X, unsigned int)
-
-#define ZEV_DECLARE_TABLE(In, Out) extern template class ZEV_API ZEV_WindowingTable<In, Out>;
-ZEV_FOR_EACH_TABLE(ZEV_DECLARE_TABLE)
-#undef ZEV_DECLARE_TABLE
+#define ZEV_DECLARE_TABLES(In)                                            \
+    extern template class ZEV_API ZEV_WindowingTable<In, unsigned char>;  \
+    extern template class ZEV_API ZEV_WindowingTable<In, unsigned short>; \
+    extern template class ZEV_API ZEV_WindowingTable<In, unsigned int>;
+ZEV_DECLARE_TABLES(signed char)
+ZEV_DECLARE_TABLES(unsigned char)
+ZEV_DECLARE_TABLES(short)
+ZEV_DECLARE_TABLES(unsigned short)
+ZEV_DECLARE_TABLES(int)
+ZEV_DECLARE_TABLES(unsigned int)
+#undef ZEV_DECLARE_TABLES

@@ -67,29 +67,38 @@ void ZEV_Masks::UpdateMaskFromParam(std::string name, ZEV_MaskableParam* param, 
         }
     }
     if (found == nullptr) {
-        std::unique_ptr<BaseItem> fresh;
-        auto* const polygon = dynamic_cast<KIT_PolygonMask*>(mask);
-        auto* const lines = dynamic_cast<KIT_LinesMask*>(mask);
-        if (mask == nullptr || polygon != nullptr) {
-            fresh = std::make_unique<PolygonItem>(name, param, polygon, ownsMask);
-        } else if (lines != nullptr) {
-            fresh = std::make_unique<LineItem>(name, param, lines, ownsMask);
-        } else {
-            return;
-        }
-        m_Items.insert(atFront ? m_Items.begin() : m_Items.end(), fresh.get());
-        fresh.release();
+        add_item(std::move(name), param, mask, atFront, ownsMask);
         return;
     }
+    // The item's own mask that comes again under another parameter; deleted if it is not taken again.
+    std::unique_ptr<KIT_Mask> given;
     if (found->GetParam() != param) {
-        // The table goes: no run may keep it. A mask that comes again under the new parameter stays.
-        if (mask != nullptr && found->GetMask() == mask) ownsMask = found->GiveMaskBack() || ownsMask;
+        // The table goes: no run may keep it.
+        if (mask != nullptr && found->GetMask() == mask && found->GiveMaskBack()) given.reset(mask);
         m_CombinedMask.Clear();
-        found->Rebind(param, name);
+        found->Rebind(param, std::move(name));
     }
     if (found->GetMask() == nullptr || found->GetMaskCC().GetCount() != param->GetMaskCC()) {
-        found->SetMask(mask, KIT_ChangeCounter(param->GetMaskCC()), ownsMask);
+        found->SetMask(mask, KIT_ChangeCounter(param->GetMaskCC()), ownsMask || given != nullptr);
+        if (found->GetMask() == mask) given.release();
     }
+}
+
+void ZEV_Masks::add_item(std::string name, ZEV_MaskableParam* param, KIT_Mask* mask, bool atFront,
+                         bool ownsMask) {
+    auto* const polygon = dynamic_cast<KIT_PolygonMask*>(mask);
+    auto* const lines = dynamic_cast<KIT_LinesMask*>(mask);
+    if (mask != nullptr && polygon == nullptr && lines == nullptr) return;
+    // From here on an owned mask is deleted by somebody, also when memory runs out.
+    std::unique_ptr<KIT_Mask> owned(ownsMask ? mask : nullptr);
+    std::list<BaseItem*> node(1, nullptr);
+    if (mask == nullptr || polygon != nullptr) {
+        node.front() = new PolygonItem(std::move(name), param, polygon, ownsMask);
+    } else {
+        node.front() = new LineItem(std::move(name), param, lines, ownsMask);
+    }
+    owned.release();
+    m_Items.splice(atFront ? m_Items.begin() : m_Items.end(), node);
 }
 
 void ZEV_Masks::UpdateMasks(ZEV_TableParams tableParams) {
@@ -150,6 +159,33 @@ void ZEV_Masks::combine_masks() {
     }
 }
 
+/// The polygon on the screen, cut to the rectangle.
+std::unique_ptr<KIT_LinesMask> ZEV_Masks::lines_of_polygon(BaseItem& item, float rasterToScreen[4][4],
+                                                           const KIT_Rect& rect) {
+    auto* const polygon = dynamic_cast<KIT_PolygonMask*>(item.GetMask());
+    if (polygon == nullptr) return nullptr;
+    const std::unique_ptr<KIT_PolygonMask> moved(polygon->ApplyMatrix(rasterToScreen));
+    const std::unique_ptr<KIT_PolygonMask> clipped(
+        moved == nullptr ? nullptr
+                         : moved->IntersectWithDisplayRect(rect.left, rect.top, rect.right, rect.bottom));
+    if (clipped == nullptr) {
+        ZEV_LOG("ZEV_Masks::zoom_masks_and_convert_to_lines", zev::kLogError, "The clipped mask is NULL\n");
+        return nullptr;
+    }
+    std::unique_ptr<KIT_LinesMask> lines(clipped->ConvertToLinesMask());
+    if (item.GetParam()->GetNegate() && lines != nullptr) lines->Inverse(rect);
+    return lines;
+}
+
+/// A copy as it is: no matrix applies.
+std::unique_ptr<KIT_LinesMask> ZEV_Masks::lines_of_run_list(BaseItem& item, const KIT_Rect& rect) {
+    auto* const shape = dynamic_cast<KIT_LinesMask*>(item.GetMask());
+    if (shape == nullptr) return nullptr;
+    auto lines = std::make_unique<KIT_LinesMask>(*shape);
+    if (item.GetParam()->GetNegate()) lines->Inverse(rect);
+    return lines;
+}
+
 void ZEV_Masks::zoom_masks_and_convert_to_lines(KIT_BaseParamsVec* params, KIT_Rect rect) {
     const char* const function = "ZEV_Masks::zoom_masks_and_convert_to_lines";
     auto* const space =
@@ -170,35 +206,16 @@ void ZEV_Masks::zoom_masks_and_convert_to_lines(KIT_BaseParamsVec* params, KIT_R
     space->GetScreen2PhysicalTrasformMat(screenToPhysical);
 
     for (BaseItem* item : m_Items) {
-        ZEV_MaskableParam* const param = item->GetParam();
         std::unique_ptr<KIT_LinesMask> lines;
         KIT_Rect newRect;
-        if (item->GetMask() != nullptr && param->GetActive()) {
+        if (item->GetMask() != nullptr && item->GetParam()->GetActive()) {
             const bool stale = (item->IsPolygon() && item->RasterMatrixChanged(rasterToScreen)) ||
                                item->RectDiffers(rect) || item->ScreenMatrixChanged(screenToPhysical);
             if (!stale) continue;
-            if (item->IsPolygon()) {
-                newRect = rect;
-                if (auto* const polygon = dynamic_cast<KIT_PolygonMask*>(item->GetMask())) {
-                    const std::unique_ptr<KIT_PolygonMask> transformed(polygon->ApplyMatrix(rasterToScreen));
-                    const std::unique_ptr<KIT_PolygonMask> clipped(
-                        transformed == nullptr ? nullptr
-                                               : transformed->IntersectWithDisplayRect(
-                                                     rect.left, rect.top, rect.right, rect.bottom));
-                    if (clipped != nullptr) {
-                        lines.reset(clipped->ConvertToLinesMask());
-                        if (param->GetNegate() && lines != nullptr) lines->Inverse(rect);
-                    } else {
-                        ZEV_LOG(function, zev::kLogError, "The clipped mask is NULL\n");
-                    }
-                }
-            } else {
-                newRect = item->GetRect();
-                if (auto* const shape = dynamic_cast<KIT_LinesMask*>(item->GetMask())) {
-                    lines = std::make_unique<KIT_LinesMask>(*shape);
-                    if (param->GetNegate()) lines->Inverse(newRect);
-                }
-            }
+            // A run list keeps the rectangle that it has, which stays 0.
+            newRect = item->IsPolygon() ? rect : item->GetRect();
+            lines = item->IsPolygon() ? lines_of_polygon(*item, rasterToScreen, rect)
+                                      : lines_of_run_list(*item, newRect);
         }
         item->SetLines(lines.release(), rasterToScreen, screenToPhysical, newRect);
         m_CombinedMask.Clear();

@@ -3,9 +3,17 @@
 #include "zev_log.h"
 #include "zev_table_types.h"
 
-#define ZEV_DEFINE_TABLE(In, Out) template class ZEV_WindowingTable<In, Out>;
-ZEV_FOR_EACH_TABLE(ZEV_DEFINE_TABLE)
-#undef ZEV_DEFINE_TABLE
+#define ZEV_DEFINE_TABLES(In)                              \
+    template class ZEV_WindowingTable<In, unsigned char>;  \
+    template class ZEV_WindowingTable<In, unsigned short>; \
+    template class ZEV_WindowingTable<In, unsigned int>;
+ZEV_DEFINE_TABLES(signed char)
+ZEV_DEFINE_TABLES(unsigned char)
+ZEV_DEFINE_TABLES(short)
+ZEV_DEFINE_TABLES(unsigned short)
+ZEV_DEFINE_TABLES(int)
+ZEV_DEFINE_TABLES(unsigned int)
+#undef ZEV_DEFINE_TABLES
 
 ZEV_AbstractWindowingTable::~ZEV_AbstractWindowingTable() = default;
 

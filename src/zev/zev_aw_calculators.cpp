@@ -4,10 +4,12 @@
 
 #include <KIT/KIT_Raster.h>
 #include <KIT/KIT_Rect.h>
+#include <SYS/dynamic_library.h>
 #include <TXT/TXT_Strings.h>
 #include <ZEV/ZEV_AutoWindowing.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cwchar>
 
@@ -55,12 +57,13 @@ void measure_region(const KIT_Raster& raster, const zev::PixelRegion<Pixel>& reg
 }
 
 template <class Pixel>
-int measure_by_deviation(KIT_Raster& raster, const zev::PixelRegion<Pixel>& region, bool skipLow,
-                         const float* unsignedSquares, const float* signedSquares, int* width, int* center) {
+int measure_by_deviation(KIT_Raster& raster, const zev::PixelRegion<Pixel>& region, bool skipLow, int* width,
+                         int* center) {
     // Without a pixel there is no mean.
     if (region.Empty()) return -1;
     measure_region(raster, region, width, center, [&](const zev::Bins& bins) {
-        const float* const squares = raster.m_bSigned ? signedSquares + 32768 - bins.bias : unsignedSquares;
+        const float* const squares =
+            raster.m_bSigned ? zev::g_SignedSquares + zev::kSquares / 2 - bins.bias : zev::g_UnsignedSquares;
         return zev::MeasureByDeviation(bins, squares, skipLow);
     });
     return 0;
@@ -129,16 +132,14 @@ int ZEV_AWCalc::Calc(KIT_Raster* raster, int* width, int* center, KIT_Rect* rect
 
 int ZEV_AWCalc::Calc8(KIT_Raster* raster, int x0, int y0, int x1, int y1, int bSkipLow, int* width,
                       int* center) {
-    return measure_by_deviation(*raster, clip<std::uint8_t>(*raster, x0, y0, x1, y1), bSkipLow != 0,
-                                ZEV_AutoWindowing::s_UnsignedSquares, ZEV_AutoWindowing::s_SignedSquares,
-                                width, center);
+    return measure_by_deviation(*raster, clip<std::uint8_t>(*raster, x0, y0, x1, y1), bSkipLow != 0, width,
+                                center);
 }
 
 int ZEV_AWCalc::Calc16(KIT_Raster* raster, int x0, int y0, int x1, int y1, int bSkipLow, int* width,
                        int* center) {
-    return measure_by_deviation(*raster, clip<std::uint16_t>(*raster, x0, y0, x1, y1), bSkipLow != 0,
-                                ZEV_AutoWindowing::s_UnsignedSquares, ZEV_AutoWindowing::s_SignedSquares,
-                                width, center);
+    return measure_by_deviation(*raster, clip<std::uint16_t>(*raster, x0, y0, x1, y1), bSkipLow != 0, width,
+                                center);
 }
 
 // ---- Cuts without spikes ----
@@ -173,6 +174,9 @@ const wchar_t* const kVendor = L"vexor";
 const wchar_t* const kVendorLibrary = L"vexor_MRI_WL.dll";
 const char* const kVendorEntryPoint = "?vexor_MRI_WL@@YAHPAGGGHAAH1AAG2@Z";
 
+/// Null until it was loaded; never released.
+std::atomic<HMODULE> g_VendorLibrary{nullptr};
+
 using VendorFunction = int (*)(unsigned short* pixels, unsigned short width, unsigned short height, int one,
                                int& unused1, int& unused2, unsigned short& windowWidth,
                                unsigned short& windowCenter);
@@ -193,10 +197,10 @@ int ZEV_AWCalcMR::Calc(KIT_Raster* raster, int* width, int* center, KIT_Rect* re
     if (!ours || !fits) return ZEV_AWCalc::Calc(raster, width, center, rect);
 
     // After a failure the next call tries again. Two first calls may both load; both get the same library.
-    HMODULE library = ZEV_AutoWindowing::s_hVendorLibrary;
+    HMODULE library = g_VendorLibrary;
     if (library == nullptr) {
         library = LoadLibraryW(kVendorLibrary);
-        if (library != nullptr) ZEV_AutoWindowing::s_hVendorLibrary = library;
+        if (library != nullptr) g_VendorLibrary = library;
     }
     const FARPROC entry = library == nullptr ? nullptr : GetProcAddress(library, kVendorEntryPoint);
     if (entry == nullptr) return ZEV_AWCalc::Calc(raster, width, center, rect);

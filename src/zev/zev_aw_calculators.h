@@ -5,9 +5,18 @@
 class KIT_Raster;
 class KIT_Rect;
 
+namespace zev {
+
+/// Built by the first ZEV_AutoWindowing. Entry i is i squared; of the signed ones (i - 32768) squared.
+constexpr int kSquares = 65536;
+extern float g_UnsignedSquares[kSquares];
+extern float g_SignedSquares[kSquares];
+
+}  // namespace zev
+
 /// What measures a window. Calculators hold no data. They need the tables that the first ZEV_AutoWindowing
-/// builds. Results, outputs and regions as ZEV_AutoWindowing tells; the order of the virtual operations is
-/// fixed.
+/// builds. Results, outputs and regions are those of ZEV_AutoWindowing; the order of the virtual operations
+/// is fixed.
 class ZEV_API ZEV_AWBaseCalc {
 public:
     virtual ~ZEV_AWBaseCalc();

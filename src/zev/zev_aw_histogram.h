@@ -42,9 +42,9 @@ void CountPlain(const PixelRegion<Pixel>& region, BinRule rule, std::uint32_t* b
     }
 }
 
-// ---- The fast way ----
-// A counter that was just written cannot be read for several cycles, so counting equal neighbours one by one stalls.
-// Eight equal pixels are counted at once, and other neighbours go to different copies of the histogram.
+// ---- The fast way ---- A counter that was just written cannot be read for several cycles, so counting equal
+// neighbours one by one stalls. Eight equal pixels are counted at once, and other neighbours go to different
+// copies of the histogram.
 
 /// Equal bins of two copies must not share the low 12 bits of their address: the processor would take them
 /// for one.

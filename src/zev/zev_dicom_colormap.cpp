@@ -16,7 +16,7 @@
 
 #include "zev_numeric.h"
 
-int ZEV_Dicom::s_ApplyRealWorld = -1;
+std::atomic<int> ZEV_Dicom::s_ApplyRealWorld{-1};
 
 namespace {
 

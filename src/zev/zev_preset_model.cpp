@@ -11,8 +11,6 @@
 #include <string>
 #include <utility>
 
-#include "zev_registry.h"
-
 namespace {
 
 struct UnitsEntry {
@@ -150,14 +148,9 @@ int ZEV_ProcedureColorMaps::NumOfColorMaps() const { return static_cast<int>(m_c
 ZEV_ColorMap* ZEV_ProcedureColorMapsList::m_pPreviousColorMap = nullptr;
 
 ZEV_ProcedureColorMapsList* ZEV_ProcedureColorMapsList::GetInstance() {
-    // At the end of the process the nodes go and the elements stay, since somebody may still point at them.
-    struct ProcessList : ZEV_ProcedureColorMapsList {
-        ~ProcessList() {
-            for (std::size_t i = 0; i < entries(); ++i) zev::KeepForever(at(i));
-        }
-    };
-    static ProcessList s_Instance;
-    return &s_Instance;
+    // Never destroyed: at the end of the process somebody may still point at an element.
+    static auto* const s_pInstance = new ZEV_ProcedureColorMapsList;
+    return s_pInstance;
 }
 
 void ZEV_ProcedureColorMapsList::clearAndDestroy() {
