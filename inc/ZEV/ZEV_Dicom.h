@@ -115,6 +115,9 @@ public:
     int UpdateDicomWithVoiLut(OBJ_Msg* msg, ZEV_Params* params);
 
 private:
+    class Opening;
+    class SavedParameters;
+
     static void read_defaults_once();
     static bool windows_are_in_real_world_values();
 

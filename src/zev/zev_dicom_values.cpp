@@ -12,9 +12,9 @@
 
 namespace zev {
 
-int FirstInt(const Dicom_Msg& msg, const Dicom_Tag& tag, int absent) {
-    const Dicom_DS* const value = Find<Dicom_DS>(msg, tag);
-    return value == nullptr ? absent : TruncToInt(static_cast<double>(*value));
+int FirstInt(const Dicom_Type* decimalString) {
+    if (decimalString == nullptr) return 0;
+    return TruncToInt(static_cast<double>(*static_cast<const Dicom_DS*>(decimalString)));
 }
 
 float NarrowToFloat(double value) {

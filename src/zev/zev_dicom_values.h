@@ -37,8 +37,8 @@ const Value* Find(const Dicom_Msg& msg, unsigned tag) {
     return Find<Value>(msg, Dicom_Tag(tag, nullptr));
 }
 
-/// First value of a decimal string, truncated; `absent` when the attribute is absent.
-int FirstInt(const Dicom_Msg& msg, const Dicom_Tag& tag, int absent);
+/// First value of a decimal string, truncated; 0 for null.
+int FirstInt(const Dicom_Type* decimalString);
 
 /// A double as a float, limited to the finite ends; NaN stays.
 float NarrowToFloat(double value);
