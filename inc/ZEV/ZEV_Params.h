@@ -318,8 +318,8 @@ private:
     void set_center_and_width_from(int lo, int hi);
     template <class T>
     void set_original_from_dp(ZEV_ParamValue<T>& holder, T value);
-    void take_voi_lut_manager(const ZEV_Params& other);
     const Mapper_WindowingEntry* selected_entry() const;
+    const Mapper_WindowingEntry* entry_to_draw() const;
 
     ZEV_ParamValue<int> m_OriginalWidthFromDP;     ///< width of the saved presentation
     ZEV_ParamValue<int> m_OriginalCenterFromDP;    ///< centre of the saved presentation

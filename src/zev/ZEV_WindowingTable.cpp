@@ -22,12 +22,12 @@ int ZEV_AbstractWindowingTable::GetSize() { return -1; }
 ZEV_AbstractWindowingTable* ZEV_AbstractWindowingTable::CreateByDepthsAndSigns(int inputDepth,
                                                                                int outputDepth,
                                                                                bool isSigned) {
-    if (inputDepth >= 33 || outputDepth >= 33) {
+    if (inputDepth > zev::kLongBits || outputDepth > zev::kLongBits) {
         ZEV_LOG("ZEV_AbstractWindowingTable::CreateByDepthsAndSigns", zev::kLogError,
                 "Request for creating an unsupported table\n");
         return nullptr;
     }
-    return zev::VisitTableTypes<ZEV_AbstractWindowingTable*>(
+    return zev::VisitTableTypes<zev::kLongBits, ZEV_AbstractWindowingTable*>(
         inputDepth, outputDepth, isSigned, nullptr, [](auto types) -> ZEV_AbstractWindowingTable* {
             using Table = ZEV_WindowingTable<typename decltype(types)::In, typename decltype(types)::Out>;
             return new (std::nothrow) Table(Table::Storage::PrivateHeap);

@@ -17,7 +17,7 @@ extern float g_SignedSquares[kSquares];
 /// What measures a window. Calculators hold no data. They need the tables that the first ZEV_AutoWindowing
 /// builds. Results, outputs and regions are those of ZEV_AutoWindowing; the order of the virtual operations
 /// is fixed.
-class ZEV_API ZEV_AWBaseCalc {
+class ZEV_AWBaseCalc {
 public:
     virtual ~ZEV_AWBaseCalc();
     /// Checks and locks the raster, then Calc8 or Calc16.
@@ -34,7 +34,7 @@ public:
 };
 
 /// Mean and three standard deviations.
-class ZEV_API ZEV_AWCalc : public ZEV_AWBaseCalc {
+class ZEV_AWCalc : public ZEV_AWBaseCalc {
 public:
     using ZEV_AWBaseCalc::Calc;
     /// No rectangle stands for the middle half of each axis.
@@ -46,7 +46,7 @@ public:
 };
 
 /// Spikes taken out, then 1% cut off below and 2.5% above.
-class ZEV_API ZEV_AWCalcCR : public ZEV_AWBaseCalc {
+class ZEV_AWCalcCR : public ZEV_AWBaseCalc {
 public:
     int Calc8(KIT_Raster* raster, int x0, int y0, int x1, int y1, int bSkipLow, int* width,
               int* center) override;
@@ -55,7 +55,7 @@ public:
 };
 
 /// 8 bits: all occupied values. 16 bits: without the lowest one, and 99.5% of what remains.
-class ZEV_API ZEV_AWCalcNM : public ZEV_AWBaseCalc {
+class ZEV_AWCalcNM : public ZEV_AWBaseCalc {
 public:
     int Calc8(KIT_Raster* raster, int x0, int y0, int x1, int y1, int bSkipLow, int* width,
               int* center) override;
@@ -64,7 +64,7 @@ public:
 };
 
 /// As ZEV_AWCalc, unless the vendor's own library takes over.
-class ZEV_API ZEV_AWCalcMR : public ZEV_AWCalc {
+class ZEV_AWCalcMR : public ZEV_AWCalc {
 public:
     using ZEV_AWCalc::Calc;
     int Calc(KIT_Raster* raster, int* width, int* center, KIT_Rect* rect) override;

@@ -27,7 +27,7 @@ public:
     ZEV_AbstractWindowingTable* CopyWindowingTable(Mapper_VOILut* lut, int center, int width, bool inverse,
                                                    bool isSigned, ZEV_ColorMap* colorMap);
     /// The process-wide gamma table for m_Gamma: unsigned 8 to 8 bits for a true colour target or an output
-    /// depth of exactly 8, else 16 to 16 bits, of the depth of the first asker. Built on first use, never
+    /// depth of exactly 8, else 16 to 16 bits, of the depth of the first caller. Built on first use, never
     /// freed, not the caller's. A gamma outside the valid range is logged and gets the table of the nearest
     /// valid one, the disabled marker and NaN the identity.
     ZEV_AbstractWindowingTable* GetGammaTable();
@@ -53,7 +53,6 @@ public:
     int m_Center = 0;
     int m_Width = 0;
     bool m_VoiInverse = false;
-    ZEV_AbstractWindowingTable* m_pTable = nullptr;  ///< being filled; the result
     // For PrepareWindowingTable only: the window as a fraction of the table.
     float m_NormalizedMin = 0.0f;
     float m_NormalizedMax = 0.0f;
@@ -71,10 +70,12 @@ private:
     template <class Out>
     void emit_all(Out* entries) const;
 
-    template <class In, class Out>
-    void FillFromWindow();
-    template <class In, class Out>
-    void FillFromVoiLut();
+    template <class Fill>
+    ZEV_AbstractWindowingTable* make_table(const char* function, bool byRamp, int filled, Fill fill);
+    template <class Out>
+    void FillFromWindow(Out* entries);
+    template <class Out>
+    void FillFromVoiLut(Out* entries);
     template <class Out>
     void fill_true_color(Out* table, const zev::Ramp& ramp);
     template <class Out>
