@@ -1,10 +1,13 @@
 #!/bin/sh
-# Builds everything and runs every test: scripts/check.sh [PRESET], dev unless told otherwise.
+# Builds everything and runs every test: scripts/check.sh [PRESET] [CTEST-OPTION...], by default the preset dev.
+# scripts/check.sh PRESET --build-only builds and runs nothing. ZEV_CMAKE_FLAGS goes to cmake.
 set -eu
 cd "$(dirname "$0")/.."
 preset="${1:-dev}"
+[ $# -eq 0 ] || shift
 
-sh scripts/install-packages.sh
-cmake --preset "$preset" -DZEV_BUILD_TESTS=ON
+sh scripts/install-packages.sh tests
+# shellcheck disable=SC2086  # the flags are meant to be split
+cmake --preset "$preset" -DZEV_BUILD_TESTS=ON ${ZEV_CMAKE_FLAGS:-}
 cmake --build --preset "$preset"
-ctest --preset "$preset"
+[ "${1:-}" = --build-only ] || ctest --preset "$preset" "$@"

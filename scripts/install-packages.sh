@@ -1,9 +1,15 @@
 #!/bin/sh
-# Installs what the build needs from the distribution. Does nothing when all of it is there.
+# Installs what the build needs from the distribution; with "tests" or "bench" also what those need, with "checks" also the other
+# compiler and the checkers. Does nothing when all of it is there.
 set -eu
 
 packages="build-essential cmake ninja-build ccache libgdcm-dev libboost-dev nlohmann-json3-dev libspdlog-dev
-libcli11-dev libfast-float-dev libpng-dev zlib1g-dev libgtest-dev libbenchmark-dev"
+libcli11-dev libfast-float-dev libpng-dev zlib1g-dev"
+case "${1:-}" in
+    tests) packages="$packages libgtest-dev" ;;
+    bench) packages="$packages libbenchmark-dev" ;;
+    checks) packages="$packages libgtest-dev clang clang-format clang-tidy" ;;
+esac
 
 missing=""
 for package in $packages; do

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include "io/atomic_file.h"
 #include "io/dicom_file.h"
 #include "io/dicom_writer.h"
@@ -74,6 +76,22 @@ TEST_F(Program, ExitStatusAndOneLinePerFailure) {
         EXPECT_NE(outcome.err.find(row.says), std::string::npos) << outcome.err;
         EXPECT_EQ(m_Directory.Count(), files) << "left something behind";
         EXPECT_EQ(!support::ReadFile(png).empty(), hadPicture);
+    }
+}
+
+TEST_F(Program, ManPageAndCompletionKnowEveryOption) {
+    const std::string source = std::string(ZEV_SOURCE_DIR) + "/cli/";
+    std::string manual = support::ReadFile(source + "zev.1");
+    manual.erase(std::remove(manual.begin(), manual.end(), '\\'), manual.end());
+    const std::string completion = support::ReadFile(source + "zev.bash-completion");
+    for (const char* command : {"render", "info", "table", "auto", "presets", "colormaps", "save"}) {
+        const std::string help = Run(std::string("help ") + command).out;
+        const std::regex option("--[a-z-]+");
+        for (std::sregex_iterator it(help.begin(), help.end(), option), end; it != end; ++it) {
+            if (it->str() == "--help") continue;
+            if (it->str() != "--output") EXPECT_NE(manual.find(it->str()), std::string::npos) << it->str();
+            EXPECT_NE(completion.find(it->str()), std::string::npos) << it->str();
+        }
     }
 }
 
