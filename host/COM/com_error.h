@@ -1,6 +1,7 @@
 #pragma once
 
 #include <COM/bstr.h>
+#include <COM/com_identifiers.h>
 
 /// `_com_error`: the exception of the component layer. It carries the failing result and, when the failing
 /// interface offers error information, its description.
@@ -31,11 +32,11 @@ protected:
 
 template <>
 struct com_interface<IErrorInfo> {
-    static constexpr IID iid = {0x1CF2B120, 0x547D, 0x101B, {0x8E, 0x65, 0x08, 0x00, 0x2B, 0x2B, 0xD1, 0x19}};
+    static constexpr IID iid = com_id::kErrorInfo;
 };
 template <>
 struct com_interface<ISupportErrorInfo> {
-    static constexpr IID iid = {0xDF0B3D60, 0x548F, 0x101B, {0x8E, 0x65, 0x08, 0x00, 0x2B, 0x2B, 0xD1, 0x19}};
+    static constexpr IID iid = com_id::kSupportErrorInfo;
 };
 
 /// Leaves `info` (counted, may be null) as the calling thread's error information.
@@ -51,6 +52,7 @@ public:
     _com_error& operator=(const _com_error& other) noexcept;
     virtual ~_com_error();
 
+    /// E_OUTOFMEMORY where memory was short, whatever was being done.
     HRESULT Error() const noexcept { return m_Result; }
     /// The error information's words; the null string when there are none.
     _bstr_t Description() const;

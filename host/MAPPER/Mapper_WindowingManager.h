@@ -59,6 +59,7 @@ public:
     std::vector<Mapper_WindowingEntry*> m_Entries;
 
 private:
+    void add(std::unique_ptr<Mapper_WindowingEntry> entry);
     void read_pairs(std::vector<std::wstring>& names);
     void read_tables(std::vector<std::wstring>& names);
     void name_entries(const std::vector<std::wstring>& names);

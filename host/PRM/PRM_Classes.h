@@ -1,11 +1,9 @@
 #pragma once
 
-#include <COM/com_types.h>
+#include <COM/com_identifiers.h>
 
 /// The configuration object: offers PRM_ITree, which is its root node, and PRM_ITreeRoot.
-constexpr CLSID CLSID_PRM_Tree = {
-    0x5D1E4B00, 0x6A3C, 0x4E0F, {0x9B, 0x57, 0x21, 0xC4, 0x7A, 0x10, 0xE8, 0x31}};
+constexpr CLSID CLSID_PRM_Tree = com_id::kTreeClass;
 
 /// The iterator object: offers PRM_ITreeIterator.
-constexpr CLSID CLSID_PRM_TreeIterator = {
-    0x5D1E4B01, 0x6A3C, 0x4E0F, {0x9B, 0x57, 0x21, 0xC4, 0x7A, 0x10, 0xE8, 0x31}};
+constexpr CLSID CLSID_PRM_TreeIterator = com_id::kTreeIteratorClass;

@@ -1,12 +1,13 @@
 #pragma once
 
+#include <COM/com_identifiers.h>
 #include <COM/com_ptr.h>
 
 class PRM_ITree;
 
 template <>
 struct com_interface<PRM_ITree> {
-    static constexpr IID iid = {0x5D1E4B02, 0x6A3C, 0x4E0F, {0x9B, 0x57, 0x21, 0xC4, 0x7A, 0x10, 0xE8, 0x31}};
+    static constexpr IID iid = com_id::kTree;
 };
 typedef com_ptr<PRM_ITree> PRM_ITreePtr;
 

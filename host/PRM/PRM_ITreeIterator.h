@@ -6,7 +6,7 @@ class PRM_ITreeIterator;
 
 template <>
 struct com_interface<PRM_ITreeIterator> {
-    static constexpr IID iid = {0x5D1E4B04, 0x6A3C, 0x4E0F, {0x9B, 0x57, 0x21, 0xC4, 0x7A, 0x10, 0xE8, 0x31}};
+    static constexpr IID iid = com_id::kTreeIterator;
 };
 typedef com_ptr<PRM_ITreeIterator> PRM_ITreeIteratorPtr;
 

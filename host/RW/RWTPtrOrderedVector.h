@@ -5,7 +5,8 @@
 #include <cstddef>
 #include <vector>
 
-/// Pointers in the order of appending. Owns nothing until clearAndDestroy.
+/// Pointers in the order of appending. Owns nothing until clearAndDestroy. An operation that finds no memory
+/// changes nothing: the pointer is still its caller's.
 template <class T>
 class RWTPtrOrderedVector {
 public:

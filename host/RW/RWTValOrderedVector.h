@@ -2,10 +2,11 @@
 
 #include <RW/RWBoundsErr.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <vector>
 
-/// Values in the order of appending.
+/// Values in the order of appending. An operation that finds no memory changes nothing.
 template <class T>
 class RWTValOrderedVector {
 public:
@@ -35,7 +36,9 @@ public:
     /// Puts `value` in front of the i-th; raises `RWBoundsErr` when i is above entries().
     void insertAt(std::size_t i, const T& value) {
         if (i > entries()) RWThrowIndexError(i, entries());
-        m_Values.insert(m_Values.begin() + static_cast<std::ptrdiff_t>(i), value);
+        // Appended and moved to its place, so that a failing copy changes nothing.
+        m_Values.push_back(value);
+        std::rotate(m_Values.begin() + static_cast<std::ptrdiff_t>(i), m_Values.end() - 1, m_Values.end());
     }
     /// Takes the i-th value out, and those behind it close up.
     T removeAt(std::size_t i) {

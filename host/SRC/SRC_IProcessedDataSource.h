@@ -1,5 +1,6 @@
 #pragma once
 
+#include <COM/com_identifiers.h>
 #include <COM/com_ptr.h>
 
 class BLK_ProcessedData;
@@ -7,7 +8,7 @@ class SRC_IProcessedDataSource;
 
 template <>
 struct com_interface<SRC_IProcessedDataSource> {
-    static constexpr IID iid = {0x5D1E4B06, 0x6A3C, 0x4E0F, {0x9B, 0x57, 0x21, 0xC4, 0x7A, 0x10, 0xE8, 0x31}};
+    static constexpr IID iid = com_id::kProcessedDataSource;
 };
 typedef com_ptr<SRC_IProcessedDataSource> SRC_IProcessedDataSourcePtr;
 

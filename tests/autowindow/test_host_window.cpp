@@ -24,9 +24,20 @@ TEST(HostWindow, Percentiles) {
     } cases[] = {
         {"1% off at each end", 16, false, ramp, kNone, kNone, false, 197, 100.5},
         {"full range", 16, false, ramp, kNone, kNone, true, 199, 100.5},
-        {"one value: width 1", 12, true, {{-50, 9}}, kNone, kNone, false, 1, -50},
+        {"constant: black", 12, true, {{-50, 9}}, kNone, kNone, false, 1, -49},
+        {"0 black, 1 white", 1, false, {{0, 90}, {1, 10}}, kNone, kNone, false, 1, 1},
+        {"neighbours below zero", 12, true, {{-2, 5}, {-1, 5}}, kNone, kNone, true, 1, -1},
+        {"sparse: dark background",
+         12,
+         false,
+         {{0, 996}, {400, 2}, {1000, 2}},
+         kNone,
+         kNone,
+         false,
+         1000,
+         500},
         {"one padding value", 16, true, {{-2000, 500}, {0, 1}, {100, 1}}, -2000, -2000, false, 100, 50},
-        {"padding range, ends swapped", 16, false, {{0, 9}, {5, 9}, {10, 9}, {40, 1}}, 10, 0, true, 1, 40},
+        {"padding range, ends swapped", 16, false, {{0, 9}, {5, 9}, {10, 9}, {40, 1}}, 10, 0, true, 1, 41},
         {"padding outside the pixels' range", 8, false, {{0, 1}, {255, 1}}, -30000, -5, true, 255, 127.5},
     };
     for (const auto& c : cases) {
@@ -37,6 +48,7 @@ TEST(HostWindow, Percentiles) {
         window.AutoWindowing(raster.GetPixels(), 0, 0, n, 1, n, Dicom_CS("CT", nullptr), false, c.bits,
                              c.padding, c.limit, c.isSigned, c.fullRange);
         EXPECT_EQ(std::pair(window.m_Width, window.m_Center), std::pair(c.width, c.center));
+        EXPECT_EQ(window.m_bConstant, c.center > c.histogram.back().first);
     }
 }
 

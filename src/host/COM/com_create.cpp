@@ -1,4 +1,5 @@
 #include <COM/com_create.h>
+#include <COM/com_error.h>
 #include <refhost/Com.h>
 
 #include <mutex>
@@ -55,6 +56,8 @@ HRESULT CoCreateInstance(const CLSID& clsid, IUnknown* outer, unsigned int, cons
         return factory ? factory(iid, object) : REGDB_E_CLASSNOTREG;
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
+    } catch (const _com_error& error) {
+        return error.Error();
     }
 }
 

@@ -9,7 +9,7 @@ namespace {
 
 constexpr int kNoPadding = -100000;
 
-/// Pixels of a region by value; element 0 stands for `lowest`.
+/// Pixels of a region by value; element 0 counts those of `lowest`.
 struct Counts {
     int lowest;
     std::vector<std::uint64_t> pixels;
@@ -27,7 +27,7 @@ Counts CountPixels(const void* pixels, int x0, int y0, int x1, int y1, std::ptrd
     return counts;
 }
 
-/// The value of the pixel that stands at `rank` among the counted ones in ascending order.
+/// The value of the pixel at `rank`, from 0, among the counted ones in ascending order.
 int ValueAt(const Counts& counts, std::uint64_t rank) {
     std::size_t i = 0;
     for (; rank >= counts.pixels[i]; ++i) rank -= counts.pixels[i];
@@ -59,9 +59,16 @@ int HST_AutoWindow::AutoWindowing(void* pixels, int x0, int y0, int x1, int y1, 
     if (total == 0) return -1;
 
     const std::uint64_t cut = bFullRange ? 0 : (total - 1) / 100;
-    const double low = ValueAt(counts, cut);
-    const double high = ValueAt(counts, total - 1 - cut);
-    m_Center = (low + high) / 2.0;
-    m_Width = std::max(high - low, 1.0);
+    int low = ValueAt(counts, cut);
+    int high = ValueAt(counts, total - 1 - cut);
+    if (low == high) {
+        low = ValueAt(counts, 0);
+        high = ValueAt(counts, total - 1);
+    }
+    m_bConstant = low == high;
+    m_Width = std::max(high - low, 1);
+    // Half a width of 1 truncates to 0, so that the centre itself is white: it belongs on the upper of two
+    // neighbours, and above a constant.
+    m_Center = high - low > 1 ? (low + high) / 2.0 : low + 1;
     return 0;
 }

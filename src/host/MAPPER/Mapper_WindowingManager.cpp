@@ -92,6 +92,11 @@ int Mapper_WindowingManager::Init() {
     return 0;
 }
 
+void Mapper_WindowingManager::add(std::unique_ptr<Mapper_WindowingEntry> entry) {
+    m_Entries.push_back(entry.get());
+    entry.release();
+}
+
 void Mapper_WindowingManager::read_pairs(std::vector<std::wstring>& names) {
     const Dicom_Type* const centers = m_pMsg->Get(WINDOW_CENTER);
     const Dicom_Type* const widths = m_pMsg->Get(WINDOW_WIDTH);
@@ -107,7 +112,7 @@ void Mapper_WindowingManager::read_pairs(std::vector<std::wstring>& names) {
         const bool given = centers->GetNumber(i, center) && widths->GetNumber(i, width);
         // Fractions are windows too: those of an image whose rescaled values are fractions.
         if (!given || width <= 0.0) continue;
-        m_Entries.push_back(new Mapper_WindowingEntry(
+        add(std::make_unique<Mapper_WindowingEntry>(
             sigmoid ? Mapper_WindowingEntry::FUNCTION_SIGMOID : Mapper_WindowingEntry::FUNCTION_LINEAR,
             center, width, linear || exact || sigmoid));
         names.push_back(TextOf(*m_pMsg, WINDOW_EXPLANATION, i));
@@ -121,7 +126,7 @@ void Mapper_WindowingManager::read_tables(std::vector<std::wstring>& names) {
         std::shared_ptr<const Mapper_LutData> table =
             Mapper_LutData::Read(item, m_LowestInput, m_HighestInput);
         if (table == nullptr) continue;
-        m_Entries.push_back(new Mapper_WindowingEntry(std::move(table), item));
+        add(std::make_unique<Mapper_WindowingEntry>(std::move(table), item));
         names.push_back(TextOf(item, LUT_EXPLANATION, 0));
     }
 }

@@ -27,7 +27,7 @@ struct NodeRef {
     const ConfigNode* node = nullptr;
 };
 
-/// By this the iterator reaches the node behind a tree of ours.
+/// Gives the iterator the node behind a tree of ours.
 class INodeAccess : public IUnknown {
 public:
     virtual const NodeRef& Ref() const = 0;
@@ -40,7 +40,7 @@ protected:
 
 template <>
 struct com_interface<refhost::INodeAccess> {
-    static constexpr IID iid = {0x5D1E4B05, 0x6A3C, 0x4E0F, {0x9B, 0x57, 0x21, 0xC4, 0x7A, 0x10, 0xE8, 0x31}};
+    static constexpr IID iid = com_id::kNodeAccess;
 };
 
 namespace refhost {

@@ -2,9 +2,9 @@
 #include <RW/RWOrdered.h>
 #include <RW/RWWString.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
-#include <unordered_set>
 
 const char* RWTOOL_INDEXERR() { return "index %1 is out of range in a collection of %2"; }
 
@@ -68,10 +68,10 @@ void RWOrdered::clearAndDestroy() {
     // Emptied first: a destructor may look at the collection.
     std::vector<RWCollectable*> owned;
     owned.swap(m_Elements);
-    std::unordered_set<RWCollectable*> deleted;
-    for (RWCollectable* element : owned) {
-        if (deleted.insert(element).second) delete element;
-    }
+    // In place, since collections are destroyed when memory is short too.
+    std::sort(owned.begin(), owned.end(), std::less<>());
+    owned.erase(std::unique(owned.begin(), owned.end()), owned.end());
+    for (RWCollectable* element : owned) delete element;
 }
 
 std::size_t RWOrdered::entries() const { return m_Elements.size(); }
