@@ -14,7 +14,8 @@ constexpr unsigned kWeight = 0x00101030, kSize = 0x00101020, kSex = 0x00100040, 
                    kSuvType = 0x00541006, kDecay = 0x00541102, kSeriesDate = 0x00080021,
                    kSeriesTime = 0x00080031, kAcqDate = 0x00080022, kAcqTime = 0x00080032,
                    kAcquired = 0x0008002A, kZone = 0x00080201, kDose = 0x00181074, kHalfLife = 0x00181075,
-                   kStartTime = 0x00181072, kStart = 0x00181078;
+                   kStartTime = 0x00181072, kStart = 0x00181078, kFrame = 0x00181242, kReference = 0x00541300,
+                   kCorrected = 0x00280051;
 
 using Texts = std::map<unsigned, std::string>;
 
@@ -29,7 +30,7 @@ OBJ_Msg make_message(const Texts& changes) {
     OBJ_Msg msg;
     Dicom_Msg* const drug = msg.AddItem(Dicom_Tag(0x00540016));
     for (const auto& [tag, text] : texts) {
-        Dicom_Msg& target = tag >> 16 == 0x0018 ? *drug : msg;
+        Dicom_Msg& target = tag >> 16 == 0x0018 && tag != kFrame ? *drug : msg;
         if (!text.empty()) target.PutBytes(Dicom_Tag(tag), nullptr, text.data(), text.size());
     }
     return msg;
@@ -44,6 +45,8 @@ TEST(MeasurementUnits, UptakeValues) {
     const auto lbm = SPC_UNITS_SUV_LBM;
     const wchar_t* const noPixels = L"pixel values in Bq/ml or SUV";
     const wchar_t* const noScan = L"a scan after the injection";
+    const wchar_t* const noBody = L"a plausible weight and size of the patient";
+    const wchar_t* const noZone = L"the time zone of both the injection and the scan";
     const std::string at12 = "20240301120000", at13 = "20240301130000";
     struct Row {
         const char* name;
@@ -61,16 +64,54 @@ TEST(MeasurementUnits, UptakeValues) {
         {"over midnight", {{kStartTime, "233000"}, {kSeriesTime, "003000"}}, bw, half},
         {"fractions and short times", {{kStartTime, "1059"}, {kSeriesTime, "115900.0000"}}, bw, half},
         {"old form of a time", {{kStartTime, "11:00:00"}, {kSeriesDate, "2024.03.01"}}, bw, half},
-        {"the zone", {{kAcquired, "20240301100000+0000"}, {kZone, "+0200"}, {kDecay, "NONE"}}, bw, half},
+        {"the zone",
+         {{kAcquired, "20240301100000+0000"}, {kZone, "+0200"}, {kDecay, "NONE"}, {kFrame, "20"}},
+         bw,
+         half},
         {"start with a date", {{kStart, "20240229120000"}, {kHalfLife, "86400"}}, bw, half},
         {"a zone", {{kStart, "20240301130000+0200"}, {kSeriesTime, "120000"}, {kZone, "+0000"}}, bw, half},
-        {"a series made later", {{kSeriesTime, "18"}, {kAcqDate, "20240301"}, {kAcqTime, "12"}}, bw, half},
-        {"not corrected: the acquisition", {{kDecay, "NONE"}, {kAcquired, at13}}, bw, half / 2},
+        // A frame of one half-life has its mean activity 0.4712 half-lives, 1696.4 s, after its start.
+        {"a series made later",
+         {{kSeriesTime, "18"}, {kAcquired, at13}, {kReference, "5296440"}, {kFrame, "3600000"}},
+         bw,
+         half},
+        {"not corrected",
+         {{kDecay, "NONE"}, {kAcquired, at12}, {kFrame, "3600000"}},
+         bw,
+         half * std::log2(std::exp(1)) / 2},
+        {"all corrections", {{kCorrected, "ATTN\\DECY"}}, bw, half},
         {"uptake values already", {{kUnits, "GML"}, {kDose, ""}, {kWeight, ""}}, bw, 1.0},
         {"uptake of one kind as another", {{kUnits, "GML"}, {kDose, ""}}, lbm, 80000 / man},
+        {"lean mass by 120", {{kUnits, "GML"}, {kSuvType, "LBM"}}, bw, 64296.3 / 80000},
+        {"lean mass by 120 as 128", {{kUnits, "GML"}, {kSuvType, "LBM"}}, lbm, 64296.3 / man},
+        {"Janmahasatian", {{kUnits, "GML"}, {kSuvType, "LBMJANMA"}}, bw, 61731.4 / 80000},
 
         {"size that is no number", {{kSize, "tall"}}, bsa, 0, L"the patient's size"},
-        {"no such body", {{kSize, "0.5"}}, lbm, 0, L"a plausible weight and size of the patient"},
+        {"no such body", {{kSize, "0.5"}}, lbm, 0, noBody},
+        {"size in centimetres", {{kSize, "180"}}, bsa, 0, noBody},
+        {"leaner than lean", {{kWeight, "20"}, {kSize, "2"}}, lbm, 0, noBody},
+        {"weight in grams", {{kWeight, "80000"}}, bw, 0, noBody},
+        {"dose in MBq", {{kDose, "400"}}, bw, 0, L"a dose and a body that give a plausible SUV"},
+        {"a series made later, no frame",
+         {{kSeriesTime, "18"}, {kAcquired, at12}},
+         bw,
+         0,
+         L"the time of the scan"},
+        {"no series", {{kSeriesTime, ""}, {kAcquired, at12}}, bw, 0, L"the time of the scan"},
+        {"not corrected, no frame",
+         {{kDecay, "NONE"}, {kAcquired, at12}},
+         bw,
+         0,
+         L"the duration of the frame"},
+        {"a zone on one side", {{kStart, "20240301110000+0000"}}, bw, 0, noZone},
+        {"a zone on the other",
+         {{kSeriesTime, ""}, {kAcquired, at12 + "+0000"}, {kReference, "0"}, {kFrame, "9"}},
+         bw,
+         0,
+         noZone},
+        {"30 February", {{kStart, "20240230110000"}, {kStartTime, ""}}, bw, 0, L"the time of the injection"},
+        {"no attenuation correction", {{kCorrected, "DECY"}}, bw, 0, L"a correction for attenuation"},
+        {"decay correction denied", {{kCorrected, "ATTN"}}, bw, 0, L"the kind of decay correction"},
         {"ideal weight", {{kUnits, "GML"}, {kSuvType, "IBW"}}, bw, 0, noPixels},
         {"no half-life", {{kHalfLife, "-1"}}, bw, 0, L"the half-life of the radionuclide"},
         {"no injection time", {{kStartTime, "25"}}, bw, 0, L"the time of the injection"},
@@ -106,9 +147,14 @@ TEST(MeasurementUnits, CurrentUnitRangeAndNothingAtAll) {
         units.SetMaximalRange(0.0, bad);
         EXPECT_STREQ(units.GetMissingDataText(percent), L"the range of the pixel values");
     }
-    units.SetMaximalRange(-1000.0, 3000.0);
+    int calls = 0;
+    units.SetMaximalRangeSource([&calls] { return ++calls, std::make_optional(std::pair(-1000.0, 3000.0)); });
+    SPC_MeasurementUnitsParams copy(units);
+    EXPECT_EQ(copy.TranslateBackFromUnitsToPixel(1.0f, SPC_UNITS_RAW) + static_cast<float>(calls), 1.0f);
+    EXPECT_EQ(copy.TranslateBackFromUnitsToPixel(0.0f, percent), -1000.0f);
     EXPECT_EQ(units.TranslateBackFromUnitsToPixel(25.0f, percent), 0.0f);
     EXPECT_EQ(units.TranslateBackFromUnitsToPixel(100.0f, percent), 3000.0f);
+    EXPECT_EQ(calls, 1);
 }
 
 struct Mapping {

@@ -49,6 +49,7 @@ const Dicom_DictionaryEntry ENTRIES[] = {
     {0x00181075, "DS", false, "RadionuclideHalfLife"},
     {0x00181078, "DT", false, "RadiopharmaceuticalStartDateTime"},
     {0x00181164, "DS", false, "ImagerPixelSpacing"},
+    {0x00181242, "IS", false, "ActualFrameDuration"},
     {0x0020000D, "UI", false, "StudyInstanceUID"},
     {0x0020000E, "UI", false, "SeriesInstanceUID"},
     {0x00200013, "IS", false, "InstanceNumber"},

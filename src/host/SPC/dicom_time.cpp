@@ -1,6 +1,8 @@
 #include "SPC/dicom_time.h"
 
 #include <algorithm>
+#include <boost/date_time/gregorian/gregorian_types.hpp>
+#include <stdexcept>
 
 namespace refhost {
 namespace {
@@ -53,11 +55,15 @@ std::optional<long> ParseDate(const std::wstring& withDots) {
     const int year = digits(text, 0, 4);
     const int month = digits(text, 4, 2);
     const int day = digits(text, 6, 2);
-    if (text.size() != 8 || year < 1 || month < 1 || month > 12 || day < 1 || day > 31) return std::nullopt;
-    // Years that begin in March have their leap day last.
-    const long shifted = month > 2 ? year : year - 1L;
-    const long monthFromMarch = (month + 9) % 12;
-    return shifted * 365 + shifted / 4 - shifted / 100 + shifted / 400 + (monthFromMarch * 153 + 2) / 5 + day;
+    if (text.size() != 8 || year < 0 || month < 0 || day < 0) return std::nullopt;
+    try {
+        return static_cast<long>(boost::gregorian::date(static_cast<unsigned short>(year),
+                                                        static_cast<unsigned short>(month),
+                                                        static_cast<unsigned short>(day))
+                                     .day_number());
+    } catch (const std::out_of_range&) {
+        return std::nullopt;
+    }
 }
 
 std::optional<double> ParseZone(const std::wstring& text) {
@@ -80,9 +86,9 @@ std::optional<Moment> ParseDateTime(const std::wstring& text) {
     return Moment{static_cast<double>(*date) * kSecondsPerDay + *time, ParseZone(text.substr(sign))};
 }
 
-double SecondsBetween(const Moment& a, const Moment& b) {
-    const double local = b.seconds - a.seconds;
-    return a.zone && b.zone ? local - *b.zone + *a.zone : local;
+std::optional<double> SecondsBetween(const Moment& a, const Moment& b) {
+    if (a.zone.has_value() != b.zone.has_value()) return std::nullopt;
+    return b.seconds - a.seconds - b.zone.value_or(0.0) + a.zone.value_or(0.0);
 }
 
 }  // namespace refhost
