@@ -15,7 +15,7 @@
 ///     KIT_Color middle = map.TransformColor(128);
 ///
 /// A map is written down as control points and expanded once into 256 colours. Setters and AddEntry come
-/// first, then CreateTable; later changes show with the next CreateTable. A dummy map stands for plain grey:
+/// first, then CreateTable; later changes show with the next CreateTable. A dummy map means plain grey:
 /// it has a name and a UID, and its table is not applied. After CreateTable several threads may read.
 class ZEV_API ZEV_ColorMap {
 public:

@@ -9,6 +9,8 @@
 
 namespace {
 
+/// 1 / 256, which a float holds exactly.
+constexpr float kPerEntry = 0.00390625f;
 constexpr int kColorTextMax = 0x7FFFFFFF;
 
 int hex_digit(char c) {
@@ -93,7 +95,7 @@ void ZEV_ColorMap::CreateTable() {
         }
     }
 
-    const float step = static_cast<float>(resolution) * 0.00390625f;
+    const float step = static_cast<float>(resolution) * kPerEntry;
     for (int i = 0; i < kTableSize; ++i) m_table[i] = work[zev::TruncToInt(static_cast<float>(i) * step)];
     m_table[0] = begin->second;
 }

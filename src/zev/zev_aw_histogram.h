@@ -143,7 +143,7 @@ void CountRow(const std::uint8_t* pixels, int count, BinRule rule, Table table) 
     for (; i < count; ++i) table.template Add<0>(bin(pixels[i]));
 }
 
-/// Whether a row's values seem to lie far apart; told from a few of them, since a wrong guess costs time
+/// Whether a row's values seem to lie far apart, judged by a few of them, since a wrong guess costs time
 /// only.
 inline bool LooksWide(const std::uint16_t* pixels, int count, BinRule rule) {
     constexpr int kSamples = 16;

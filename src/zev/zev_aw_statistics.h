@@ -13,7 +13,7 @@ struct MeasuredWindow {
     int center;
 };
 
-/// A filled histogram. Bin b stands for the value b - bias. Counts are 32-bit signed, and sums of counts
+/// A filled histogram. Bin b counts the value b - bias. Counts are 32-bit signed, and sums of counts
 /// wrap.
 struct Bins {
     std::uint32_t* counts;
@@ -79,7 +79,7 @@ inline MeasuredWindow MeasureByDeviation(const Bins& bins, const float* squares,
 
     const double m = static_cast<double>(sum) / count;
     const double variance = static_cast<double>(sumOfSquares / static_cast<float>(count)) - m * m;
-    // Rounding can make the variance of a nearly uniform region negative; its root is no number and gives 0.
+    // Rounding can make the variance of a nearly uniform region negative; its root is NaN, which gives 0.
     const int deviation = TruncToInt(std::sqrt(variance));
     return {static_cast<std::uint16_t>(deviation) * 3, TruncToInt(m)};
 }
@@ -116,14 +116,18 @@ inline void ClearSpikes(const Bins& bins) {
     if (bins.Highest(0) < 0) each([](std::uint32_t& count, std::uint32_t& keep) { count = keep; });
 }
 
-/// 1% off below and 2.5% above, of the region's `pixels` before the spikes went. Changes the histogram. An
+/// Parts of the pixels that fall off at the dark and at the bright end.
+constexpr double kDarkPart = 0.01;
+constexpr double kBrightPart = 0.025;
+
+/// Cuts both parts off, of the region's `pixels` before the spikes went. Changes the histogram. An
 /// empty one gives the width -size.
 inline MeasuredWindow MeasureByCuts(const Bins& bins, int pixels) {
     ClearSpikes(bins);
     const int top = bins.Highest(0);
     const int bottom = bins.Lowest(0, bins.size);
-    const int lowCut = TruncToInt(pixels * 0.01);
-    const int highCut = TruncToInt(pixels * 0.025);
+    const int lowCut = TruncToInt(pixels * kDarkPart);
+    const int highCut = TruncToInt(pixels * kBrightPart);
     int lo = bottom;
     for (CountSum sum; lo <= top; ++lo) {
         sum.Add(bins[lo]);
@@ -140,7 +144,10 @@ inline MeasuredWindow MeasureByCuts(const Bins& bins, int pixels) {
 
 // ---- Occupied range ----
 
-/// 16 bits: from above the lowest occupied bin up to where 99.5% of the rest are reached.
+/// The part of the occupied range that is shown.
+constexpr double kShownPart = 0.995;
+
+/// 16 bits: from above the lowest occupied bin up to where the shown part of the rest is reached.
 inline MeasuredWindow MeasureMostOfRange(const Bins& bins) {
     const int last = bins.size - 1;
     const int first = bins.Lowest(0, bins.size);
@@ -150,7 +157,7 @@ inline MeasuredWindow MeasureMostOfRange(const Bins& bins) {
     if (lo <= top) {
         CountSum total;
         for (int b = lo; b <= top; ++b) total.Add(bins[b]);
-        const double wanted = total.Get() * 0.995;
+        const double wanted = total.Get() * kShownPart;
         CountSum sum;
         for (; hi < top; ++hi) {
             sum.Add(bins[hi]);

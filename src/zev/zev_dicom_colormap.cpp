@@ -1,4 +1,4 @@
-// Colour maps and presets called up by identity, and preset values in units brought to the units of a window.
+// Colour maps and presets called up by identity, and preset values converted to the units of a window.
 
 #include <KIT/KIT_BaseParamsVec.h>
 #include <PRM/PRM_Classes.h>

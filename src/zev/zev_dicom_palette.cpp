@@ -45,7 +45,7 @@ constexpr int kChannelCount = 3;
 /// The only shape of a table: bytes; 256 of them on the way out.
 constexpr unsigned short kBitsPerEntry = 8;
 constexpr int kWrittenEntries = ZEV_ColorMap::kTableSize;
-/// What a count of 0 in a descriptor stands for.
+/// What a count of 0 in a descriptor means.
 constexpr unsigned kCountOfZero = 65536;
 
 constexpr unsigned kPaletteNameText = 2004;

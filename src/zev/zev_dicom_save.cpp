@@ -41,7 +41,7 @@ int ZEV_Dicom::UpdateTheDicom(OBJ_Msg* msg, ZEV_Params* params) {
     auto c = static_cast<double>(params->GetCenter());
     auto w = static_cast<double>(params->GetWidth());
     if (!params->GetUseRescale()) {
-        // Stored values: a message tells its window after rescale.
+        // Stored values: in a message the window is in modality units.
         c = static_cast<double>(zev::TruncToInt(slope * c + intercept + 0.5));
         w = static_cast<double>(zev::TruncToInt(slope * w + 0.5));
     }

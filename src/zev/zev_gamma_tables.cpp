@@ -19,7 +19,7 @@ using Gamma8 = ZEV_WindowingTable<unsigned char, unsigned char>;
 using Gamma16 = ZEV_WindowingTable<unsigned short, unsigned short>;
 
 /// Slot = table index * 50 + gamma index; table index 0 is 8 bits, 1 is 16. A slot is filled once and never
-/// freed: whoever holds a table may read it until the process ends.
+/// freed, so that a table may be read until the process ends.
 std::atomic<ZEV_AbstractWindowingTable*> g_GammaTables[2 * kGammaSlots];
 
 /// top * (i / top) ^ gamma, nearest. The power is taken in double and rounded to float, since the C

@@ -45,9 +45,9 @@ public:
     ZEV_AbstractWindowingTable* GetTable() { return m_pTable; }
     KIT_ChangeCounter GetMaskCC() { return m_MaskCC; }
     KIT_ChangeCounter GetTableCC() { return m_TableCC; }
-    /// Lets go of the mask without deleting it; returns whether the item owned it.
+    /// Releases the mask without deleting it; returns whether the item owned it.
     bool GiveMaskBack();
-    /// Lets everything go and serves another parameter.
+    /// Releases everything and serves another parameter.
     void Rebind(ZEV_MaskableParam* param, std::string name);
     /// Takes a table over, which may be null.
     void SetTable(ZEV_AbstractWindowingTable* table, KIT_ChangeCounter cc);

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <limits>
 
-/// The conversions that every number of the library goes through. docs/numeric.md tells where each is used.
+/// The conversions that every number of the library goes through. docs/numeric.md says where each is used.
 namespace zev {
 
 constexpr std::int64_t kIntMin = std::numeric_limits<std::int32_t>::min();

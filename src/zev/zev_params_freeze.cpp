@@ -58,7 +58,7 @@ bool ZEV_Params::Interpolate(KIT_BaseParams** params, int count, KIT_BaseParamsV
     const float steps = static_cast<float>(n);
     const float widthStep = static_cast<float>(zev::Subtract(end->GetWidth(), GetWidth())) / steps;
     const float centerStep = static_cast<float>(zev::Subtract(end->GetCenter(), GetCenter())) / steps;
-    // The comparison is in double precision. Not a number (one element that differs from itself) goes on.
+    // The comparison is in double precision. NaN (one element that differs from this one) passes.
     const double tooSmall = 0.001;
     if (std::fabs(static_cast<double>(widthStep)) < tooSmall &&
         std::fabs(static_cast<double>(centerStep)) < tooSmall) {

@@ -97,8 +97,11 @@ void ZEV_Params::CalcPixelRange(SRC_IImageDataSource* source, int from, int to) 
         }
     } else {
         constexpr int kPaletteFormat = 0;
+        // Deepest raster whose range is not worth sampling: it stays unknown.
+        constexpr int kShallow = 12;
         KIT_Raster* const raster = GetReferenceRaster();
-        if (raster == nullptr || raster->m_PixelFormat != kPaletteFormat || raster->m_BitsPerPixel <= 12)
+        if (raster == nullptr || raster->m_PixelFormat != kPaletteFormat ||
+            raster->m_BitsPerPixel <= kShallow)
             return;
         const zev::RasterLock lock(raster);
         const void* const pixels = raster->GetPixels();

@@ -101,7 +101,7 @@ void ZEV_Params::ReplaceOBJMessage(OBJ_Msg* msg) {
     fresh->Init();
     SetVoiLutManager(fresh.release());
     m_pLastUpdatedMsg = msg;
-    // No Pval is built for what is no image, and the old message's would not match.
+    // No Pval is built for a message that is not an image, and the old message's would not match.
     if (bogus) SetMapperPvLut(nullptr);
     if (!GetOriginal() || GetVoiLutEntryCount() == 0) return;
 

@@ -77,7 +77,7 @@ void ZEV_Params::UpdateCenter(int difference) {
     const int lo = Subtract(m_Center.m_Value, half);
     const int hi = Add(m_Center.m_Value, half);
     set_window(lo, hi);
-    // Listeners are told before the scale ends move.
+    // Listeners are called before the scale ends move.
     MarkTableChange();
     widen_scale(lo, hi);
 }

@@ -39,7 +39,7 @@ inline Ramp ResolveRamp(int S, float normalizedMin, float normalizedMax) {
 
 // ---- Step functions: how far up the ramp a position lies ----
 
-/// u * factor for u = float(x) * r: the position among `factor` steps, truncated by whoever asks.
+/// u * factor for u = float(x) * r: the position among `factor` steps, truncated by the caller.
 struct ProductSteps {
     float r;
     double factor;
