@@ -19,10 +19,13 @@
 #include <climits>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
+
+#include "zev_table_types.h"
 
 /// What several test programs share, the usual headers included.
 namespace support {
@@ -101,20 +104,24 @@ inline refhost::MemoryRaster Source(int bits, bool isSigned) {
     return raster;
 }
 
-/// Every stored entry, the origin told by `origin`; empty for a null table or other types.
+/// Every stored entry; empty for a null table or other types. The origin of a signed table lies in the middle.
 template <class Out>
 std::vector<Out> Entries(ZEV_AbstractWindowingTable* table, bool isSigned, int depth) {
-    const auto read = [&](auto* typed) -> std::vector<Out> {
+    using Result = std::vector<Out>;
+    const auto read = [&](auto types) -> Result {
+        auto* typed = dynamic_cast<ZEV_WindowingTable<typename decltype(types)::In, Out>*>(table);
         if (typed == nullptr) return {};
         const Out* first = typed->GetTable() - (isSigned ? (1 << depth) / 2 : 0);
-        return std::vector<Out>(first, first + typed->GetSize());
+        return Result(first, first + typed->GetSize());
     };
-    if (depth < 9) {
-        return isSigned ? read(dynamic_cast<ZEV_WindowingTable<signed char, Out>*>(table))
-                        : read(dynamic_cast<ZEV_WindowingTable<unsigned char, Out>*>(table));
-    }
-    return isSigned ? read(dynamic_cast<ZEV_WindowingTable<short, Out>*>(table))
-                    : read(dynamic_cast<ZEV_WindowingTable<unsigned short, Out>*>(table));
+    return zev::VisitTableTypes<zev::kWordBits, Result>(depth, 8 * sizeof(Out), isSigned, {}, read);
+}
+
+/// Runs ordinary EXPECTs in a process of its own, for what a process does once.
+template <class Body>
+void InOwnProcess(const Body& body) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT((body(), std::exit(testing::Test::HasFailure() ? 1 : 0)), testing::ExitedWithCode(0), "");
 }
 
 /// One BuildTable call.

@@ -59,6 +59,7 @@ const MeasureCase kMeasureCases[] = {
     {"range, 16 bits: 99.5%", kRange, 16, kUnsigned, {{5, 10}, {100, 900}, {200, 97}, {300, 3}}, 1, 194, 103},
     {"range, 16 bits: centre -8.5 truncated", kRange, 12, kSigned, {{-10, 1}, {-8, 1}}, 1, 1, -8},
     {"range, 8 bits: one more to each side", kRange, 8, kUnsigned, {{10, 1}, {20, 1}}, 1, 12, 15},
+    {"range, 8 bits: up to the end", kRange, 8, kUnsigned, {{10, 1}, {255, 1}}, 1, 246, 132},
     {"range, 8 bits: zeros only", kRange, 8, kUnsigned, {{0, 9}}, 1, 0, 254},
     {"range, 8 bits: zeros do not count", kRange, 8, kUnsigned, {{0, 5}, {100, 1}}, 1, 2, 100},
     {"range, 8 bits: signed, centre in bins", kRange, 8, kSigned, {{-28, 1}, {22, 1}}, 1, 52, 125},

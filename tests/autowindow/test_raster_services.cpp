@@ -32,9 +32,10 @@ TEST(ReferenceRaster, FrozenCopyPassesRastersOn) {
     ZEV_Params live, copy;
     live.SetReferenceRaster(&raster, false);
     copy.SetLiveParams(&live), copy.SetReferenceRaster(nullptr, false);
-    EXPECT_EQ(live.GetReferenceRaster(), &raster) << "null goes on only after a raster";
+    EXPECT_EQ(live.GetReferenceRaster(), &raster) << "null is passed on only after a raster";
     copy.SetReferenceRaster(&second, false);
     EXPECT_EQ(live.GetReferenceRaster(), &second);
+    EXPECT_EQ(copy.GetReferenceRaster(), &second);
     copy.SetReferenceRaster(nullptr, false);
     EXPECT_EQ(live.GetReferenceRaster(), nullptr);
     copy.SetLiveParams(nullptr);
@@ -71,7 +72,7 @@ struct RangeCase {
 };
 
 TEST(PixelRange, Samples) {
-    // Row y holds 1000 y + x, so that the outcome tells which pixels were read.
+    // Row y holds 1000 y + x, so that the result shows which pixels were read.
     const char* const noData = "3 ZEV_Params::CalcPixelRange no data found\n";
     const char* const farEnds =
         "4 ZEV_Params::CalcPixelRange CalcPixelRange: no data found, setting range to 0\n";
@@ -170,33 +171,25 @@ TEST(PixelRange, FromProcessedData) {
     EXPECT_EQ(params.GetPixelRange(), 70);
 }
 
-/// The switch is read once per process, so each case gets its own.
-int exit_code_of_switch(const char* config, HRESULT failure) {
-    ZEV_Params params;
-    refhost::LoadConfigText(config, "test");
-    support::LogCapture log;
-    refhost::FailConfigReads(failure);
-    bool raised = false, first = false;
-    try {
-        first = params.ShouldUseFullRange();
-    } catch (const _com_error&) {
-        raised = true;
-    }
-    refhost::FailConfigReads(S_OK);
-    refhost::LoadConfigText("{\"settings\":{\"windowing\":{\"always_window_full_range\":1}}}", "later");
-    const bool second = ZEV_Params().ShouldUseFullRange();
-    const std::string line =
-        std::string("5 ZEV_Params::ShouldUseFullRange Auto windowing - window full range? ") +
-        (first ? "YES\n" : "NO\n");
-    const bool logged = raised ? log.lines.empty() : log.lines == std::vector<std::string>{line};
-    return (raised ? 1 : 0) + (first ? 2 : 0) + (second ? 4 : 0) + (logged ? 8 : 0);
-}
-
 TEST(FullRangeSwitch, IsReadOnce) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const char* const on = "{\"settings\":{\"windowing\":{\"always_window_full_range\":5}}}";
-    EXPECT_EXIT(std::exit(exit_code_of_switch(on, S_OK)), testing::ExitedWithCode(2 + 4 + 8), "");
-    EXPECT_EXIT(std::exit(exit_code_of_switch(on, E_FAIL)), testing::ExitedWithCode(1 + 8), "");
+    for (const HRESULT failure : {S_OK, E_FAIL}) {
+        support::InOwnProcess([failure] {
+            ZEV_Params params;
+            refhost::LoadConfigText(R"({"settings": {"windowing": {"always_window_full_range": 5}}})",
+                                    "test");
+            refhost::FailConfigReads(failure);
+            support::LogCapture log(6);
+            if (failure == S_OK) {
+                EXPECT_TRUE(params.ShouldUseFullRange());
+                EXPECT_TRUE(
+                    log.Has("5 ZEV_Params::ShouldUseFullRange Auto windowing - window full range? YES\n"));
+            } else {
+                EXPECT_THROW(params.ShouldUseFullRange(), _com_error);
+            }
+            refhost::UseBuiltinConfig(), refhost::FailConfigReads(S_OK);
+            EXPECT_EQ(params.ShouldUseFullRange(), failure == S_OK);
+        });
+    }
 }
 
 }  // namespace

@@ -87,17 +87,4 @@ TEST_F(VendorLibrary, TakesOverOnceItCanBeLoaded) {
     }
 }
 
-// A library stays loaded, so this needs a process of its own.
-TEST_F(VendorLibrary, WithoutTheEntryPointStatisticsDecide) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto run = [this] {
-        const std::vector<int> statistics = Measure(&m_Raster);
-        Install(kBuiltName);
-        const bool same = Measure(&m_Raster) == statistics && Measure(&m_Raster) == statistics;
-        fs::remove_all(m_Directory);
-        std::exit(same ? 0 : 1);
-    };
-    EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
-}
-
 }  // namespace

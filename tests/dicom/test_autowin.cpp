@@ -107,13 +107,10 @@ TEST(AutomaticWindow, SecondOpeningReadsTheCache) {
 
 TEST(AutomaticWindow, CacheOfOneValueIsNone) {
     int width = -7, center = -7;
-    for (const Dicom_Tag& tag :
-         {Dicom_Dictionary::MIREL_AUTO_WIN_WIDTH, Dicom_Dictionary::MIREL_AUTO_WIN_CENTER}) {
-        support::Message msg;
-        msg.Put(tag, Dicom_DS(3));
-        EXPECT_FALSE(ZEV_Dicom::GetAutoWinValuesForImage(&msg, &width, &center));
-        EXPECT_EQ(width, -7);
-    }
+    support::Message half;
+    half.Put(Dicom_Dictionary::MIREL_AUTO_WIN_WIDTH, Dicom_DS(3));
+    EXPECT_FALSE(ZEV_Dicom::GetAutoWinValuesForImage(&half, &width, &center));
+    EXPECT_EQ(width, -7);
     support::Message msg;
     msg.Put(Dicom_Dictionary::MIREL_AUTO_WIN_WIDTH, Dicom_DS(400.7));
     msg.Put(Dicom_Dictionary::MIREL_AUTO_WIN_CENTER, Dicom_DS(-40.9));

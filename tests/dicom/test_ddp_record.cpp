@@ -128,6 +128,8 @@ TEST(Saved, WindowAndSelection) {
          [](Message& m) { m.Window("100", "400").Text(0x00281053, "DS", "4"); }, 100, 400, -1},
         {"a saved slope of 0", nothing, [](Message& m) { m.Window("9", "4").Rescale("0", "5"); }, 9, 4, -1},
         {"an entry by its text", nothing, selected("Linear LUNG"), -600, 1600, 1},
+        {"entry 0 by its text", [&](View& v) { imagesOwn(v), moved(v); }, selected("Linear SOFT"), 40, 400,
+         0},
         {"and a window", nothing, [&](Message& m) { selected("Linear LUNG")(m), m.Window("1", "2"); }, 1, 2,
          1},
         {"compared whole and by case", nothing, selected("Linear lung"), 40, 400, 0},
@@ -172,19 +174,28 @@ TEST(Saved, InversionGammaAndTheUsersFlags) {
             view.Lay();
             EXPECT_TRUE(view.params.GetVisibleInverse());
             EXPECT_EQ(view.params.IsInverse(), !monochrome1);
-            // The window heeds nobody; gamma heeds the user.
+            // The window takes no heed of the user; gamma does.
             EXPECT_EQ(view.params.GetCenter(), 7);
             EXPECT_EQ(view.params.GetGamma(), byUser ? 1.0f : 2.0f);
         }
     }
 }
 
-TEST(Saved, ZeroAndZeroStandsForAutomaticWindowing) {
+TEST(Saved, ZeroAndZeroMeansAutomaticWindowing) {
     View view;
     view.Open();
     view.saved.Window("0.0", "0");
     EXPECT_TRUE(view.params.UpdateFromDDP(&view.saved, &view.msg, nullptr, &view.vec));
     EXPECT_EQ(view.params.GetWidth(), 0) << "nothing to measure";
+    // Nor for a saved entry of an image without any.
+    Message plain, selected;
+    plain.Image(4, 4);
+    selected.Text(Dictionary::MIREL_SELECTED_WINDOWING.GetTag(), "LO", "Linear SOFT");
+    ZEV_Params bare;
+    bare.SetVoiLutManager(new Mapper_WindowingManager(&plain));
+    bare.InitCenter(3), bare.InitWidth(4);
+    EXPECT_TRUE(bare.UpdateFromDDP(&selected, &plain, nullptr, &view.vec));
+    EXPECT_EQ(std::pair(bare.GetCenter(), bare.GetWidth()), std::pair(3, 4));
     auto* pixels = static_cast<std::uint16_t*>(view.raster.GetPixels());
     for (int i = 0; i < 16; ++i) pixels[i] = static_cast<std::uint16_t>(100 * i);
     view.msg.Text(0x00080060, "CS", "CT");

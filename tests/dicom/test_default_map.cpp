@@ -18,7 +18,7 @@ ByName map_operation();
 ByName preset_operation();
 template struct Reach<&ZEV_Dicom::set_default_colormap, &ZEV_Dicom::set_default_windowing_preset>;
 
-/// 1 Bq/ml is 1/1000 SUV by body weight: 50 MBq in 50 kg, told for the moment of the injection.
+/// 1 Bq/ml is 1/1000 SUV by body weight: 50 MBq in 50 kg, measured at the moment of the injection.
 support::Message pet_message() {
     support::Message msg;
     msg.Text(0x00080060, "CS", "PT").Text(0x00101030, "DS", "50").Text(0x00541001, "CS", "BQML");
@@ -131,12 +131,13 @@ TEST_F(DefaultMap, PresetValues) {
         ZEV_WindowingUnits::Units units;
         bool applied;
         W window;
+        double exactWidth;
     } rows[] = {
-        {"ends", -1024, 1024, -1, -1, raw, true, W(0, 2047)},
-        {"negative, rounded towards zero after the half", -1, -1, -40, 400, raw, true, W(-39, 400)},
-        {"SUV ends", 1, 3, 40, 400, suv, true, W(2000, 2000)},
-        {"SUV centre and width", -1, -1, 3, 2, suv, true, W(3000, 2000)},
-        {"no range", 0, 50, -1, -1, percent, false, W(100, 50)},
+        {"ends", -1024, 1024, -1, -1, raw, true, W(0, 2047), 2048},
+        {"negative, rounded towards zero after the half", -1, -1, -40, 400, raw, true, W(-39, 400), 400},
+        {"SUV ends", 1, 3, 40, 400, suv, true, W(2000, 2000), 2000},
+        {"SUV centre and width", -1, -1, 3, 2, suv, true, W(3000, 2000), 2000},
+        {"no range", 0, 50, -1, -1, percent, false, W(100, 50), 0},
     };
     vec.Append(&units);
     for (const auto& row : rows) {
@@ -145,6 +146,11 @@ TEST_F(DefaultMap, PresetValues) {
         const W ends(row.min, row.max), window(row.center, row.width);
         EXPECT_EQ(Apply(ends, window, row.units), row.applied);
         EXPECT_EQ(Window(), row.window);
+        double center = 0, width = 0;
+        EXPECT_EQ(ZEV_Dicom::TranslatePresetValues(&params, &vec, row.min, row.max, row.center, row.width,
+                                                   row.units, &center, &width),
+                  row.applied);
+        EXPECT_EQ(width, row.exactWidth);
     }
     EXPECT_FALSE(ZEV_Dicom::SetWindowingPresetValues(&params, nullptr, 1, 2, 3, 4, suv));
     units.SetMaximalRange(-100.0, 300.0);
@@ -154,8 +160,7 @@ TEST_F(DefaultMap, PresetValues) {
 
 // The key is read once per process.
 TEST_F(DefaultMap, RealWorldValues) {
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
-    const auto child = [this] {
+    support::InOwnProcess([this] {
         refhost::LoadConfigText(R"({"settings": {"gra": {"apply_real_world_to_window": 1}}})", "test");
         support::Message msg;
         Dicom_Msg* const item = msg.AddItem(Dicom_Tag(0x00409096));
@@ -172,37 +177,13 @@ TEST_F(DefaultMap, RealWorldValues) {
         const auto raw = ZEV_WindowingUnits::UNITS_RAW;
         // 90 and 10 are stored 200 and 40, which are -600 and -920 after rescale.
         Apply({10, 90}, {-1, -1}, raw);
-        const bool ends = params.GetWindowMin() == -919 && params.GetWindowMax() == -599;
+        EXPECT_EQ(W(params.GetWindowMin(), params.GetWindowMax()), W(-919, -599));
         Apply({-1, -1}, {50, 80}, raw);
-        const bool window = Window() == W(-759, 320);
-        std::exit(ends && window ? 0 : 1);
-    };
-    EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
-}
-
-// The defaults by modality are read once per process.
-TEST_F(DefaultMap, APetImageOpensOnTheSuvScaleWhereItHasTheData) {
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
-    EXPECT_EXIT(
-        {
-            refhost::UseBuiltinConfig();
-            ZEV_Presets presets;
-            bool right = presets.Init(L"windowing") == 0;
-            support::Message msg = pet_message();
-            msg.Image(2, 2).Window("40", "80");
-            refhost::MemoryRaster raster(2, 2, 12, false);
-            ZEV_Params without;
-            KIT_BaseParamsVec plain(L"plain");
-            plain.Append(&modality);
-            ZEV_Dicom().UpdateFromDicom(&msg, &raster, &without, nullptr, false, true, &plain);
-            right = right && without.GetCenter() == 40 && without.GetMinMaxScaleMode();
-            vec.Append(&units);
-            ZEV_ProcedureColorMapsList::m_pPreviousColorMap = nullptr;
-            ZEV_Dicom().UpdateFromDicom(&msg, &raster, &params, nullptr, false, true, &vec);
-            right = right && Window() == W(5000, 10000) && params.GetColorMap() == without.GetColorMap();
-            std::exit(right ? 0 : 1);
-        },
-        testing::ExitedWithCode(0), "");
+        EXPECT_EQ(Window(), W(-759, 320));
+        double center = 0, width = 0;
+        EXPECT_TRUE(ZEV_Dicom::TranslatePresetValues(&params, &vec, -1, -1, 50, 80, raw, &center, &width));
+        EXPECT_EQ(std::pair(center, width), std::pair(-760.0, 320.0));
+    });
 }
 
 }  // namespace

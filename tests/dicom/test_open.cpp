@@ -43,6 +43,8 @@ TEST(Open, ArgumentsInTheirOrder) {
     EXPECT_EQ(dicom.UpdateFromDicom(&msg, &view.raster, &view.params, nullptr, false, false, nullptr), 0);
 }
 
+using Source = ZEV_WindowSource;
+
 struct WindowRow {
     const char* name;
     std::function<void(Message&)> message;
@@ -50,6 +52,7 @@ struct WindowRow {
     bool force, headerOnly;
     int center, width, initialCenter;
     bool byDicom;
+    Source source;
 };
 
 const std::function<void(View&)> kNothing = [](View&) {};
@@ -65,14 +68,19 @@ const auto kNoCurve = [](Message& m) { m.Window("-40.9", "400", "WHATEVER"); };
 const auto kBogus = [](Message& m) { m.Window("5", "6"), m.Remove(Dicom_Tag(0x00280010)); };
 
 const WindowRow kWindows[] = {
-    {"entry 0", kFraction, kNothing, false, false, 40, 400, 40, true},
-    {"a fallback gives way to entry 0", kWindow, kFallback, false, false, 40, 400, 40, true},
-    {"an initialised window stays the initial one", kWindow, kInitialised, false, false, 40, 400, 7, true},
-    {"forced", kWindow, kByDicom, true, false, 40, 400, 40, true},
-    {"not allowed", kWindow, kNotAllowed, false, false, 7, 8, 7, false},
-    {"no curve: the plain attributes anyhow", kNoCurve, kNotAllowed, false, false, -40, 400, -40, true},
-    {"header only without a window", [](Message&) {}, kNothing, false, true, 1000, 4095, 1000, false},
-    {"a bogus image takes the plain attributes only", kBogus, kNothing, false, false, 5, 6, 5, false},
+    {"entry 0", kFraction, kNothing, false, false, 40, 400, 40, true, Source::kVoiLutEntry},
+    {"a fallback gives way to entry 0", kWindow, kFallback, false, false, 40, 400, 40, true,
+     Source::kVoiLutEntry},
+    {"an initialised window stays the initial one", kWindow, kInitialised, false, false, 40, 400, 7, true,
+     Source::kVoiLutEntry},
+    {"forced", kWindow, kByDicom, true, false, 40, 400, 40, true, Source::kVoiLutEntry},
+    {"not allowed", kWindow, kNotAllowed, false, false, 7, 8, 7, false, Source::kNone},
+    {"no curve: the plain attributes anyhow", kNoCurve, kNotAllowed, false, false, -40, 400, -40, true,
+     Source::kRawAttributes},
+    {"header only without a window", [](Message&) {}, kNothing, false, true, 1000, 4095, 1000, false,
+     Source::kFallback},
+    {"a bogus image takes the plain attributes only", kBogus, kNothing, false, false, 5, 6, 5, false,
+     Source::kRawAttributes},
 };
 
 TEST(Open, WhereTheWindowComesFrom) {
@@ -83,10 +91,15 @@ TEST(Open, WhereTheWindowComesFrom) {
         msg.Image(4, 4);
         row.message(msg);
         row.before(view);
-        EXPECT_EQ(view.Open(msg, row.force, row.headerOnly), 0);
+        ZEV_Dicom dicom;
+        EXPECT_EQ(dicom.UpdateFromDicom(&msg, &view.raster, &view.params, nullptr, row.headerOnly, row.force,
+                                        &view.vec),
+                  0);
+        EXPECT_EQ(dicom.GetWindowSource(), row.source);
         EXPECT_EQ(std::pair(view.params.GetCenter(), view.params.GetWidth()),
                   std::pair(row.center, row.width));
         EXPECT_EQ(view.params.GetInitialCenter(), row.initialCenter);
+        EXPECT_EQ(view.params.GetInitialWidth(), row.initialCenter == 7 ? 8 : row.width);
         EXPECT_EQ(view.params.GetFlagValuesByDicom(), row.byDicom);
         EXPECT_EQ(view.raster.LockDepth(), 0);
     }
@@ -141,7 +154,7 @@ struct PaddingRow {
 TEST(Open, Padding) {
     const PaddingRow rows[] = {
         {"the limit follows the value", L"MG", 0, 7, -1, 7, 7, true},
-        {"unsigned when nobody says", L"MG", -1, 65535, -1, 65535, 65535, true},
+        {"unsigned by default", L"MG", -1, 65535, -1, 65535, 65535, true},
         {"signed", L"CT", 1, 65535, 63536, -1, -2000, false},
         {"a limit alone", L"MG", 0, -1, 9, -100000, 9, false},
     };

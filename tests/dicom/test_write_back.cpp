@@ -99,6 +99,8 @@ TEST(BrightnessAndContrast, LimitsCountsAndMessage) {
     limits.SetContrast(3), target.Update(&limits), target.Update(nullptr);
     EXPECT_EQ(target.GetContrast(), 3);
     EXPECT_EQ(target.GetCount(), limits.GetCount());
+    limits.UpdateContrast(0);
+    EXPECT_EQ(limits.GetCount(), target.GetCount() + 1);
 
     Message msg;
     ZEV_RGBParams p;

@@ -166,6 +166,7 @@ TEST(Copy, SharedPointersAreFreedByTheLastHolder) {
     copy->SetVoiLutManager(copy->GetVoiLutManager());
     copy->SetReferenceRaster(new refhost::MemoryRaster, true);
     ZEV_Params third(*copy);
+    EXPECT_NE(third.GetReferenceRaster(), &first->raster);
     EXPECT_EQ(third.GetReferenceRaster(), copy->GetReferenceRaster());
     first.reset();
     copy.reset();

@@ -8,8 +8,6 @@
 #include <gtest/gtest.h>
 #include <refhost/Config.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 
 #include "support.h"
@@ -43,12 +41,3 @@ protected:
         return text;
     }
 };
-
-/// In a child process: says which condition does not hold and ends with status 1.
-#define CHILD_REQUIRE(condition)                                    \
-    do {                                                            \
-        if (!(condition)) {                                         \
-            std::fprintf(stderr, "%d: %s\n", __LINE__, #condition); \
-            std::exit(1);                                           \
-        }                                                           \
-    } while (false)

@@ -17,7 +17,6 @@ constexpr auto kNone = SPC_Modality::MODALITY_UNKNOWN;
 /// The section runs once per process, so that each case has a process of its own.
 class ColorbarPresetsDeathTest : public PresetsTest {
 protected:
-    ColorbarPresetsDeathTest() { testing::FLAGS_gtest_death_test_style = "threadsafe"; }
     static bool Has(SPC_Modality::MODALITY modality, int units) {
         return ZEV_Presets::HasPreset({modality, static_cast<SPC_MEASUREMENT_UNITS>(units)});
     }
@@ -29,66 +28,38 @@ protected:
 };
 
 TEST_F(ColorbarPresetsDeathTest, GroupsAndTheirMarks) {
-    EXPECT_EXIT(
-        {
-            ZEV_Presets keeper;
-            CHILD_REQUIRE(Nothing() && keeper.NumOfAlwaysVisiblePresets(kPt).second == 0);
-            Trees(kBase + kBar);
-            CHILD_REQUIRE(keeper.Init(L"windowing") == 0);
-            CHILD_REQUIRE(Describe(*keeper.GetColorbarProcedurePresets(kPt, L"suv_bw")) ==
-                          "a 0 5 -1 -1 1; b -1 -1 3 4 1; ");
-            CHILD_REQUIRE(Describe(*keeper.GetColorbarProcedurePresets(kNone, L"SUV")) ==
-                          "d -1 -1 -1 -1 -1; ");
-            CHILD_REQUIRE(keeper.GetColorbarProcedurePresets(kPt, L"SUV_BW") == nullptr);
-            CHILD_REQUIRE(keeper.GetColorbarProcedurePresets(SPC_Modality::MODALITY_CT, L"suv_bw") ==
-                          nullptr);
-            // The first group that is marked stays, though it is empty.
-            CHILD_REQUIRE(ZEV_Presets::GetAlwaysVisibilePresets(kPt) == 6);
-            const ZEV_Presets::UnitsCount& visible = keeper.NumOfAlwaysVisiblePresets(kPt);
-            CHILD_REQUIRE(visible.first == L"percentage_max_range" && visible.second == 0);
-            CHILD_REQUIRE(ZEV_Presets::GetAlwaysVisibilePresets(kNone) == -1);
-            CHILD_REQUIRE(keeper.NumOfAlwaysVisiblePresets(kNone).second == 1);
-            CHILD_REQUIRE(Has(kPt, 2) && Has(kPt, 4) && Has(kPt, 6) && Has(kNone, -1) && !Has(kPt, 3));
+    support::InOwnProcess([] {
+        ZEV_Presets keeper;
+        EXPECT_TRUE(Nothing() && keeper.NumOfAlwaysVisiblePresets(kPt).second == 0);
+        Trees(kBase + kBar);
+        EXPECT_TRUE(keeper.Init(L"windowing") == 0);
+        EXPECT_TRUE(Describe(*keeper.GetColorbarProcedurePresets(kPt, L"suv_bw")) ==
+                    "a 0 5 -1 -1 1; b -1 -1 3 4 1; ");
+        EXPECT_TRUE(Describe(*keeper.GetColorbarProcedurePresets(kNone, L"SUV")) == "d -1 -1 -1 -1 -1; ");
+        EXPECT_TRUE(keeper.GetColorbarProcedurePresets(kPt, L"SUV_BW") == nullptr);
+        EXPECT_TRUE(keeper.GetColorbarProcedurePresets(SPC_Modality::MODALITY_CT, L"suv_bw") == nullptr);
+        // The first group that is marked stays, though it is empty.
+        EXPECT_TRUE(ZEV_Presets::GetAlwaysVisibilePresets(kPt) == 6);
+        const ZEV_Presets::UnitsCount& visible = keeper.NumOfAlwaysVisiblePresets(kPt);
+        EXPECT_TRUE(visible.first == L"percentage_max_range" && visible.second == 0);
+        EXPECT_TRUE(ZEV_Presets::GetAlwaysVisibilePresets(kNone) == -1);
+        EXPECT_TRUE(keeper.NumOfAlwaysVisiblePresets(kNone).second == 1);
+        EXPECT_TRUE(Has(kPt, 2) && Has(kPt, 4) && Has(kPt, 6) && Has(kNone, -1) && !Has(kPt, 3));
 
-            // The bar belongs to the object that read it, and the answers to everybody.
-            ZEV_Presets second;
-            CHILD_REQUIRE(second.Init(L"windowing") == 0 && keeper.Init(L"windowing") == 0);
-            forget_color_maps();
-            CHILD_REQUIRE(second.Init(L"windowing") == 0);
-            CHILD_REQUIRE(second.GetColorbarProcedurePresets(kPt, L"suv_bw") == nullptr);
-            CHILD_REQUIRE(second.NumOfAlwaysVisiblePresets(kPt).first == L"");
-            ZEV_ProcedurePreset* const mine = keeper.GetColorbarProcedurePresets(kPt, L"suv_bw");
-            second = keeper;
-            ZEV_ProcedurePreset* const copied = second.GetColorbarProcedurePresets(kPt, L"suv_bw");
-            CHILD_REQUIRE(copied != nullptr && copied != mine && copied->GetModality() == kPt);
-            keeper = ZEV_Presets();
-            CHILD_REQUIRE(mine->NumOfPresets() == 2 && Has(kPt, 2));
-            std::exit(0);
-        },
-        testing::ExitedWithCode(0), "");
-}
-
-TEST_F(ColorbarPresetsDeathTest, OneTryPerProcess) {
-    // After another name the colour maps are there, and the bar is never read.
-    EXPECT_EXIT(
-        {
-            Trees(kBase + kBar);
-            ZEV_Presets presets;
-            CHILD_REQUIRE(presets.Init(L"highlight") == 0 && presets.Init(L"windowing") == 0 && Nothing());
-            std::exit(0);
-        },
-        testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(
-        {
-            Trees(kBase);
-            ZEV_Presets presets;
-            CHILD_REQUIRE(presets.Init(L"windowing") == -1 && presets.NumOfColorMaps() == 1);
-            Trees(kBase + kBar);
-            forget_color_maps();
-            CHILD_REQUIRE(presets.Init(L"windowing") == 0 && Nothing());
-            std::exit(0);
-        },
-        testing::ExitedWithCode(0), "");
+        // The bar belongs to the object that read it, and the answers to everybody.
+        ZEV_Presets second;
+        EXPECT_TRUE(second.Init(L"windowing") == 0 && keeper.Init(L"windowing") == 0);
+        forget_color_maps();
+        EXPECT_TRUE(second.Init(L"windowing") == 0);
+        EXPECT_TRUE(second.GetColorbarProcedurePresets(kPt, L"suv_bw") == nullptr);
+        EXPECT_TRUE(second.NumOfAlwaysVisiblePresets(kPt).first == L"");
+        ZEV_ProcedurePreset* const mine = keeper.GetColorbarProcedurePresets(kPt, L"suv_bw");
+        second = keeper;
+        ZEV_ProcedurePreset* const copied = second.GetColorbarProcedurePresets(kPt, L"suv_bw");
+        EXPECT_TRUE(copied != nullptr && copied != mine && copied->GetModality() == kPt);
+        keeper = ZEV_Presets();
+        EXPECT_TRUE(mine->NumOfPresets() == 2 && Has(kPt, 2));
+    });
 }
 
 TEST(PairHash, IsFnv1aOfTheBytesLowestFirst) {

@@ -19,7 +19,7 @@ namespace {
 using support::LogCapture;
 using Table = ZEV_WindowingTable<unsigned char, unsigned char>;
 
-/// A parameter whose tables are told apart by their address.
+/// A parameter whose tables differ by their address.
 class Region : public ZEV_MaskableParam {
 public:
     using ZEV_MaskableParam::operator=;
@@ -40,6 +40,16 @@ KIT_PolygonMask* square(double left, double top, double size) {
     return new KIT_PolygonMask(
         {{left, top}, {left + size, top}, {left + size, top + size}, {left, top + size}});
 }
+
+/// Counts its deletions.
+class Counted : public KIT_LinesMask {
+public:
+    explicit Counted(int& deleted) : m_Deleted(deleted) {}
+    ~Counted() override { ++m_Deleted; }
+
+private:
+    int& m_Deleted;
+};
 
 class Masks : public testing::Test {
 protected:
@@ -135,6 +145,12 @@ TEST_F(Masks, TheOwnedMaskMayComeAgainUnderAnotherParameter) {
     masks.UpdateMaskFromParam("a", &b, mask, false, false, false);
     Update();
     EXPECT_EQ(At(3, 3), b.table);
+    // Also an empty one, which is not taken a second time, is deleted once.
+    int deleted = 0;
+    auto* const empty = new Counted(deleted);
+    masks.UpdateMaskFromParam("empty", &a, empty, false, true, false);
+    masks.UpdateMaskFromParam("empty", &b, empty, false, false, false);
+    EXPECT_EQ(deleted, 1);
 }
 
 TEST(PolygonMask, HostileOutlinesStayInsideTheCut) {
@@ -204,10 +220,17 @@ TEST(MaskItem, TolerancesAndMasks) {
     item.SetMask(&empty, KIT_ChangeCounter(7), true);
     EXPECT_EQ(item.GetMask(), nullptr);
     EXPECT_EQ(item.GetMaskCC().GetCount(), 7);
-    KIT_PolygonMask* const mask = square(0, 0, 2);
-    item.SetMask(mask, KIT_ChangeCounter(8), true);
-    item.SetMask(mask, KIT_ChangeCounter(9), true);
-    EXPECT_EQ(item.GetMask(), mask);
+    // The mask that it holds: kept, and owned if it was owned before or is now.
+    int deleted = 0;
+    for (const auto& [before, now] : {std::pair{true, false}, {false, true}}) {
+        auto* const mask = new Counted(deleted);
+        mask->AddRun(0, 0, 1, nullptr);
+        item.SetMask(mask, KIT_ChangeCounter(8), before);
+        item.SetMask(mask, KIT_ChangeCounter(9), now);
+        EXPECT_EQ(item.GetMask(), mask);
+    }
+    item.SetMask(nullptr, KIT_ChangeCounter(10), false);
+    EXPECT_EQ(deleted, 2);
 }
 
 // ---- the twin

@@ -49,10 +49,13 @@ TEST(FastFill, EqualsThePlainFillOnRandomWindows) {
 
 // A guess that is far off must be found out.
 TEST(FastFill, SurvivesAWrongGuess) {
-    const zev::Ramp ramp = zev::ResolveRamp(65536, 0.0f, 1.0f);
-    const zev::ProductSteps steps{ramp.r, 255.999};
-    for (const double scale : {1e-9, 0.01, 1.0, 1e9, -1.0}) {
-        EXPECT_TRUE((same<unsigned char>(ramp, steps, scale, 100.0))) << scale;
+    // The second has steps of one entry.
+    for (const zev::Ramp& ramp :
+         {zev::ResolveRamp(65536, 0.0f, 1.0f), zev::ResolveRamp(512, 0.0f, 511.0f / 512)}) {
+        const zev::ProductSteps steps{ramp.r, 255.999};
+        for (const double scale : {1e-9, 0.01, 1.0, 1e9, -1.0}) {
+            EXPECT_TRUE((same<unsigned char>(ramp, steps, scale, 100.0))) << scale;
+        }
     }
 }
 
