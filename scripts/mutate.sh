@@ -29,7 +29,6 @@ def run(command, cwd=build, limit=None):
 
 
 def prepare():
-    shutil.rmtree(tree, ignore_errors=True)
     tree.mkdir(parents=True, exist_ok=True)
     listing = subprocess.run(["git", "ls-files", "-z"], cwd=root, check=True, stdout=subprocess.PIPE).stdout
     names = {name for name in listing.decode().split("\0") if (root / name).is_file()}

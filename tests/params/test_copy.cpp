@@ -1,8 +1,15 @@
+#include <KIT/KIT_DDPInfo.h>
+
 #include "support.h"
 
 namespace {
 
 using support::Message;
+
+/// Opens a protected operation.
+struct Open : ZEV_Params {
+    using ZEV_Params::RecordDDPInfo;
+};
 
 /// Every value that a way of copying may take over, as text, so that two objects compare at a glance.
 std::string state(ZEV_Params& p) {
@@ -32,7 +39,23 @@ std::string state(ZEV_Params& p) {
     held("map", p.GetColorMap());
     held("dicomMap", p.GetDicomColorMap());
     held("msg", p.GetLastUpdatedMsg());
+    add("width0", p.GetInitialWidth()), add("gamma0", p.GetInitialGamma()), add("range", p.GetPixelRange());
+    add("inits", p.IsCenterInitialized() + 2 * p.IsWidthInitialized() + 4 * p.IsGammaInitialized());
+    DDPInfoVector record;
+    (p.*&Open::RecordDDPInfo)(record, 1);
+    for (KIT_DDPInfo* info : record.GetParamsValues()) {
+        // The selected entry is not copied by every way.
+        const _bstr_t tag(info->m_TagName.data()), value(info->m_Value.data());
+        if (tag != L"MIREL_SELECTED_WINDOWING") s += static_cast<const char*>(value);
+    }
     return s;
+}
+
+/// What shows only after a reset: the saved presentation's map, the default entry.
+std::string state_after_reset(ZEV_Params& p) {
+    p.ResetExceptRaster(true, true);
+    p.SetTableCC(0);
+    return state(p) + std::to_string(p.GetVoiLutSelection());
 }
 
 /// Every member away from its default.
@@ -50,7 +73,9 @@ struct Changed {
         params.SetPixelPaddingValues(3, 9), params.SetUsePadding(true), params.SetIsLocalizer();
         params.SetPhotometricInverse(true), params.SetHighlight(5, 6);
         params.SetReferenceRaster(&raster, false), params.SetLastUpdatedMsg(&msg);
-        params.AddDicomColorMap(new ZEV_ColorMap), params.SetColorMap(&map);
+        raster.Bytes()[2] = 9, params.CalcPixelRange(nullptr, 0, 6);
+        params.AddDicomColorMap(new ZEV_ColorMap), params.SetDPColorMap(&savedMap);
+        params.SetColorMap(&map);
         params.SetChangeColorMapsOnAllDSTypes(true), params.SetMinMaxScaleMode(true);
         params.SetUseRescale(false);
         params.SetWindowingChangedByUser(true), params.SetColormapChangedByUser(true);
@@ -62,8 +87,8 @@ struct Changed {
         params.SetOriginal(false);
     }
     Message msg;
-    refhost::MemoryRaster raster;
-    ZEV_ColorMap map;
+    refhost::MemoryRaster raster{6, 1, 16, false};
+    ZEV_ColorMap map, savedMap;
     ZEV_Params params;
 };
 
@@ -91,6 +116,7 @@ TEST(Copy, AssignmentKeepsTheWindowThoughAnEntryIsSelected) {
     // Running the selection marks the copy's table; every value is the source's.
     target.SetTableCC(source.params.GetTableCC());
     EXPECT_EQ(state(target), state(source.params));
+    EXPECT_EQ(state_after_reset(target), state_after_reset(source.params));
 }
 
 TEST(Copy, CopyConstructorTakesTheEntrysWindow) {
