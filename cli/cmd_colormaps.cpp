@@ -9,6 +9,7 @@
 
 #include "commands.h"
 #include "contact_sheet.h"
+#include "io/atomic_file.h"
 #include "io/png_file.h"
 #include "io/present_error.h"
 #include "io/printable.h"
@@ -116,10 +117,11 @@ void AddColorMapsCommand(CLI::App& app, Run& run) {
     AddConfigOption(*command, options->config);
     command->callback([options, &run] {
         run = [options] {
+            RefuseClashes({options->config}, {options->output});
             LoadConfiguration(options->config);
             if (!options->output.empty()) WritePng(options->output, draw_maps());
             if (options->json) {
-                PrintJson(std::cout, describe_maps());
+                PrintJson(options->output == "-" ? std::cerr : std::cout, describe_maps());
             } else if (options->output.empty()) {
                 print_maps(std::cout);
             }

@@ -1,6 +1,7 @@
 #include <memory>
 
 #include "commands.h"
+#include "io/atomic_file.h"
 #include "io/png_file.h"
 #include "options.h"
 #include "present/brightness.h"
@@ -23,6 +24,7 @@ void AddRenderCommand(CLI::App& app, Run& run) {
     AddViewOptions(*command, options->view);
     command->callback([options, &run] {
         run = [options] {
+            RefuseClashes(InputsOf(options->input, options->presentation, &options->view), {options->output});
             LoadConfiguration(options->presentation.config);
             OpenedImage image(options->input, options->presentation);
             ZEV_RGBParams rgb;

@@ -26,6 +26,7 @@ void say_what_others_miss(OpenedImage& image, const std::string& output) {
 void AddSaveCommand(CLI::App& app, Run& run) {
     struct Options {
         std::string input, output, parameters;
+        bool inPlace = false;
         long mode = static_cast<long>(SaveMode::kPresent);
         PresentationOptions presentation;
         BrightnessOptions brightness;
@@ -37,6 +38,9 @@ void AddSaveCommand(CLI::App& app, Run& run) {
     command->add_option("INPUT", options->input, "DICOM file")->required();
     CLI::Option* output =
         command->add_option("-o,--output", options->output, "Copy of the file with the presentation in it");
+    CLI::Option* inPlace =
+        command->add_flag("--in-place", options->inPlace, "Put the copy in the place of the file itself")
+            ->excludes(output);
     CLI::Option* parameters = command->add_option("--ddp-out", options->parameters, "Display-parameter file");
     command
         ->add_option(
@@ -47,11 +51,13 @@ void AddSaveCommand(CLI::App& app, Run& run) {
     AddPresentationOptions(*command, options->presentation);
     AddBrightnessOptions(*command, options->brightness);
     AddRegionOption(*command, options->view);
-    command->callback([options, output, parameters, &run] {
-        if (output->empty() && parameters->empty()) throw CLI::RequiredError("save: one of -o and --ddp-out");
+    command->callback([options, output, inPlace, parameters, &run] {
+        if (output->empty() && inPlace->empty() && parameters->empty())
+            throw UsageError("save needs an output: -o, --in-place or --ddp-out; see zev help save");
         run = [options] {
-            if (options->output == options->parameters)
-                throw UsageError("-o and --ddp-out name the same file");
+            RefuseClashes(InputsOf(options->input, options->presentation, &options->view),
+                          {options->output, options->parameters});
+            if (options->inPlace) options->output = options->input;
             LoadConfiguration(options->presentation.config);
             OpenedImage image(options->input, options->presentation);
             ZEV_RGBParams rgb;
@@ -75,7 +81,7 @@ void AddSaveCommand(CLI::App& app, Run& run) {
                                    EncodeDisplayParameters(image, static_cast<SaveMode>(options->mode),
                                                            regions, options->parameters));
             }
-            for (const auto& [path, bytes] : files) WriteFileAtomically(path, bytes.data(), bytes.size());
+            WriteFilesAtomically(files);
             if (!options->output.empty()) say_what_others_miss(image, options->output);
         };
     });

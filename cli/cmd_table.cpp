@@ -28,6 +28,7 @@ void AddTableCommand(CLI::App& app, Run& run) {
     AddPresentationOptions(*command, options->presentation);
     command->callback([options, &run] {
         run = [options] {
+            RefuseClashes(InputsOf(options->input, options->presentation), {options->output});
             LoadConfiguration(options->presentation.config);
             OpenedImage image(options->input, options->presentation);
             const TableTarget::Mode mode = options->target == "levels"    ? TableTarget::kLevels

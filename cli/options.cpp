@@ -56,6 +56,18 @@ CLI::Validator OneOf(std::vector<std::string> words) {
     return CLI::Validator(check, "");
 }
 
+std::vector<std::string> InputsOf(const std::string& image, const PresentationOptions& options,
+                                  const ViewOptions* view) {
+    std::vector<std::string> inputs = {image, options.displayParameters, options.config};
+    if (view == nullptr) return inputs;
+    for (const std::string& region : view->regions) {
+        const std::string mask = "mask:";
+        if (region.rfind(mask, 0) == 0)
+            inputs.push_back(region.substr(mask.size(), region.find(';') - mask.size()));
+    }
+    return inputs;
+}
+
 void AddFrameOption(CLI::App& command, PresentationOptions& options) {
     command.add_option("--frame", options.frame, "Frame, from 0")->check(WholeNumberFrom(0, kMostInt));
 }

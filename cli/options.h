@@ -2,6 +2,7 @@
 
 #include <CLI/App.hpp>
 #include <string>
+#include <vector>
 
 #include "present/brightness.h"
 #include "present/presentation.h"
@@ -15,6 +16,10 @@ void AddViewOptions(CLI::App& command, ViewOptions& options);
 /// What the commands that show no picture need of the presentation options.
 void AddFrameOption(CLI::App& command, PresentationOptions& options);
 void AddConfigOption(CLI::App& command, std::string& config);
+
+/// The files that a command reads: the image, display parameters, the configuration, mask pictures of regions.
+std::vector<std::string> InputsOf(const std::string& image, const PresentationOptions& options,
+                                  const ViewOptions* view = nullptr);
 
 /// Checks that a value is a number, or a whole number, within limits, and says so in a sentence if not.
 CLI::Validator NumberFrom(double low, double high);

@@ -1,32 +1,124 @@
 #include "atomic_file.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <memory>
+#include <optional>
 
 #include "present_error.h"
 
-AtomicFile::AtomicFile(const std::string& path) : m_Path(path) {
-    static std::atomic<unsigned> s_Serial{0};
-    // O_EXCL: never through a link that somebody else left there. A name that a killed run left behind is
-    // passed over.
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        m_Temporary = path + ".tmp" + std::to_string(getpid()) + "-" + std::to_string(++s_Serial);
-        m_File = open(m_Temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (m_File >= 0 || errno != EEXIST) break;
+namespace fs = std::filesystem;
+
+namespace {
+
+/// Temporaries of a target are hidden files "NAME.zev-XXXXXX" beside it, locked while their run lives.
+constexpr const char* kMark = ".zev-";
+constexpr std::size_t kRandomLetters = 6;
+constexpr mode_t kNewFile = 0666;
+constexpr mode_t kPermissions = 07777;
+
+bool is_standard_output(const std::string& path) { return path == "-"; }
+
+std::optional<struct stat> status_of(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) return std::nullopt;
+    return status;
+}
+
+fs::path folder_of(const fs::path& path) {
+    return path.has_parent_path() ? path.parent_path() : fs::path(".");
+}
+
+/// A name of something that is open, such as what /dev/stdout points at, is not a place in a directory.
+bool is_open_file(const fs::path& path) { return path.string().rfind("/proc/", 0) == 0; }
+
+/// The file that a path means behind symbolic links, which may be missing itself.
+std::string behind_links(const std::string& path) {
+    constexpr int kMostLinks = 40;
+    fs::path target = path;
+    std::error_code error;
+    for (int i = 0; i < kMostLinks && fs::is_symlink(target, error); ++i) {
+        if (is_open_file(target)) break;
+        const fs::path next = fs::read_symlink(target, error);
+        if (error) break;
+        target = next.is_absolute() ? next : folder_of(target) / next;
     }
-    if (m_File < 0) fail(errno);
+    return target.string();
+}
+
+mode_t permissions_of_a_new_file() {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return kNewFile & ~mask;
+}
+
+/// A temporary whose lock can be had belongs to a run that is dead.
+void remove_leftovers(const fs::path& target) {
+    const std::string start = target.filename().string() + kMark;
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder_of(target), error)) {
+        const std::string name = entry.path().filename().string();
+        if (name.rfind("." + start, 0) != 0 || name.size() != 1 + start.size() + kRandomLetters) continue;
+        const int file = open(entry.path().c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+        if (file < 0) continue;
+        if (flock(file, LOCK_EX | LOCK_NB) == 0) unlink(entry.path().c_str());
+        close(file);
+    }
+}
+
+void sync_folder(const fs::path& folder) {
+    const int file = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (file < 0) return;
+    // Not every file system can do this, and the rename has been done.
+    fsync(file);
+    close(file);
+}
+
+}  // namespace
+
+AtomicFile::AtomicFile(const std::string& path) : m_Path(path), m_Target(behind_links(path)) {
+    const std::optional<struct stat> status = status_of(m_Target);
+    if (status && S_ISDIR(status->st_mode)) fail(EISDIR);
+    if (is_standard_output(path) || is_open_file(m_Target) || (status && !S_ISREG(status->st_mode))) {
+        open_straight();
+    } else {
+        open_temporary();
+    }
 }
 
 AtomicFile::~AtomicFile() {
     if (m_File >= 0) close(m_File);
     if (!m_Temporary.empty()) unlink(m_Temporary.c_str());
+}
+
+void AtomicFile::open_straight() {
+    m_File = is_standard_output(m_Path) ? fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)
+                                        : open(m_Target.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+    if (m_File < 0) fail(errno);
+}
+
+void AtomicFile::open_temporary() {
+    const fs::path target = m_Target;
+    remove_leftovers(target);
+    std::string name = (folder_of(target) / ("." + target.filename().string() + kMark)).string();
+    name += std::string(kRandomLetters, 'X');
+    m_File = mkostemp(name.data(), O_CLOEXEC);
+    if (m_File < 0) fail(errno);
+    m_Temporary = name;
+    // Before another run takes it for a leftover. Where there are no locks, nothing is ever taken for one.
+    flock(m_File, LOCK_EX | LOCK_NB);
+    const std::optional<struct stat> older = status_of(m_Target);
+    // Only a privileged run may keep the owner; where it cannot, the bits that act for the owner go.
+    const bool isOwned = older && fchown(m_File, older->st_uid, older->st_gid) == 0;
+    const mode_t mode = !older ? permissions_of_a_new_file()
+                               : older->st_mode & (isOwned ? kPermissions : kPermissions & ~mode_t{06000});
+    if (fchmod(m_File, mode) != 0) fail(errno);
 }
 
 void AtomicFile::fail(int error) const {
@@ -46,13 +138,23 @@ void AtomicFile::Write(const void* bytes, std::size_t size) {
     }
 }
 
+void AtomicFile::Finish() {
+    if (m_File < 0) return;
+    // A device or a pipe has no disk to reach.
+    if (!m_Temporary.empty() && fsync(m_File) != 0) fail(errno);
+}
+
 void AtomicFile::Commit() {
+    Finish();
+    // While the lock is held, so that no other run takes the temporary for a leftover.
+    if (!m_Temporary.empty()) {
+        if (rename(m_Temporary.c_str(), m_Target.c_str()) != 0) fail(errno);
+        m_Temporary.clear();
+        sync_folder(folder_of(m_Target));
+    }
     const int file = m_File;
     m_File = -1;
-    // Some file systems tell only on closing that there was no room.
     if (close(file) != 0) fail(errno);
-    if (std::rename(m_Temporary.c_str(), m_Path.c_str()) != 0) fail(errno);
-    m_Temporary.clear();
 }
 
 void WriteFileAtomically(const std::string& path, const void* bytes, std::size_t size) {
@@ -61,8 +163,46 @@ void WriteFileAtomically(const std::string& path, const void* bytes, std::size_t
     file.Commit();
 }
 
+void WriteFilesAtomically(const std::vector<std::pair<std::string, std::string>>& files) {
+    std::vector<std::unique_ptr<AtomicFile>> outputs;
+    for (const auto& [path, bytes] : files) {
+        outputs.push_back(std::make_unique<AtomicFile>(path));
+        outputs.back()->Write(bytes.data(), bytes.size());
+        outputs.back()->Finish();
+    }
+    for (const std::unique_ptr<AtomicFile>& output : outputs) output->Commit();
+}
+
+void RefuseClashes(const std::vector<std::string>& inputs, const std::vector<std::string>& outputs) {
+    const auto same = [](const std::string& a, const std::string& b) {
+        if (a.empty() || b.empty()) return false;
+        if (is_standard_output(a) || is_standard_output(b)) return a == b;
+        const std::optional<struct stat> one = status_of(a), other = status_of(b);
+        if (one && other) {
+            const bool isFile = S_ISREG(one->st_mode);
+            return isFile && one->st_dev == other->st_dev && one->st_ino == other->st_ino;
+        }
+        if (one || other) return false;
+        // Neither is there yet: the same name in the same directory.
+        const fs::path first = behind_links(a), second = behind_links(b);
+        std::error_code error;
+        return first.filename() == second.filename() &&
+               fs::equivalent(folder_of(first), folder_of(second), error);
+    };
+    for (std::size_t i = 0; i < outputs.size(); ++i) {
+        for (const std::string& input : inputs) {
+            if (same(outputs[i], input))
+                throw UsageError("the output " + outputs[i] + " is the same file as the input " + input);
+        }
+        for (std::size_t k = 0; k < i; ++k) {
+            if (same(outputs[i], outputs[k]))
+                throw UsageError("the outputs " + outputs[k] + " and " + outputs[i] + " are the same file");
+        }
+    }
+}
+
 void MakeDirectory(const std::string& path) {
     std::error_code error;
-    std::filesystem::create_directories(path, error);
+    fs::create_directories(path, error);
     if (error) throw PresentError(path, "cannot be made: " + error.message());
 }

@@ -314,7 +314,7 @@ TEST_F(Save, PrivateBlockIsFoundOrMade) {
     EXPECT_TRUE(saved.Has(DicomTag(0x7B21, 0x1102)));
     EXPECT_EQ(Info(copy)["gamma"], 2.0);
     // A second time: the same block.
-    ASSERT_EQ(Run("save " + copy + " -o " + copy + " --gamma 3").status, 0);
+    ASSERT_EQ(Run("save " + copy + " --in-place --gamma 3").status, 0);
     EXPECT_FALSE(ReadDicomDataSet(copy).Has(DicomTag(0x7B21, 0x0012)));
     EXPECT_EQ(Info(copy)["gamma"], 3.0);
 }
@@ -365,8 +365,10 @@ TEST_F(Save, RefusalsTakeOneLineAndLeaveNothing) {
         int status;
         std::string says;
     } cases[] = {
-        {"neither output", image, 2, "one of -o and --ddp-out"},
-        {"both the same", image + " -o x.dcm --ddp-out x.dcm", 2, "same file"},
+        {"no output", image, 2, "save needs an output"},
+        {"both the same", image + " -o x.dcm --ddp-out ./x.dcm", 2, "are the same file"},
+        {"onto itself", image + " -o " + m_Directory / "./image.dcm", 2, "is the same file as the input"},
+        {"onto its input", image + " --ddp " + saved + " --ddp-out " + saved, 2, "same file as the input"},
         {"mode", image + " --ddp-out x.dcm --mode 3", 2, "--mode"},
         {"other image", other + " -o x.dcm --ddp " + saved, 1, "belongs to another image, 2.25.4711"},
         {"not such a file", image + " -o x.dcm --force --ddp " + image, 1, "is not a display-parameter file"},

@@ -1,0 +1,128 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "cli/app_test_support.h"
+#include "io/atomic_file.h"
+#include "io/png_file.h"
+#include "io/present_error.h"
+#include "io/printable.h"
+
+namespace {
+
+unsigned mode_of(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 ? status.st_mode : 0U;
+}
+
+TEST(Output, IsWholeOrNotThere) {
+    support::TemporaryDirectory directory;
+    const std::string path = directory / "out.bin", link = directory / "link.bin";
+    support::WriteFile(path, "old");
+    chmod(path.c_str(), 0600);
+    std::filesystem::create_symlink("out.bin", link);
+    // Of a run that was killed, and not of this target.
+    support::WriteFile(directory / ".out.bin.zev-abcdef", "left");
+    support::WriteFile(directory / ".other.bin.zev-abcdef", "kept");
+    {
+        AtomicFile file(link);
+        file.Write("half", 4);
+        file.Finish();
+        EXPECT_EQ(support::ReadFile(path), "old");
+    }
+    EXPECT_EQ(support::ReadFile(path), "old");
+    EXPECT_EQ(directory.Count(), 3U) << "the leftover is gone, and so is this run's temporary";
+    WriteFileAtomically(link, "whole", 5);
+    EXPECT_EQ(support::ReadFile(path), "whole");
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(mode_of(path) & 07777, 0600U);
+    {
+        // The temporary of a run that lives is nobody's leftover.
+        AtomicFile first(path), second(path);
+        first.Write("first", 5);
+        first.Commit();
+        second.Commit();
+    }
+    EXPECT_EQ(support::ReadFile(path), "");
+    for (const char* bad : {"no/out.bin", ""}) {
+        EXPECT_THROW(WriteFilesAtomically({{path, "new"}, {directory / bad, "x"}}), PresentError) << bad;
+        EXPECT_EQ(support::ReadFile(path), "")
+            << "the first output took its place before the second was there";
+    }
+    EXPECT_EQ(directory.Count(), 3U);
+}
+
+TEST(Output, WhatIsNotAFileIsWrittenStraight) {
+    support::TemporaryDirectory directory;
+    const std::string pipe = directory / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+    WriteFileAtomically(pipe, "through", 7);
+    char got[8] = {};
+    EXPECT_EQ(read(reader, got, 7), 7);
+    close(reader);
+    EXPECT_STREQ(got, "through");
+    EXPECT_TRUE(S_ISFIFO(mode_of(pipe)));
+    EXPECT_NO_THROW(WriteFileAtomically("/dev/null", "x", 1));
+    EXPECT_TRUE(S_ISCHR(mode_of("/dev/null")));
+    EXPECT_THROW(WriteFileAtomically("/dev/full", "x", 1), PresentError);
+}
+
+TEST(Output, ClashesAreFoundBehindNames) {
+    support::TemporaryDirectory directory;
+    const std::string file = directory / "a.dcm", link = directory / "link", hard = directory / "hard";
+    support::WriteFile(file, "x");
+    std::filesystem::create_symlink(file, link);
+    std::filesystem::create_hard_link(file, hard);
+    const struct {
+        std::vector<std::string> inputs, outputs;
+        bool clash;
+    } rows[] = {
+        {{file}, {directory / "./a.dcm"}, true},
+        {{file}, {link}, true},
+        {{file}, {hard}, true},
+        {{file}, {directory / "b.dcm"}, false},
+        {{file}, {directory / "b.dcm", directory / "./b.dcm"}, true},
+        {{file, ""}, {directory / "b.dcm", "", ""}, false},
+        {{file}, {"/dev/null", "/dev/null"}, false},
+        {{file}, {"-", "-"}, true},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.outputs));
+        if (row.clash) {
+            EXPECT_THROW(RefuseClashes(row.inputs, row.outputs), UsageError);
+        } else {
+            EXPECT_NO_THROW(RefuseClashes(row.inputs, row.outputs));
+        }
+    }
+}
+
+TEST(Output, TextForATerminalCommandsNothing) {
+    const struct {
+        const char *text, *shown;
+    } rows[] = {
+        {"W\xc3\xa4rme 20 \xe2\x82\xac", "W\xc3\xa4rme 20 \xe2\x82\xac"},
+        {"a\x1b[2Jb\r\n\x7f", "a?[2Jb???"},
+        {"c1 \xc2\x9b turned \xe2\x80\xae", "c1 ? turned ?"},
+        {"cut \xe2\x82 over \xc0\x80 high \xed\xa0\x80", "cut ?? over ?? high ???"},
+    };
+    for (const auto& row : rows) EXPECT_EQ(Printable(row.text), row.shown);
+}
+
+TEST(Output, PngKeepsEveryPixelAndIsGreyWithoutColour) {
+    support::TemporaryDirectory directory;
+    Picture picture(7, 3);
+    for (std::size_t i = 0; i < picture.rgb.size(); ++i)
+        picture.rgb[i] = static_cast<std::uint8_t>(i / 3 * 11);
+    for (bool colour : {false, true}) {
+        if (colour) picture.At(6, 2)[2] ^= 1;
+        WritePng(directory / "p.png", picture);
+        EXPECT_EQ(ReadPng(directory / "p.png").rgb, picture.rgb);
+        // Byte 25 of a PNG file is its colour type: 0 grey, 2 RGB.
+        EXPECT_EQ(support::ReadFile(directory / "p.png")[25], colour ? 2 : 0);
+    }
+}
+
+}  // namespace
