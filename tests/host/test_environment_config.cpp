@@ -126,6 +126,27 @@ TEST_F(EnvironmentConfig, ErrorsNameTheirPlace) {
     EXPECT_THROW(refhost::LoadConfigFile("/dev/zero"), refhost::ConfigError);
 }
 
+TEST_F(EnvironmentConfig, ARequiredTreeIsThereOrNamedWithItsFile) {
+    const std::pair<const char*, const char*> rows[] = {
+        {R"({"trees": {"a\\b": {"procedure": [{}]}}})", ""},
+        {R"({"settings": {}})", "is missing"},
+        {R"({"trees": {"a\\b": "procedure"}})", "is not an object"},
+        {R"({"trees": {"a\\b": {"Modality": "CT"}}})", "is empty"},
+        {R"({"trees": {"a\\b": [{"c": {}}, {"c": {}}]}})", "is defined more than once"},
+    };
+    for (const auto& [text, fault] : rows) {
+        SCOPED_TRACE(text);
+        refhost::LoadConfigText(text, "f.json");
+        std::string what;
+        try {
+            refhost::RequireConfigTree("a\\b");
+        } catch (const refhost::ConfigError& error) {
+            what = error.what();
+        }
+        EXPECT_EQ(what, *fault == 0 ? "" : std::string("f.json: the tree \"a\\b\" ") + fault);
+    }
+}
+
 TEST_F(EnvironmentConfig, NoBrokenTextIsFatal) {
     const std::string good =
         R"({"settings": {"a": [{"k": -1.5e3}, {"t": "\u00e9"}], "b": true}, /* c */ "trees": {}})";

@@ -12,10 +12,9 @@ namespace {
 
 constexpr unsigned kWeight = 0x00101030, kSize = 0x00101020, kSex = 0x00100040, kUnits = 0x00541001,
                    kSuvType = 0x00541006, kDecay = 0x00541102, kSeriesDate = 0x00080021,
-                   kSeriesTime = 0x00080031, kAcqDate = 0x00080022, kAcqTime = 0x00080032,
-                   kAcquired = 0x0008002A, kZone = 0x00080201, kDose = 0x00181074, kHalfLife = 0x00181075,
-                   kStartTime = 0x00181072, kStart = 0x00181078, kFrame = 0x00181242, kReference = 0x00541300,
-                   kCorrected = 0x00280051;
+                   kSeriesTime = 0x00080031, kAcquired = 0x0008002A, kZone = 0x00080201, kDose = 0x00181074,
+                   kHalfLife = 0x00181075, kStartTime = 0x00181072, kStart = 0x00181078, kFrame = 0x00181242,
+                   kReference = 0x00541300, kCorrected = 0x00280051;
 
 using Texts = std::map<unsigned, std::string>;
 

@@ -51,6 +51,7 @@ TEST_F(PresetsTest, BuiltinPalettesAreTheStandards) {
         ZEV_ProcedureColorMaps& set = *presets.GetIthColorMap(i);
         for (int k = 2; k < set.NumOfColorMaps(); ++k) {
             ZEV_ColorMap& map = *set.GetColorMap(k);
+            if (map.GetUID() == _bstr_t("Inverse Grayscale SUV")) continue;  // our own
             const auto found = palettes.find(static_cast<const char*>(map.GetUID()));
             ASSERT_NE(found, palettes.end());
             const Palette& palette = found->second;

@@ -1,4 +1,5 @@
 #include <refhost/Config.h>
+#include <refhost/Unicode.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -78,6 +79,24 @@ void LoadConfigText(const std::string& text, const std::string& name) {
 void UseBuiltinConfig() { LoadConfigText(kBuiltinConfig, kBuiltinName); }
 
 void EnsureConfig() { CurrentConfig(); }
+
+void RequireConfigTree(const std::string& name) {
+    const std::shared_ptr<const ConfigData> data = CurrentConfig();
+    const std::wstring wide = FromUtf8(name);
+    const auto found = data->trees->FindSubTrees(wide);
+    const std::size_t count = static_cast<std::size_t>(found.second - found.first);
+    const ConfigNode* const tree = count == 0 ? nullptr : data->trees->SubTrees()[*found.first].node.get();
+    const char* fault = nullptr;
+    if (data->trees->FindKey(wide) != nullptr)
+        fault = "is not an object";
+    else if (tree == nullptr)
+        fault = "is missing";
+    else if (count > 1)
+        fault = "is defined more than once";
+    else if (tree->SubTrees().empty())
+        fault = "is empty";
+    if (fault != nullptr) throw ConfigError(ConfigName(), 0, 0, "the tree \"" + name + "\" " + fault);
+}
 
 std::string ConfigName() {
     Store& store = TheStore();
