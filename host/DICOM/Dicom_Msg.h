@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <map>
 #include <memory>
+#include <string>
 
 class Dicom_SQ;
 
@@ -83,4 +84,6 @@ private:
     bool is_signed() const;
 
     Elements m_Elements;
+    /// Value of Specific Character Set; an item has that of the message around it until it gets its own.
+    std::string m_CharacterSet;
 };

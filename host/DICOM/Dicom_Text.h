@@ -31,12 +31,16 @@ public:
     void SetText(const std::wstring& text);
     /// As SetText, from the bytes of a file: UTF-8 where they are valid as such, else Latin-1.
     void SetBytes(const void* bytes, std::size_t length);
+    /// The value of Specific Character Set for this value, where its representation follows one: bytes that are
+    /// set afterwards are read in it where they fit, and the value is written in it. Empty for none.
+    void SetCharacterSet(const std::string& characterSet);
 
 private:
     std::string encode() const;
 
     /// With the padding they came with, so that an untouched value goes back as it was.
     std::vector<std::wstring> m_Values;
-    /// The bytes were Latin-1, and go back so while every character allows it.
+    std::string m_CharacterSet;
+    /// Without a usable character set the bytes were Latin-1, and go back so while every character allows it.
     bool m_bLatin1 = false;
 };

@@ -2,6 +2,7 @@
 #include <DICOM/Dicom_DS.h>
 #include <DICOM/Dicom_FL.h>
 #include <DICOM/Dicom_LO.h>
+#include <DICOM/Dicom_Msg.h>
 #include <DICOM/Dicom_OW.h>
 #include <DICOM/Dicom_SQ.h>
 #include <DICOM/Dicom_SS.h>
@@ -134,6 +135,47 @@ TEST(DicomValues, TextKeepsItsBytes) {
         EXPECT_EQ(WholeText(*value), row.text);
         EXPECT_EQ(DumpOf(*value), row.dump);
     }
+}
+
+TEST(DicomValues, TextFollowsTheSpecificCharacterSet) {
+    const struct {
+        const char *set, *vr;
+        std::string bytes;
+        std::wstring text;
+    } rows[] = {
+        {"ISO_IR 100", "LO", "Caf\xC3\xA9 ", L"Caf\u00C3\u00A9"},  // valid UTF-8, and still not
+        {"ISO_IR 101", "LO", "\xB1", L"\u0105"},
+        {"ISO_IR 144", "PN", "\xBB\xEE\xDA", L"\u041B\u044E\u043A"},
+        {"ISO_IR 13", "SH", "\xD4\xCF\xC0^\\\xC0", L"\uFF94\uFF8F\uFF80^\\\uFF80"},
+        {"ISO_IR 166", "LO", "\xA1\xD2", L"\u0E01\u0E32"},
+        {"ISO_IR 192", "LO", "\xE7\x8E\x8B", L"\u738B"},
+        {"GB18030", "LO", "\xCD\xF5\x81\x5C", L"\u738B\u4E57"},
+        {"GBK", "LO", "\xCD\xF5", L"\u738B"},
+        {"\\ISO 2022 IR 87", "PN", "Yamada=\x1B$B;3ED\x1B(B^\x1B$BB@O:\x1B(B",
+         L"Yamada=\u5C71\u7530^\u592A\u90CE"},
+        {"\\ISO 2022 IR 87\\ISO 2022 IR 159", "LO", "\x1B$(D0!\x1B(B", L"\u4E02"},
+        {"\\ISO 2022 IR 149", "PN", "\x1B$)C\xB1\xE8^\x1B$)C\xC8\xF1", L"\uAE40^\uD76C"},
+        {"\\ISO 2022 IR 58", "LO", "\x1B$)A\xCD\xF5 a", L"\u738B a"},
+        {"ISO 2022 IR 100\\ISO 2022 IR 144", "LO", "\xE9 \x1B-L\xBB\\\xE9", L"\u00E9 \u041B\\\u00E9"},
+        // Neither fits: read as without a character set.
+        {"ISO_IR 192", "LO", "M\xFCll", L"M\u00FCll"},
+        {"ISO_IR 7", "LO", "M\xC3\xBC ", L"M\u00FC"},
+        {"\\ISO 2022 IR 87", "LO", "\x1B$B;", L"\x1B$B;"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.set) + ": " + row.bytes);
+        Dicom_Msg msg;
+        msg.PutBytes(Dicom_Tag(0x00080005), "CS", row.set, std::strlen(row.set));
+        Dicom_Msg* const item = msg.AddItem(Dicom_Tag(0x00283010));
+        item->PutBytes(Dicom_Tag(0x00990001), row.vr, row.bytes.data(), row.bytes.size());
+        const Dicom_Type* const value = item->Get(Dicom_Tag(0x00990001));
+        EXPECT_EQ(WholeText(*value), row.text);
+        EXPECT_EQ(DumpOf(*value), row.bytes.size() % 2 == 0 ? row.bytes : row.bytes + ' ');
+    }
+    Dicom_Msg msg;
+    msg.PutBytes(Dicom_Tag(0x00080005), "CS", "ISO_IR 101", 10);
+    msg.Put(Dicom_Tag(0x00281055), Dicom_LO(L"\u0105\u738B", nullptr));
+    EXPECT_EQ(DumpOf(*msg.Get(Dicom_Tag(0x00281055))), "\xB1?");
 }
 
 TEST(DicomValues, NumbersJoinAssignAndLimit) {

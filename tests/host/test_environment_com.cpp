@@ -141,25 +141,6 @@ TEST(EnvironmentCom, CreationFailuresRaiseExceptAMissingInterface) {
     EXPECT_EQ(object, nullptr);
 }
 
-TEST(EnvironmentCom, PointersCountTheirObject) {
-    {
-        com_ptr<IUnknown> a(new Probe, false);
-        com_ptr<IUnknown> b = a;
-        com_ptr<IUnknown> c(std::move(b));
-        a = a.GetInterfacePtr();
-        Probe::s_QueryResult = E_NOINTERFACE;
-        PRM_ITreePtr none = c;
-        EXPECT_TRUE(!none);
-        Probe::s_QueryResult = E_ACCESSDENIED;
-        EXPECT_THROW(none = c, _com_error);
-        EXPECT_TRUE(!none);
-        c.Release();
-        EXPECT_EQ(Probe::s_Alive, 1);
-        EXPECT_THROW(c.Release(), _com_error);
-    }
-    EXPECT_EQ(Probe::s_Alive, 0);
-}
-
 TEST(EnvironmentCom, ErrorsTellWhatTheInterfaceLeftBehind) {
     refhost::LoadConfigText(R"({"settings": {"a": 1}})", "test");
     PRM_ITreePtr tree(CLSID_PRM_Tree);

@@ -86,19 +86,6 @@ TEST_F(EnvironmentLog, FormatsWhateverTheLocale) {
     std::locale::global(before);
 }
 
-TEST_F(EnvironmentLog, LevelsDecide) {
-    for (const int limit : {refhost::kLogOff, 3, 7}) {
-        refhost::SetLogLevel(limit);
-        for (int level = -1; level <= 8; ++level) {
-            const bool written = MirGLog.StoreParams("f", "g", 1, level, 385, 1) != 0;
-            EXPECT_EQ(written, level >= 1 && level <= limit) << level << " of " << limit;
-            m_Lines.clear();
-            MirGLog.Log("x");
-            EXPECT_EQ(m_Lines.size(), written ? 1u : 0u) << "a line whose origin was refused";
-        }
-    }
-}
-
 TEST_F(EnvironmentLog, ArgumentsMayLogThemselves) {
     const auto argument = [](int depth) {
         if (MirGLog.StoreParams("f", "inner", depth, 6, 385, 1) != 0) MirGLog.Log("%d\n", depth);
@@ -158,12 +145,7 @@ TEST(EnvironmentLogDeathTest, TheEnvironmentSwitchesOn) {
     EXPECT_EQ(text.find(" 4\n"), std::string::npos);
     std::remove(file.c_str());
 
-    const char* const outcomes[][2] = {{"4:/dev/null/zev.log", "cannot write to"},
-                                       {"loud", "nothing is logged"}};
-    for (const auto& row : outcomes) {
-        EXPECT_EXIT((setenv("ZEV_LOG", row[0], 1), log()), testing::ExitedWithCode(0), row[1]);
-    }
-    EXPECT_EXIT((unsetenv("ZEV_LOG"), log()), testing::ExitedWithCode(0), "^$");
+    EXPECT_EXIT((setenv("ZEV_LOG", "loud", 1), log()), testing::ExitedWithCode(0), "nothing is logged");
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 
 namespace {
 
+const Dicom_Tag SPECIFIC_CHARACTER_SET(0x00080005);
 const Dicom_Tag PIXEL_REPRESENTATION(0x00280103);
 
 bool IsVr(const char* vr, const char* name) { return vr != nullptr && std::strcmp(vr, name) == 0; }
@@ -36,6 +37,7 @@ Dicom_Msg::~Dicom_Msg() = default;
 Dicom_Msg& Dicom_Msg::operator=(const Dicom_Msg& other) {
     Elements copy(other.m_Elements);
     m_Elements.swap(copy);
+    m_CharacterSet = other.m_CharacterSet;
     return *this;
 }
 
@@ -52,6 +54,14 @@ const Dicom_Type* Dicom_Msg::Get(const Dicom_Tag& tag) const {
 }
 
 void Dicom_Msg::store(const Dicom_Tag& tag, std::unique_ptr<Dicom_Type> value) {
+    if (tag == SPECIFIC_CHARACTER_SET) {
+        m_CharacterSet.clear();
+        for (std::size_t i = 0; i < value->GetVM(); ++i) {
+            m_CharacterSet += (i > 0 ? "\\" : "") + dicom_text::EncodeUtf8(value->GetText(i));
+        }
+    }
+    if (Dicom_Text* const text = dynamic_cast<Dicom_Text*>(value.get()))
+        text->SetCharacterSet(m_CharacterSet);
     const Elements::iterator found = m_Elements.find(tag.GetTag());
     if (found == m_Elements.end()) {
         m_Elements.try_emplace(tag.GetTag(), std::move(value));
@@ -89,6 +99,9 @@ int Dicom_Msg::PutBytes(const Dicom_Tag& tag, const char* claimedVr, const void*
                                      : claimed->IsNumeric() && !(IsShort(vr) && IsShort(claimedVr));
     if (convert) {
         value->Assign(*claimed);
+    } else if (Dicom_Text* const text = dynamic_cast<Dicom_Text*>(value.get())) {
+        text->SetCharacterSet(m_CharacterSet);
+        text->SetBytes(bytes, length);
     } else {
         value = Dicom_Type::FromBytes(vr, bytes, length);
     }
@@ -103,7 +116,10 @@ Dicom_Msg* Dicom_Msg::AddItem(const Dicom_Tag& tag) {
         store(tag, std::make_unique<Dicom_SQ>());
     }
     Dicom_SQ* const sequence = dynamic_cast<Dicom_SQ*>(FindElement(tag, 0)->m_pValue);
-    return sequence == nullptr ? nullptr : sequence->AddItem();
+    if (sequence == nullptr) return nullptr;
+    Dicom_Msg* const item = sequence->AddItem();
+    item->m_CharacterSet = m_CharacterSet;
+    return item;
 }
 
 const Dicom_SQ* Dicom_Msg::GetSequence(const Dicom_Tag& tag) const {

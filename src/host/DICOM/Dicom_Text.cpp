@@ -6,6 +6,7 @@
 #include <DICOM/Dicom_OW.h>
 #include <DICOM/Dicom_SQ.h>
 #include <DICOM/Dicom_Text.h>
+#include <refhost/Charset.h>
 
 #include <algorithm>
 #include <cstring>
@@ -43,10 +44,18 @@ void Dicom_Text::SetText(const std::wstring& text) {
 
 void Dicom_Text::SetBytes(const void* bytes, std::size_t length) {
     const unsigned char* const data = static_cast<const unsigned char*>(bytes);
+    if (const auto declared = refhost::DecodeText(std::string(data, data + length), m_CharacterSet, m_VR)) {
+        SetText(*declared);
+        return;
+    }
     std::wstring text;
     const bool utf8 = dicom_text::DecodeUtf8(data, length, text);
     SetText(utf8 ? text : dicom_text::DecodeLatin1(data, length));
     m_bLatin1 = !utf8;
+}
+
+void Dicom_Text::SetCharacterSet(const std::string& characterSet) {
+    m_CharacterSet = refhost::HasCharacterSet(m_VR) ? characterSet : std::string();
 }
 
 std::string Dicom_Text::encode() const {
@@ -56,7 +65,10 @@ std::string Dicom_Text::encode() const {
         joined += m_Values[i];
     }
     std::string bytes;
-    if (!m_bLatin1 || !dicom_text::EncodeLatin1(joined, bytes)) bytes = dicom_text::EncodeUtf8(joined);
+    if (!m_bLatin1 || !dicom_text::EncodeLatin1(joined, bytes)) {
+        const auto declared = refhost::EncodeText(joined, m_CharacterSet, m_VR);
+        bytes = declared ? *declared : dicom_text::EncodeUtf8(joined);
+    }
     if (bytes.size() % 2 != 0) bytes += IsVr(*this, "UI") ? '\0' : ' ';
     return bytes;
 }

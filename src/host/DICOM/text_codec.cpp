@@ -1,5 +1,8 @@
 #include "text_codec.h"
 
+#include <fast_float/fast_float.h>
+#include <refhost/Unicode.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -12,55 +15,7 @@ namespace dicom_text {
 
 namespace {
 
-const std::uint32_t REPLACEMENT = 0xFFFD;
-
-bool IsSurrogate(std::uint32_t code) { return code >= 0xD800 && code <= 0xDFFF; }
-
-void AppendWide(std::wstring& text, std::uint32_t code) {
-    if (sizeof(wchar_t) == 2 && code >= 0x10000) {
-        text += static_cast<wchar_t>(0xD800 + ((code - 0x10000) >> 10));
-        text += static_cast<wchar_t>(0xDC00 + ((code - 0x10000) & 0x3FF));
-    } else {
-        text += static_cast<wchar_t>(code);
-    }
-}
-
-/// The character at `position`, which moves behind it.
-std::uint32_t NextCode(const std::wstring& text, std::size_t& position) {
-    std::uint32_t code = static_cast<std::uint32_t>(text[position++]);
-    if (sizeof(wchar_t) == 2) code &= 0xFFFF;
-    if (sizeof(wchar_t) == 2 && code >= 0xD800 && code < 0xDC00 && position < text.size()) {
-        const std::uint32_t low = static_cast<std::uint32_t>(text[position]) & 0xFFFF;
-        if (low >= 0xDC00 && low <= 0xDFFF) {
-            ++position;
-            return 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
-        }
-    }
-    return code > 0x10FFFF || IsSurrogate(code) ? REPLACEMENT : code;
-}
-
 bool IsPadding(wchar_t character) { return character == L' ' || character == L'\0'; }
-
-/// Whether a number that is written with these characters but lies outside double is too large; else it is
-/// too small. Decided by the power of ten of its first digit that is not 0.
-bool IsTooLarge(const std::string& digits) {
-    const std::size_t mantissaEnd = std::min(digits.find_first_of("eE"), digits.size());
-    const std::size_t point = std::min(digits.find('.'), mantissaEnd);
-    const std::size_t leading = digits.find_first_of("123456789");
-    if (leading >= mantissaEnd) return false;
-    long long power =
-        leading < point ? static_cast<long long>(point - leading) : -static_cast<long long>(leading - point);
-    if (mantissaEnd < digits.size()) {
-        const bool negative = digits[mantissaEnd + 1] == '-';
-        long long exponent = 0;
-        for (std::size_t i = mantissaEnd + 1; i < digits.size(); ++i) {
-            if (digits[i] < '0' || digits[i] > '9') continue;
-            exponent = std::min(exponent * 10 + (digits[i] - '0'), 1000000000000LL);
-        }
-        power += negative ? -exponent : exponent;
-    }
-    return power > 0;
-}
 
 /// Takes superfluous characters out of an exponent: "e-05" becomes "e-5", "e+20" becomes "e20".
 std::string ShortenExponent(const std::string& text) {
@@ -83,43 +38,17 @@ std::wstring Shortest(T number) {
 }  // namespace
 
 bool DecodeUtf8(const unsigned char* bytes, std::size_t length, std::wstring& text) {
-    text.clear();
-    for (std::size_t i = 0; i < length;) {
-        const unsigned char lead = bytes[i];
-        const std::size_t extra = lead < 0x80 ? 0 : lead < 0xC2 ? 4 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
-        if (extra > 3 || lead > 0xF4 || length - i <= extra) return false;
-        std::uint32_t code = extra == 0 ? lead : lead & (0x3Fu >> extra);
-        for (std::size_t k = 1; k <= extra; ++k) {
-            if ((bytes[i + k] & 0xC0) != 0x80) return false;
-            code = (code << 6) | (bytes[i + k] & 0x3Fu);
-        }
-        const bool overlong = (extra == 2 && code < 0x800) || (extra == 3 && code < 0x10000);
-        if (overlong || IsSurrogate(code) || code > 0x10FFFF) return false;
-        AppendWide(text, code);
-        i += extra + 1;
-    }
-    return true;
+    // What is not UTF-8 comes back as other bytes.
+    const std::string utf8(bytes, bytes + length);
+    text = refhost::FromUtf8(utf8);
+    return EncodeUtf8(text) == utf8;
 }
 
 std::wstring DecodeLatin1(const unsigned char* bytes, std::size_t length) {
     return std::wstring(bytes, bytes + length);
 }
 
-std::string EncodeUtf8(const std::wstring& text) {
-    std::string bytes;
-    for (std::size_t i = 0; i < text.size();) {
-        const std::uint32_t code = NextCode(text, i);
-        if (code < 0x80) {
-            bytes += static_cast<char>(code);
-            continue;
-        }
-        const int extra = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
-        const std::uint32_t mark = extra == 1 ? 0xC0 : extra == 2 ? 0xE0 : 0xF0;
-        bytes += static_cast<char>(mark | (code >> (6 * extra)));
-        for (int k = extra - 1; k >= 0; --k) bytes += static_cast<char>(0x80 | ((code >> (6 * k)) & 0x3F));
-    }
-    return bytes;
-}
+std::string EncodeUtf8(const std::wstring& text) { return refhost::ToUtf8(text.data(), text.size()); }
 
 bool EncodeLatin1(const std::wstring& text, std::string& bytes) {
     bytes.clear();
@@ -152,12 +81,10 @@ bool ParseDecimal(const std::wstring& text, double& number) {
     const char* const last = first + digits.size();
     if (digits.size() > 1 && digits[0] == '+' && digits[1] != '-') ++first;
     double parsed = 0.0;
-    const std::from_chars_result result = std::from_chars(first, last, parsed);
-    if (result.ptr != last || result.ec == std::errc::invalid_argument) return false;
-    if (result.ec == std::errc::result_out_of_range) {
-        const double magnitude = IsTooLarge(digits) ? std::numeric_limits<double>::max() : 0.0;
-        parsed = digits[0] == '-' ? -magnitude : magnitude;
-    }
+    const auto result = fast_float::from_chars(first, last, parsed);
+    if (result.ptr != last || result.ec != std::errc()) return false;
+    constexpr double most = std::numeric_limits<double>::max();
+    parsed = std::max(-most, std::min(parsed, most));
     number = parsed;
     return true;
 }
