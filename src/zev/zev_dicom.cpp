@@ -228,8 +228,7 @@ void ZEV_Dicom::Opening::take_window() {
 void ZEV_Dicom::Opening::take_raw_attributes() {
     if (m_pCenter != nullptr) m_Params.InitCenter(zev::FirstInt(m_pCenter));
     if (m_pWidth != nullptr) m_Params.InitWidth(zev::FirstInt(m_pWidth));
-    if (m_pCenter != nullptr || m_pWidth != nullptr)
-        m_Dicom.m_WindowSource = ZEV_WindowSource::kRawAttributes;
+    m_Dicom.m_WindowSource = ZEV_WindowSource::kRawAttributes;
     m_ValuesByDicom = true;
 }
 

@@ -41,6 +41,7 @@ const MeasureCase kMeasureCases[] = {
     {"mean, zeros below 500 / 10 left out", kMean, 16, kUnsigned, {{0, 8}, {1000, 8}}, 1, 0, 1000},
     // low = (2048 + 250) / 10 = 229 in bins, and -2000 lies in bin 48.
     {"mean, signed, low values left out", kMean, 12, kSigned, {{-2000, 1}, {1000, 3}}, 1, 0, 1000},
+    {"mean, signed, the lowest value counts", kMean, 12, kSigned, {{-2048, 1}, {2047, 1}}, 0, 6141, 0},
     {"mean, centre -3.5 truncated towards 0", kMean, 16, kSigned, {{-3, 1}, {-4, 1}}, 0, 0, -3},
     // 65535 squared is 65534 * 65536 as a float: the variance is -1.
     {"mean, negative variance", kMean, 16, kUnsigned, {{65535, 3}}, 0, 0, 65535},
@@ -57,6 +58,7 @@ const MeasureCase kMeasureCases[] = {
     {"cuts, upper end", kCuts, 16, kUnsigned, {{65535, 1000}, {65534, 3}, {200, 10}, {201, 10}}, 1, 0, 200},
 
     {"range, 16 bits: 99.5%", kRange, 16, kUnsigned, {{5, 10}, {100, 900}, {200, 97}, {300, 3}}, 1, 194, 103},
+    {"range, 16 bits: at the top", kRange, 16, kUnsigned, {{65533, 1}, {65534, 1}, {65535, 1}}, 1, 1, 65534},
     {"range, 16 bits: centre -8.5 truncated", kRange, 12, kSigned, {{-10, 1}, {-8, 1}}, 1, 1, -8},
     {"range, 8 bits: one more to each side", kRange, 8, kUnsigned, {{10, 1}, {20, 1}}, 1, 12, 15},
     {"range, 8 bits: up to the end", kRange, 8, kUnsigned, {{10, 1}, {255, 1}}, 1, 246, 132},

@@ -79,6 +79,8 @@ const WindowRow kWindows[] = {
      Source::kRawAttributes},
     {"header only without a window", [](Message&) {}, kNothing, false, true, 1000, 4095, 1000, false,
      Source::kFallback},
+    {"nor has a bogus image one", [](Message& m) { m.Remove(Dicom_Tag(0x00280010)); }, kNothing, false, false,
+     0, 0, 0, false, Source::kNone},
     {"a bogus image takes the plain attributes only", kBogus, kNothing, false, false, 5, 6, 5, false,
      Source::kRawAttributes},
 };

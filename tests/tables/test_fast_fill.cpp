@@ -14,7 +14,8 @@ namespace {
 template <class Out, class Steps>
 bool same(const zev::Ramp& ramp, const Steps& steps, double scale, double offset) {
     static Out values[zev::kMaxSteps];
-    for (int k = 0; k < zev::kMaxSteps; ++k) values[k] = static_cast<Out>(k * 0x01020304u + 1u);
+    for (int k = 0; k < zev::kMaxSteps; ++k)
+        values[k] = static_cast<Out>(static_cast<unsigned>(k) * 0x01020304u + 1u);
     std::vector<Out> plain(static_cast<std::size_t>(ramp.S), Out{0});
     std::vector<Out> fast(plain);
     zev::FillBelow(plain.data(), ramp, Out{7}), zev::FillBelow(fast.data(), ramp, Out{7});
