@@ -119,6 +119,7 @@ void AddColorMapsCommand(CLI::App& app, Run& run) {
         run = [options] {
             RefuseClashes({options->config}, {options->output});
             LoadConfiguration(options->config);
+            RequireTree("colormaps");
             if (!options->output.empty()) WritePng(options->output, draw_maps());
             if (options->json) {
                 PrintJson(options->output == "-" ? std::cerr : std::cout, describe_maps());

@@ -72,6 +72,7 @@ void AddPresetsCommand(CLI::App& app, Run& run) {
     command->callback([options, &run] {
         run = [options] {
             LoadConfiguration(options->config);
+            RequireTree("windowing");
             if (options->json) {
                 PrintJson(std::cout, describe_presets());
             } else {

@@ -5,6 +5,7 @@
 #include <ZEV/ZEV_ProcedureColorMaps.h>
 #include <ZEV/ZEV_ProcedurePreset.h>
 
+#include <refhost/Config.h>
 #include <refhost/Unicode.h>
 #include <algorithm>
 
@@ -57,6 +58,12 @@ ZEV_Presets& Catalogue() {
     return s_Presets;
 }
 
+void RequireTree(const std::string& name) try {
+    refhost::RequireConfigTree(name);
+} catch (const refhost::ConfigError& error) {
+    throw UsageError(error.what());
+}
+
 void ReadCatalogue() { Catalogue().Init(L"windowing"); }
 
 void ForEachPreset(const std::function<void(const std::string&, const ZEV_PresetValue&)>& visit) {
@@ -90,6 +97,7 @@ ZEV_ColorMap& FindColourMap(const std::string& uidOrName, const std::string& mod
     for (ZEV_ColorMap* found : {byUid, ofModality, ofAny}) {
         if (found != nullptr) return *found;
     }
+    RequireTree("colormaps");
     throw UsageError("no colour map '" + uidOrName + "'" + did_you_mean(uidOrName, names) +
                      "; zev colormaps lists them");
 }
@@ -116,6 +124,7 @@ const ZEV_PresetValue& FindPreset(const std::string& name, const std::string& mo
                          (fitting.empty() ? modality + " has no presets"
                                           : "those of " + modality + " are " + joined(fitting)));
     }
+    RequireTree("windowing");
     fitting.insert(fitting.end(), others.begin(), others.end());
     throw UsageError("no preset '" + name + "'" + did_you_mean(name, fitting) + "; zev presets lists them");
 }

@@ -17,6 +17,10 @@ ZEV_Presets& Catalogue();
 /// be read raises _com_error. The colour maps of the first reading stay.
 void ReadCatalogue();
 
+/// Throws UsageError, with the configuration's name and what is wrong, unless it has a sound tree of that name ("windowing" for
+/// presets, "colormaps"). Opening an image takes a missing tree for an empty one.
+void RequireTree(const std::string& name);
+
 /// Every preset that has a window, in the configuration's order, with the name of its procedure.
 void ForEachPreset(const std::function<void(const std::string& procedure, const ZEV_PresetValue&)>& visit);
 /// Every colour map, in the configuration's order.

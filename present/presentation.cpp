@@ -146,7 +146,7 @@ OpenedImage::OpenedImage(std::shared_ptr<ImageSource> source, const Presentation
     m_View.Append(&m_Modality);
     m_View.Append(&m_Params);
     open();
-    measure_range();
+    offer_maximal_range();
     m_Frozen.SetLiveParams(&m_Params);
     m_Frozen.SetReferenceRaster(&Raster(), false);
     keep_saved_window();
@@ -190,9 +190,10 @@ void OpenedImage::note_constant_pixels() {
                                        ": no window can show a difference"});
 }
 
-/// What the pixels of the frame span is what 0 and 100 per cent stand for.
-void OpenedImage::measure_range() {
-    if (const auto range = ModalityRange()) m_Units.SetMaximalRange(range->first, range->second);
+/// What the pixels of the image span is what 0 and 100 per cent stand for. It costs a look at every frame, and so is left to
+/// the first percentage.
+void OpenedImage::offer_maximal_range() {
+    m_Units.SetMaximalRangeSource([this] { return ModalityRange(); });
 }
 
 std::optional<std::pair<int, int>> OpenedImage::StoredRange() {

@@ -144,7 +144,7 @@ public:
     const std::optional<ModalityWindow>& SavedWindow() const { return m_SavedWindow; }
 
 private:
-    void measure_range();
+    void offer_maximal_range();
     void open();
     void note_constant_pixels();
     bool can_show_suv() const;

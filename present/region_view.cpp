@@ -182,8 +182,8 @@ RegionView::RegionView(OpenedImage& image, const PresentationOptions& presentati
 
 RegionView::~RegionView() { m_Image.View().Remove(&m_Space); }
 
-/// A polygon in image pixels, which the set carries to the screen; or a run list, which it takes as it is: so the app carries it
-/// there and negates it itself.
+/// A polygon in image pixels, which the set brings to the screen; or a run list, which the set takes as it is, so that it is brought
+/// there and negated here.
 KIT_Mask* RegionView::make_mask(const Region& region) const {
     const RegionSpec& spec = region.spec;
     if (spec.shape == RegionSpec::kPolygon) {
@@ -238,7 +238,11 @@ Picture RegionView::Draw() {
     const ZEV_TableParams tableParams(&m_Image.View(), &context, &m_Image.Raster(), &target,
                                       KIT_Rect(0, 0, m_Height, m_Width));
     const bool isColour = m_Image.File().IsColour();
-    if (!isColour) m_Masks.UpdateMasks(tableParams);
+    try {
+        if (!isColour) m_Masks.UpdateMasks(tableParams);
+    } catch (const KIT_PolygonMask::TooComplex& error) {
+        throw UsageError(std::string("--region: ") + error.what());
+    }
 
     const KIT_Raster& raster = m_Image.Raster();
     const unsigned int* const standard = isColour ? nullptr : origin_of(m_Masks.GetDefaultTable(), raster);
