@@ -61,7 +61,7 @@ protected:
     explicit Dicom_Type(const char* vr);
     Dicom_Type(const Dicom_Type&) = default;
     /// The representation belongs to the object, not to the value: an assignment leaves it.
-    Dicom_Type& operator=(const Dicom_Type&) { return *this; }
+    Dicom_Type& operator=(const Dicom_Type&) { return *this; }  // NOLINT(bugprone-unhandled-self-assignment)
 
     /// Whether two single values are equal by the rule of operator==.
     bool same_value(std::size_t index, const Dicom_Type& other, std::size_t otherIndex) const;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <utility>
 #include <vector>
@@ -44,15 +45,15 @@ public:
     Converters& operator=(const Converters&) = delete;
     ~Converters() {
         for (const auto& [names, converter] : m_Open) {
-            if (converter != kNone) iconv_close(converter);
+            if (IsOpen(converter)) iconv_close(converter);
         }
     }
 
     /// Nothing when a byte or a character does not fit.
     std::optional<std::string> Convert(const std::string& text, const char* from, const char* to) {
-        auto [at, isNew] = m_Open.try_emplace({from, to}, kNone);
+        auto [at, isNew] = m_Open.try_emplace({from, to}, nullptr);
         if (isNew) at->second = iconv_open(to, from);
-        if (at->second == kNone) return std::nullopt;
+        if (!IsOpen(at->second)) return std::nullopt;
         iconv(at->second, nullptr, nullptr, nullptr, nullptr);
         std::string result(text.size() * 6 + 16, '\0');
         char* in = const_cast<char*>(text.data());
@@ -65,7 +66,8 @@ public:
     }
 
 private:
-    static inline const iconv_t kNone = reinterpret_cast<iconv_t>(-1);
+    static bool IsOpen(iconv_t converter) { return reinterpret_cast<std::intptr_t>(converter) != -1; }
+
     std::map<std::pair<std::string, std::string>, iconv_t> m_Open;
 };
 

@@ -93,8 +93,8 @@ int Mapper_WindowingManager::Init() {
 }
 
 void Mapper_WindowingManager::add(std::unique_ptr<Mapper_WindowingEntry> entry) {
-    m_Entries.push_back(entry.get());
-    entry.release();
+    m_Entries.push_back(nullptr);
+    m_Entries.back() = entry.release();
 }
 
 void Mapper_WindowingManager::read_pairs(std::vector<std::wstring>& names) {
@@ -164,7 +164,8 @@ int Mapper_WindowingManager::SetVOILUT(Dicom_Msg* msg, const Mapper_WindowingEnt
     msg->Put(WINDOW_CENTER, Dicom_DS(center));
     msg->Put(WINDOW_WIDTH, Dicom_DS(width));
     msg->Put(VOI_LUT_FUNCTION, Dicom_CS(sigmoid ? "SIGMOID" : "LINEAR", nullptr));
-    msg->Put(WINDOW_EXPLANATION, sigmoid ? entry->GetWindowingExplanation() : explanation);
+    if (sigmoid) explanation = entry->GetWindowingExplanation();
+    msg->Put(WINDOW_EXPLANATION, explanation);
     return 1;
 }
 
