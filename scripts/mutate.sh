@@ -4,10 +4,10 @@
 #     scripts/mutate.sh [COUNT [SEED]]        100 mutants, seed from the clock
 #
 # Works on a copy of the sources in build/mutate, without ccache, at -O1. Prints the survivors and the score.
-# tests/mutants-equivalent.txt names mutants that no test can kill, one per line: file | old line | new line | why.
-# A new line of "*" stands for any change of the old one.
+# tests/mutants-equivalent.txt names mutants that no test can kill, one per line: file ~ old line ~
+# new line, which may have wildcards ~ why.
 exec python3 - "$(cd "$(dirname "$0")/.." && pwd)" "$@" <<'PYTHON'
-import collections, os, pathlib, random, re, shutil, subprocess, sys, time
+import collections, fnmatch, os, pathlib, random, re, shutil, subprocess, sys, time
 
 root = pathlib.Path(sys.argv[1])
 count = int(sys.argv[2]) if len(sys.argv) > 2 else 100
@@ -100,12 +100,12 @@ def judge(path, number, new):
 
 
 prepare()
-equivalent = set()
+equivalent = []
 listed = root / "tests" / "mutants-equivalent.txt"
 if listed.exists():
     for line in listed.read_text().split("\n"):
         if line and not line.startswith("#"):
-            equivalent.add(tuple(part.strip() for part in line.split(" | ")[:3]))
+            equivalent.append([part.strip() for part in line.split(" ~ ")[:3]])
 
 candidates = []
 for path in sorted((tree / "src/zev").glob("*.[ch]*")):
@@ -118,8 +118,9 @@ result = collections.Counter()
 for path, number, new in candidates:
     if result["killed"] + result["survived"] + result["equivalent"] >= count:
         break
-    old = (tree / path).read_text().split("\n")[number]
-    if {(path, old.strip(), new.strip()), (path, old.strip(), "*")} & equivalent:
+    old = (tree / path).read_text().split("\n")[number].split("//")[0]
+    if any(entry[:2] == [path, old.strip()] and (new.strip() == entry[2] or fnmatch.fnmatchcase(new.strip(), entry[2]))
+           for entry in equivalent):
         result["equivalent"] += 1
         continue
     verdict = judge(path, number, new)

@@ -86,6 +86,7 @@ TEST(PixelRange, Samples) {
         {"3 columns: one pixel a row", 3, 8, 16, 0, 3, 2000, ""},
         {"2 columns: none", 2, 8, 16, 0, 2, 0, noData},
         {"one row", 10, 1, 16, 0, 10, 3, ""},
+        {"one pixel", 3, 1, 16, 0, 3, 0, ""},
     };
     for (const RangeCase& c : cases) {
         SCOPED_TRACE(c.name);

@@ -105,6 +105,15 @@ TEST(AutomaticWindow, SecondOpeningReadsTheCache) {
     EXPECT_FALSE(log.Has("ZEV_Dicom::auto_win"));
 }
 
+TEST(AutomaticWindow, WithoutPixelsTheWindowFallsBack) {
+    support::Message msg = ct_image();
+    refhost::MemoryRaster none;
+    ZEV_Params params;
+    params.InitCenter(7), params.InitWidth(8);
+    open_image(msg, &none, params);
+    EXPECT_EQ(std::pair(params.GetCenter(), params.GetWidth()), std::pair(1000, 4095));
+}
+
 TEST(AutomaticWindow, CacheOfOneValueIsNone) {
     int width = -7, center = -7;
     support::Message half;

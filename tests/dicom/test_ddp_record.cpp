@@ -28,6 +28,10 @@ std::vector<std::string> entries(DDPInfoVector& record) {
 
 using Actions = std::function<void(Recorded&)>;
 using List = std::vector<std::string>;
+List operator+(List a, const List& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
 
 TEST(Record, ByModeAndState) {
     const Actions nothing = [](Recorded&) {};
@@ -50,6 +54,7 @@ TEST(Record, ByModeAndState) {
         {"nothing saved", nothing, 1, {}, {preset}},
         {"only the centre saved", center, 1, {}, {"WINDOW_CENTER=1"}},
         {"a control entry with a value", nothing, 1, {"x"}, {"SAVE_WINDOW_LEVEL=x", preset}},
+        {"the second entry asks", saved, 1, {"x", ""}, List{"SAVE_WINDOW_LEVEL=x"} + present},
         {"only the first control entry goes", nothing, 4, {"", ""}, {"SAVE_WINDOW_LEVEL="}},
         {"gamma with six decimals", gamma, 4, {}, {"MIREL_GAMMA_WINDOWING_VALUE=1.500000"}},
         {"natural gamma", [](Recorded& p) { p.SetGamma(1.004f); }, 4, {}, {}},

@@ -137,6 +137,7 @@ TEST_F(DefaultMap, PresetValues) {
         {"negative, rounded towards zero after the half", -1, -1, -40, 400, raw, true, W(-39, 400), 400},
         {"SUV ends", 1, 3, 40, 400, suv, true, W(2000, 2000), 2000},
         {"SUV centre and width", -1, -1, 3, 2, suv, true, W(3000, 2000), 2000},
+        {"half a pair", -1, 5, 40, -1, raw, true, W(100, 50), 0},
         {"no range", 0, 50, -1, -1, percent, false, W(100, 50), 0},
     };
     vec.Append(&units);
@@ -149,7 +150,7 @@ TEST_F(DefaultMap, PresetValues) {
         double center = 0, width = 0;
         EXPECT_EQ(ZEV_Dicom::TranslatePresetValues(&params, &vec, row.min, row.max, row.center, row.width,
                                                    row.units, &center, &width),
-                  row.applied);
+                  row.exactWidth > 0);
         EXPECT_EQ(width, row.exactWidth);
     }
     EXPECT_FALSE(ZEV_Dicom::SetWindowingPresetValues(&params, nullptr, 1, 2, 3, 4, suv));

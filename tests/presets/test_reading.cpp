@@ -64,6 +64,10 @@ TEST_F(PresetsTest, WhichTreeIsRead) {
     Trees(R"("windowing": {})");
     ZEV_Presets presets;
     EXPECT_TRUE(presets.Init(L"windowing") == 0 && presets.NumOfPresetLists() == 0);
+    EXPECT_TRUE(presets.GetIthPreset(-1) == nullptr && presets.GetIthPreset(0) == nullptr);
+    EXPECT_EQ(presets.Save(), -1);
+    Trees(R"("windowing": {"p": {"Modality": "PT", "windowing100": {"Name": "beyond the last number"}}})");
+    EXPECT_EQ(presets.Init(L"windowing"), -1);
 }
 
 TEST_F(PresetsTest, ColorMapsAreReadKeyByKey) {
@@ -90,6 +94,9 @@ TEST_F(PresetsTest, ColorMapsAreReadKeyByKey) {
 
     ZEV_ProcedureColorMaps& set = *presets.GetIthColorMap(0);
     ASSERT_EQ(set.NumOfColorMaps(), 5);
+    EXPECT_EQ(set.GetColorMap(5), nullptr);
+    EXPECT_THROW(set.GetColorMap(-1), RWBoundsErr);
+    EXPECT_THROW(set.GetColorMapText(5), RWBoundsErr);
     ZEV_ColorMap& grey = *set.GetColorMap(0);
     EXPECT_TRUE(grey.IsDummy() && grey.GetUID() == ZEV_Presets::GetGrayscaleColormapUID());
     ZEV_ColorMap& inverse = *set.GetColorMap(1);

@@ -44,6 +44,10 @@ TEST(Build, NegativeBoundComesBackOneHigher) {
     p.SetMinMaxScaleMode(true);
     p.SetWindowMax(100), p.SetWindowMin(-3);
     EXPECT_EQ(Build().Read<unsigned char>(p)[0], 5);
+    // Both ends through the rescale: stored 50 and 100.
+    p.SetRescaleSlope(2.0f), p.SetRescaleIntercept(100), p.SetWindowMax(300), p.SetWindowMin(200);
+    EXPECT_EQ(slice(Build().Read<unsigned char>(p), 50, 2), (std::vector<int>{0, 5}));
+    EXPECT_EQ(slice(Build().Read<unsigned char>(p), 99, 2), (std::vector<int>{250, 255}));
 }
 
 TEST(Build, NegativeSlopeReversesEachBuildAndLeavesTheObject) {
