@@ -81,10 +81,8 @@ TEST_F(VendorLibrary, TakesOverOnceItCanBeLoaded) {
         other.m_BitsPerPixel = bits;
         EXPECT_NE(Measure(&other)[1], vendor[1]) << bits;
     }
-    for (const wchar_t* name : {L"VEXOR", L"vexor ", static_cast<const wchar_t*>(nullptr)}) {
-        refhost::SetVendorName(name);
-        EXPECT_EQ(Measure(&m_Raster), statistics);
-    }
+    refhost::SetVendorName(L"vexor ");
+    EXPECT_EQ(Measure(&m_Raster), statistics);
 }
 
 }  // namespace

@@ -168,10 +168,6 @@ TEST(PolygonMask, HostileOutlinesStayInsideTheCut) {
             EXPECT_TRUE(run.left >= 0 && run.left < run.right && run.right <= 10 && run.y >= 0 && run.y < 8);
         }
     }
-    const std::unique_ptr<KIT_PolygonMask> wide(
-        KIT_PolygonMask(rings[2]).IntersectWithDisplayRect(INT_MIN, 0, INT_MAX, 2));
-    const std::unique_ptr<KIT_LinesMask> lines(wide->ConvertToLinesMask());
-    EXPECT_EQ(lines->GetRuns().size(), 2u);
 }
 
 TEST_F(Masks, RefusalsAndEmptySets) {
