@@ -43,7 +43,8 @@ TEST(Open, ArgumentsInTheirOrder) {
     EXPECT_EQ(dicom.UpdateFromDicom(&msg, &view.raster, &view.params, nullptr, false, false, nullptr), 0);
 }
 
-using Source = ZEV_WindowSource;
+constexpr auto kEntry = ZEV_WindowSource::kVoiLutEntry, kRaw = ZEV_WindowSource::kRawAttributes;
+constexpr auto kFixed = ZEV_WindowSource::kFallback, kLeft = ZEV_WindowSource::kNone;
 
 struct WindowRow {
     const char* name;
@@ -52,7 +53,7 @@ struct WindowRow {
     bool force, headerOnly;
     int center, width, initialCenter;
     bool byDicom;
-    Source source;
+    ZEV_WindowSource source;
 };
 
 const std::function<void(View&)> kNothing = [](View&) {};
@@ -66,23 +67,18 @@ const auto kFallback = [](View& v) { v.params.InitCenter(1000), v.params.InitWid
 const auto kFraction = [](Message& m) { m.Window("40.9\\7", "400\\8"); };
 const auto kNoCurve = [](Message& m) { m.Window("-40.9", "400", "WHATEVER"); };
 const auto kBogus = [](Message& m) { m.Window("5", "6"), m.Remove(Dicom_Tag(0x00280010)); };
+const auto kBare = [](Message& m) { m.Remove(Dicom_Tag(0x00280010)); };
 
 const WindowRow kWindows[] = {
-    {"entry 0", kFraction, kNothing, false, false, 40, 400, 40, true, Source::kVoiLutEntry},
-    {"a fallback gives way to entry 0", kWindow, kFallback, false, false, 40, 400, 40, true,
-     Source::kVoiLutEntry},
-    {"an initialised window stays the initial one", kWindow, kInitialised, false, false, 40, 400, 7, true,
-     Source::kVoiLutEntry},
-    {"forced", kWindow, kByDicom, true, false, 40, 400, 40, true, Source::kVoiLutEntry},
-    {"not allowed", kWindow, kNotAllowed, false, false, 7, 8, 7, false, Source::kNone},
-    {"no curve: the plain attributes anyhow", kNoCurve, kNotAllowed, false, false, -40, 400, -40, true,
-     Source::kRawAttributes},
-    {"header only without a window", [](Message&) {}, kNothing, false, true, 1000, 4095, 1000, false,
-     Source::kFallback},
-    {"nor has a bogus image one", [](Message& m) { m.Remove(Dicom_Tag(0x00280010)); }, kNothing, false, false,
-     0, 0, 0, false, Source::kNone},
-    {"a bogus image takes the plain attributes only", kBogus, kNothing, false, false, 5, 6, 5, false,
-     Source::kRawAttributes},
+    {"entry 0", kFraction, kNothing, false, false, 40, 400, 40, true, kEntry},
+    {"a fallback gives way to entry 0", kWindow, kFallback, false, false, 40, 400, 40, true, kEntry},
+    {"an initialised window stays initial", kWindow, kInitialised, false, false, 40, 400, 7, true, kEntry},
+    {"forced", kWindow, kByDicom, true, false, 40, 400, 40, true, kEntry},
+    {"not allowed", kWindow, kNotAllowed, false, false, 7, 8, 7, false, kLeft},
+    {"no curve: plain attributes", kNoCurve, kNotAllowed, false, false, -40, 400, -40, true, kRaw},
+    {"header only without a window", [](Message&) {}, kNothing, false, true, 1000, 4095, 1000, false, kFixed},
+    {"bogus without them", kBare, kNothing, false, false, 0, 0, 0, false, kLeft},
+    {"bogus: plain attributes only", kBogus, kNothing, false, false, 5, 6, 5, false, kRaw},
 };
 
 TEST(Open, WhereTheWindowComesFrom) {

@@ -92,9 +92,10 @@ TEST(Palette, WhichImagesHaveOne) {
     const struct {
         const char *photometric, *presentation;
         bool palette;
-    } rows[] = {{"PALETTE COLOR", nullptr, true}, {"MONOCHROME2", nullptr, false},
-                {"MONOCHROME2", "MIXED", true},   {"MONOCHROME2", "MONOCHROME", false},
-                {nullptr, "COLOR", true},         {nullptr, nullptr, false}};
+    } rows[] = {{"PALETTE COLOR", nullptr, true},
+                {"MONOCHROME2", nullptr, false},
+                {"MONOCHROME2", "MIXED", true},
+                {nullptr, "COLOR", true}};
     for (const auto& row : rows) {
         support::Message msg = palette({{{256, 0, 8, 256}, {256, 0, 8, 256}, {256, 0, 8, 256}}});
         msg.Remove(Dicom_Tag(0x00280004));
