@@ -11,20 +11,14 @@
 
 namespace {
 
-/// Another thread that takes the object's raster lock for a moment. Dies after it got it.
-class Visitor {
-public:
-    explicit Visitor(ZEV_Params& params) {
-        m_Entered = std::async(std::launch::async, [&params] {
-            params.LockReferenceRaster();
-            params.UnlockReferenceRaster();
-        });
-    }
-    bool Waits() { return m_Entered.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout; }
-    bool Enters() { return m_Entered.wait_for(std::chrono::seconds(20)) == std::future_status::ready; }
-
-private:
-    std::future<void> m_Entered;
+/// Another thread that takes the object's raster lock for a moment.
+struct Visitor {
+    explicit Visitor(ZEV_Params& params)
+        : entered(std::async(std::launch::async,
+                             [&params] { params.LockReferenceRaster(), params.UnlockReferenceRaster(); })) {}
+    bool Waits() { return entered.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout; }
+    bool Enters() { return entered.wait_for(std::chrono::seconds(20)) == std::future_status::ready; }
+    std::future<void> entered;
 };
 
 TEST(ReferenceRaster, FrozenCopyPassesRastersOn) {

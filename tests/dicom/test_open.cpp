@@ -3,8 +3,6 @@
 #include <ZEV/ZEV_ProcedureColorMaps.h>
 #include <ZEV/ZEV_ProcedureList.h>
 
-#include <stdexcept>
-
 #include "support.h"
 
 namespace {
@@ -257,22 +255,6 @@ TEST(Open, WhereTheColourMapComesFrom) {
         EXPECT_STREQ(map == nullptr ? nullptr : map->GetName(), row.expected);
     }
     list.clearAndDestroy();
-}
-
-/// A raster that fails while it is locked.
-class ThrowingRaster : public refhost::MemoryRaster {
-public:
-    ThrowingRaster() : MemoryRaster(4, 4, 12, false) {}
-    void* GetPixels() override { throw std::runtime_error("no pixels"); }
-};
-
-TEST(Open, TheRasterIsUnlockedAlsoWhenAnExceptionPasses) {
-    View view;
-    ThrowingRaster raster;
-    Message msg;
-    msg.Image(4, 4);
-    EXPECT_THROW(view.Open(msg, false, false, &raster), std::runtime_error);
-    EXPECT_EQ(raster.LockDepth(), 0);
 }
 
 }  // namespace
