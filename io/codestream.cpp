@@ -75,6 +75,7 @@ CodestreamHeader read_jpeg2000(const Bytes& bytes, std::size_t at) {
             header.height = bottom - top;
             header.components = static_cast<int>(bytes.Big16(body + 34));
             header.bits = static_cast<int>((bytes.At(body + 36) & 0x7F) + 1);
+            header.isSigned = (bytes.At(body + 36) & 0x80) != 0;
         } else if (marker == 0x52) {  // COD
             if (length >= 12 && bytes.At(body + 4) != 0) header.colour = CodestreamHeader::kRgb;
         } else if (marker == 0x90) {  // the first tile: no more about the image

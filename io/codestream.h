@@ -11,6 +11,8 @@ struct CodestreamHeader {
     std::uint32_t height = 0;
     int components = 0;
     int bits = 0;
+    /// Only JPEG 2000 has signed samples.
+    bool isSigned = false;
     /// The three components are luminance and two colour differences, or turn into red, green and blue on
     /// decoding.
     enum Colour { kUntold, kYbr, kRgb };

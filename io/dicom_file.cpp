@@ -89,19 +89,7 @@ void DicomFile::take_colour(const StoredFrame& frame) {
     m_Colour = ConvertToTrueColour(frame, palette);
 }
 
-void DicomFile::take_mono(const StoredFrame& stored) {
-    StoredFrame frame = stored;
-    // A padding value that the stored bits cannot hold is meant for the whole allocated sample.
-    if (m_DataSet.Has(tag::kPixelPaddingValue) && frame.bitsAllocated <= 16) {
-        const int word = m_DataSet.Word(tag::kPixelPaddingValue, 0);
-        const int padding = frame.isSigned ? static_cast<std::int16_t>(word) : word;
-        const int half = 1 << (frame.bitsStored - 1);
-        const bool fits = frame.isSigned ? padding >= -half && padding < half : padding < 2 * half;
-        if (!fits) {
-            frame.bitsStored = frame.bitsAllocated;
-            frame.highBit = frame.bitsAllocated - 1;
-        }
-    }
+void DicomFile::take_mono(const StoredFrame& frame) {
     m_Mono.bits = frame.bitsStored;
     m_Mono.isSigned = frame.isSigned;
     m_Mono.Resize(frame.Pixels());

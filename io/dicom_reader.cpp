@@ -76,6 +76,19 @@ bool has_signed_pixels(const gdcm::DataSet& source) {
 
 // ---- Header
 
+/// A padding value that the stored bits cannot hold is meant for the whole allocated sample.
+void widen_for_padding(const DicomDataSet& dataSet, StoredFrame* frame) {
+    const bool isMono = frame->samples == 1 && frame->photometric != "PALETTE COLOR";
+    if (!isMono || frame->bitsAllocated > 16 || !dataSet.Has(tag::kPixelPaddingValue)) return;
+    const int word = dataSet.Word(tag::kPixelPaddingValue, 0);
+    const int padding = frame->isSigned ? static_cast<std::int16_t>(word) : word;
+    const int half = 1 << (frame->bitsStored - 1);
+    const bool fits = frame->isSigned ? padding >= -half && padding < half : padding < 2 * half;
+    if (fits) return;
+    frame->bitsStored = frame->bitsAllocated;
+    frame->highBit = frame->bitsAllocated - 1;
+}
+
 /// Takes nothing on trust that a decoder or an allocation depends on.
 PixelHeader read_header(const DicomDataSet& dataSet, const gdcm::DataSet& source) {
     if (!source.FindDataElement(gdcm::Tag(0x7FE0, 0x0010))) {
@@ -126,6 +139,7 @@ PixelHeader read_header(const DicomDataSet& dataSet, const gdcm::DataSet& source
     } else if (frame.photometric != "MONOCHROME1" && frame.photometric != "PALETTE COLOR") {
         frame.photometric = "MONOCHROME2";
     }
+    widen_for_padding(dataSet, &frame);
     return header;
 }
 

@@ -141,6 +141,30 @@ void decode_rle(const std::string& bytes, StoredFrame* frame) {
     }
 }
 
+/// Limits decoded samples to the stored bits where the stream has more: lossy coding overshoots, and without its
+/// top bits white would come out black. Samples are sign-extended over the stream's bits if the frame is signed.
+/// Streams of unsigned samples hold signed ones as bit patterns, which may be those of the stored bits alone: then
+/// no sample reaches beyond these bits, and there is nothing to limit.
+void limit_samples(const CodestreamHeader& stream, StoredFrame* frame) {
+    const int bits = std::min(stream.bits, 8 * frame->sampleBytes);
+    if (bits <= frame->bitsStored) return;
+    const std::size_t count = frame->Pixels() * static_cast<std::size_t>(frame->samples);
+    const std::int64_t range = std::int64_t{1} << bits, stored = std::int64_t{1} << frame->bitsStored;
+    const auto pattern = [&](std::size_t i) { return std::int64_t{frame->Bits(i)} & (range - 1); };
+    if (!stream.isSigned) {
+        bool isBeyond = false;
+        for (std::size_t i = 0; i < count && !isBeyond; ++i) isBeyond = pattern(i) >= stored;
+        if (!isBeyond) return;
+    }
+    const std::int64_t low = frame->isSigned ? -stored / 2 : 0, high = low + stored - 1;
+    for (std::size_t i = 0; i < count; ++i) {
+        std::int64_t value = pattern(i);
+        if (value >= range / 2 && (frame->isSigned || stream.isSigned)) value -= range;
+        put_sample(frame->data, i, frame->sampleBytes,
+                   static_cast<std::uint32_t>(std::clamp(value, low, high)));
+    }
+}
+
 void decode_stream(std::string bytes, const gdcm::TransferSyntax& syntax, const PixelHeader& header,
                    StoredFrame* frame) {
     const CodestreamHeader stream = ReadCodestreamHeader(bytes);
@@ -201,6 +225,7 @@ void decode_stream(std::string bytes, const gdcm::TransferSyntax& syntax, const 
     frame->bitsAllocated = format.GetBitsAllocated();
     frame->bitsStored = std::min<int>(frame->bitsStored, frame->bitsAllocated);
     frame->highBit = frame->bitsStored - 1;
+    limit_samples(stream, frame);
 
     if (frame->samples == 3 && stream.colour != CodestreamHeader::kUntold) {
         frame->photometric = stream.colour == CodestreamHeader::kRgb ? "RGB" : "YBR_FULL";
