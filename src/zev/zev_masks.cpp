@@ -80,7 +80,7 @@ void ZEV_Masks::UpdateMaskFromParam(std::string name, ZEV_MaskableParam* param, 
     }
     if (found->GetMask() == nullptr || found->GetMaskCC().GetCount() != param->GetMaskCC()) {
         found->SetMask(mask, KIT_ChangeCounter(param->GetMaskCC()), ownsMask || given != nullptr);
-        if (found->GetMask() == mask) given.release();
+        if (found->GetMask() == mask) static_cast<void>(given.release());
     }
 }
 
@@ -97,7 +97,7 @@ void ZEV_Masks::add_item(std::string name, ZEV_MaskableParam* param, KIT_Mask* m
     } else {
         node.front() = new LineItem(std::move(name), param, lines, ownsMask);
     }
-    owned.release();
+    static_cast<void>(owned.release());
     m_Items.splice(atFront ? m_Items.begin() : m_Items.end(), node);
 }
 
