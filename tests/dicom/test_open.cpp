@@ -231,7 +231,7 @@ TEST(Open, WhereTheColourMapComesFrom) {
     list.clearAndDestroy();
     auto* const set = new ZEV_ProcedureColorMaps(L"PT");
     for (const auto& [uid, name] :
-         {std::pair(L"1.2.840.10008.1.5.2", L"of PET"), std::pair(L"1.2.3", L"other")}) {
+         {std::pair(L"Inverse Grayscale SUV", L"of PET"), std::pair(L"1.2.3", L"other")}) {
         auto* const map = new ZEV_ColorMap;
         map->SetUID(uid), map->SetName(name);
         set->AddColorMap(map, L"");
