@@ -57,6 +57,7 @@ constexpr std::uint32_t kPetUnits = DicomTag(0x0054, 0x1001);
 constexpr std::uint32_t kPresentationLutShape = DicomTag(0x2050, 0x0020);
 constexpr std::uint32_t kSharedFunctionalGroups = DicomTag(0x5200, 0x9229);
 constexpr std::uint32_t kPerFrameFunctionalGroups = DicomTag(0x5200, 0x9230);
+constexpr std::uint32_t kPixelData = DicomTag(0x7FE0, 0x0010);
 constexpr std::uint32_t kItem = DicomTag(0xFFFE, 0xE000);
 constexpr std::uint32_t kItemDelimitation = DicomTag(0xFFFE, 0xE00D);
 constexpr std::uint32_t kSequenceDelimitation = DicomTag(0xFFFE, 0xE0DD);

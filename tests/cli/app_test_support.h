@@ -11,6 +11,9 @@
 #include <vector>
 
 #include "cli/samples.h"
+#include "io/dicom_elements.h"
+#include "io/dicom_tags.h"
+#include "io/dicom_writer.h"
 
 namespace support {
 
@@ -70,6 +73,51 @@ inline std::vector<std::map<std::string, std::string>> Manifest() {
         rows.push_back(row);
     }
     return rows;
+}
+
+using Texts = std::vector<std::pair<std::uint32_t, std::string>>;
+
+/// `side` x `side` pixels of `bits` bits whose stored value is the pixel's number, with decimal strings by tag.
+inline DicomDataSet Ramp(const std::string& modality, const Texts& decimals, int side = 16, int bits = 8) {
+    DicomDataSet set;
+    set.PutText(tag::kSopClass, "UI", "1.2.840.10008.5.1.4.1.1.4");
+    set.PutText(tag::kSopInstance, "UI", "2.25.4711");
+    set.PutText(tag::kModality, "CS", modality);
+    set.PutText(tag::kPhotometricInterpretation, "CS", "MONOCHROME2");
+    const int allocated = bits <= 8 ? 8 : 16;
+    for (const auto& [tag, value] : {std::pair{tag::kSamplesPerPixel, 1},
+                                     {tag::kRows, side},
+                                     {tag::kColumns, side},
+                                     {tag::kBitsAllocated, allocated},
+                                     {tag::kBitsStored, bits},
+                                     {tag::kHighBit, bits - 1},
+                                     {tag::kPixelRepresentation, 0}})
+        set.PutWord(tag, "US", value);
+    for (const auto& [tag, text] : decimals) set.PutText(tag, "DS", text);
+    std::string pixels;
+    for (int i = 0; i < side * side; ++i) {
+        pixels += static_cast<char>(i & 0xFF);
+        if (allocated > 8) pixels += static_cast<char>(i >> 8);
+    }
+    set.elements[tag::kPixelData] = DicomElement{allocated > 8 ? "OW" : "OB", std::move(pixels), {}};
+    return set;
+}
+
+/// A PT image in which 1 Bq/ml is 1/1000 SUV by body weight: 50 MBq in 50 kg, at the moment of the injection.
+inline DicomDataSet PetRamp(const Texts& decimals) {
+    DicomDataSet set = Ramp("PT", decimals);
+    set.PutText(tag::kPetUnits, "CS", "BQML");
+    set.PutText(DicomTag(0x0054, 0x1102), "CS", "ADMIN");
+    set.PutText(DicomTag(0x0028, 0x0051), "CS", "ATTN\\DECY");
+    set.PutText(DicomTag(0x0010, 0x1030), "DS", "50");
+    DicomDataSet drug;
+    drug.PutText(DicomTag(0x0018, 0x1074), "DS", "50000000");
+    set.elements[DicomTag(0x0054, 0x0016)] = DicomElement{"SQ", "", {drug}};
+    return set;
+}
+
+inline void WriteImage(const std::string& path, const DicomDataSet& set) {
+    WriteFile(path, EncodeDicomFile(set));
 }
 
 }  // namespace support

@@ -3,7 +3,6 @@
 #include <cmath>
 
 #include "io/dicom_file.h"
-#include "io/dicom_writer.h"
 #include "io/png_file.h"
 #include "io/present_error.h"
 #include "present/presentation.h"
@@ -15,45 +14,7 @@ namespace {
 using Json = nlohmann::json;
 using Presets = support::ProgramTest;
 
-using Texts = std::vector<std::pair<std::uint32_t, std::string>>;
-
-constexpr std::uint32_t kModality = DicomTag(0x0008, 0x0060), kWeight = DicomTag(0x0010, 0x1030),
-                        kCenter = DicomTag(0x0028, 0x1050), kWidth = DicomTag(0x0028, 0x1051),
-                        kIntercept = DicomTag(0x0028, 0x1052), kSlope = DicomTag(0x0028, 0x1053),
-                        kUnits = DicomTag(0x0054, 0x1001), kDecay = DicomTag(0x0054, 0x1102);
-
-/// 16 x 16 pixels of 8 bits whose stored value is the pixel's number.
-DicomDataSet ramp(const std::string& modality, const Texts& decimals) {
-    DicomDataSet set;
-    set.PutText(DicomTag(0x0008, 0x0016), "UI", "1.2.840.10008.5.1.4.1.1.4");
-    set.PutText(DicomTag(0x0008, 0x0018), "UI", "2.25.4712");
-    set.PutText(kModality, "CS", modality);
-    set.PutText(DicomTag(0x0028, 0x0004), "CS", "MONOCHROME2");
-    for (const auto& [element, value] :
-         {std::pair{0x2, 1}, {0x10, 16}, {0x11, 16}, {0x100, 8}, {0x101, 8}, {0x102, 7}, {0x103, 0}})
-        set.PutWord(DicomTag(0x0028, static_cast<unsigned>(element)), "US", value);
-    for (const auto& [tag, text] : decimals) set.PutText(tag, "DS", text);
-    std::string pixels;
-    for (int i = 0; i < 256; ++i) pixels += static_cast<char>(i);
-    set.elements[DicomTag(0x7FE0, 0x0010)] = DicomElement{"OB", pixels, {}};
-    return set;
-}
-
-/// 1 Bq/ml is 1/1000 SUV by body weight: 50 MBq in 50 kg, told for the moment of the injection.
-DicomDataSet pet(const Texts& decimals) {
-    DicomDataSet set = ramp("PT", decimals);
-    set.PutText(kUnits, "CS", "BQML");
-    set.PutText(kDecay, "CS", "ADMIN");
-    set.PutText(kWeight, "DS", "50");
-    DicomDataSet drug;
-    drug.PutText(DicomTag(0x0018, 0x1074), "DS", "50000000");
-    set.elements[DicomTag(0x0054, 0x0016)] = DicomElement{"SQ", "", {drug}};
-    return set;
-}
-
-void write(const std::string& path, const DicomDataSet& set) {
-    support::WriteFile(path, EncodeDicomFile(set));
-}
+constexpr std::uint32_t kWeight = DicomTag(0x0010, 0x1030), kDecay = DicomTag(0x0054, 0x1102);
 
 TEST_F(Presets, ListsTellWhatIsConfigured) {
     const std::string config = m_Directory / "c.json", strips = m_Directory / "strips.png";
@@ -179,15 +140,18 @@ TEST_F(Presets, WithoutItsDataAPetImageKeepsItsWindowAndSaysWhy) {
     } rows[] = {
         {"nothing lost", 0, ""},
         {"weight", kWeight, "the patient's weight"},
-        {"units", kUnits, "pixel values in Bq/ml or SUV"},
+        {"units", tag::kPetUnits, "pixel values in Bq/ml or SUV"},
         {"dose", DicomTag(0x0054, 0x0016), "the injected dose"},
         {"decay", kDecay, "the kind of decay correction"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        DicomDataSet set = pet({{kCenter, "40"}, {kWidth, "70"}, {kSlope, "100"}, {kIntercept, "0"}});
+        DicomDataSet set = support::PetRamp({{tag::kWindowCenter, "40"},
+                                             {tag::kWindowWidth, "70"},
+                                             {tag::kRescaleSlope, "100"},
+                                             {tag::kRescaleIntercept, "0"}});
         set.Remove(row.lost);
-        write(path, set);
+        support::WriteImage(path, set);
         const Json info = Info(path);
         const support::Outcome preset = Run("info --preset 'SUV 0-5' " + path);
         if (row.lost == 0) {
@@ -207,11 +171,16 @@ TEST_F(Presets, WithoutItsDataAPetImageKeepsItsWindowAndSaysWhy) {
 
 TEST_F(Presets, FractionsAreWindowedInStoredValues) {
     const std::string path = m_Directory / "f.dcm", png = m_Directory / "f.png";
-    DicomDataSet uptake = pet({{kSlope, "0.05"}, {kIntercept, "0"}, {kCenter, "3"}, {kWidth, "6"}});
-    uptake.PutText(kUnits, "CS", "GML");
+    DicomDataSet uptake = support::PetRamp({{tag::kRescaleSlope, "0.05"},
+                                            {tag::kRescaleIntercept, "0"},
+                                            {tag::kWindowCenter, "3"},
+                                            {tag::kWindowWidth, "6"}});
+    uptake.PutText(tag::kPetUnits, "CS", "GML");
     // Values from 12.75 down to 0, told by entry 1 in fractions.
-    const DicomDataSet falling =
-        ramp("MR", {{kSlope, "-0.05"}, {kIntercept, "12.75"}, {kCenter, "6\\6.4"}, {kWidth, "12\\0.7"}});
+    const DicomDataSet falling = support::Ramp("MR", {{tag::kRescaleSlope, "-0.05"},
+                                                      {tag::kRescaleIntercept, "12.75"},
+                                                      {tag::kWindowCenter, "6\\6.4"},
+                                                      {tag::kWindowWidth, "12\\0.7"}});
     const struct {
         const char* name;
         const DicomDataSet& set;
@@ -230,7 +199,7 @@ TEST_F(Presets, FractionsAreWindowedInStoredValues) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        write(path, row.set);
+        support::WriteImage(path, row.set);
         const Json info = Info(path + row.options);
         EXPECT_EQ(info["windowUnits"], row.units);
         const bool inStored = info["windowUnits"] == "stored";

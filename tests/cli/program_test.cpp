@@ -3,7 +3,6 @@
 #include <regex>
 
 #include "io/dicom_file.h"
-#include "io/dicom_writer.h"
 #include "io/png_file.h"
 #include "io/present_error.h"
 #include "program_support.h"
@@ -173,33 +172,17 @@ TEST_F(Program, RealFilesOpenToTheirFirstWindow) {
     }
 }
 
-/// A 64 x 64 image of 12 bits whose stored value is its pixel's number.
-void write_ramp(const std::string& path, const std::vector<std::pair<std::uint32_t, std::string>>& decimals) {
-    DicomDataSet set;
-    set.PutText(DicomTag(0x0008, 0x0016), "UI", "1.2.840.10008.5.1.4.1.1.4");
-    set.PutText(DicomTag(0x0008, 0x0018), "UI", "2.25.4711");
-    set.PutText(DicomTag(0x0008, 0x0060), "CS", "MR");
-    set.PutWord(DicomTag(0x0028, 0x0002), "US", 1);
-    set.PutText(DicomTag(0x0028, 0x0004), "CS", "MONOCHROME2");
-    for (const auto& [element, value] :
-         {std::pair{0x10, 64}, {0x11, 64}, {0x100, 16}, {0x101, 12}, {0x102, 11}, {0x103, 0}})
-        set.PutWord(DicomTag(0x0028, static_cast<unsigned>(element)), "US", value);
-    for (const auto& [tag, text] : decimals) set.PutText(tag, "DS", text);
-    std::string pixels;
-    for (int i = 0; i < 4096; ++i) {
-        pixels += static_cast<char>(i & 0xFF);
-        pixels += static_cast<char>(i >> 8);
-    }
-    set.elements[DicomTag(0x7FE0, 0x0010)] = DicomElement{"OW", std::move(pixels), {}};
-    support::WriteFile(path, EncodeDicomFile(set));
+/// A 64 x 64 image of 12 bits.
+void write_ramp(const std::string& path, const support::Texts& decimals) {
+    support::WriteImage(path, support::Ramp("MR", decimals, 64, 12));
 }
-
-constexpr std::uint32_t kCenter = DicomTag(0x0028, 0x1050), kWidth = DicomTag(0x0028, 0x1051),
-                        kIntercept = DicomTag(0x0028, 0x1052), kSlope = DicomTag(0x0028, 0x1053);
 
 TEST_F(Program, FractionsArePresentedInStoredValues) {
     const std::string map = m_Directory / "map.dcm", png = m_Directory / "map.png";
-    write_ramp(map, {{kSlope, "0.0001"}, {kIntercept, "-0.05"}, {kCenter, "0.15"}, {kWidth, "0.2"}});
+    write_ramp(map, {{tag::kRescaleSlope, "0.0001"},
+                     {tag::kRescaleIntercept, "-0.05"},
+                     {tag::kWindowCenter, "0.15"},
+                     {tag::kWindowWidth, "0.2"}});
     const Json info = Info(map);
     EXPECT_EQ(info["windowUnits"], "stored");
     EXPECT_EQ(info["center"], 2000);
@@ -213,16 +196,19 @@ TEST_F(Program, FractionsArePresentedInStoredValues) {
     // Options are told after rescale.
     EXPECT_EQ(Info(map + " --center 0.25 --width 0.1")["center"], 3000);
     // Without a window, and where the values are large, in their own way.
-    write_ramp(map, {{kSlope, "0.0001"}});
+    write_ramp(map, {{tag::kRescaleSlope, "0.0001"}});
     EXPECT_EQ(Info(map)["windowSource"], "automatic");
     EXPECT_NEAR(Info(map)["width"].get<int>(), 4014, 4);
-    write_ramp(map, {{kSlope, "0.684"}, {kIntercept, "200"}, {kCenter, "1600"}, {kWidth, "2800"}});
+    write_ramp(map, {{tag::kRescaleSlope, "0.684"},
+                     {tag::kRescaleIntercept, "200"},
+                     {tag::kWindowCenter, "1600"},
+                     {tag::kWindowWidth, "2800"}});
     EXPECT_EQ(Info(map)["windowUnits"], "modality");
 }
 
 TEST_F(Program, AutoTellsWhatIsMeasured) {
     const std::string ramp = m_Directory / "ramp.dcm";
-    write_ramp(ramp, {{kCenter, "7"}, {kWidth, "8"}});
+    write_ramp(ramp, {{tag::kWindowCenter, "7"}, {tag::kWindowWidth, "8"}});
     const auto measured = [&](const std::string& options) {
         const Outcome outcome = Run("auto --json " + ramp + options);
         EXPECT_EQ(outcome.status, 0) << outcome.err;

@@ -7,7 +7,6 @@
 
 #include "io/dicom_editor.h"
 #include "io/dicom_reader.h"
-#include "io/dicom_writer.h"
 #include "io/png_file.h"
 #include "io/present_error.h"
 #include "present/brightness.h"
@@ -19,36 +18,7 @@ namespace {
 using Save = support::ProgramTest;
 using Json = nlohmann::json;
 
-constexpr std::uint32_t kImageType = DicomTag(0x0008, 0x0008), kInstance = DicomTag(0x0008, 0x0018),
-                        kDerivation = DicomTag(0x0008, 0x2111), kCenter = DicomTag(0x0028, 0x1050),
-                        kWidth = DicomTag(0x0028, 0x1051), kIntercept = DicomTag(0x0028, 0x1052),
-                        kSlope = DicomTag(0x0028, 0x1053), kExplanation = DicomTag(0x0028, 0x1055),
-                        kFunction = DicomTag(0x0028, 0x1056), kTables = DicomTag(0x0028, 0x3010),
-                        kFrameVoi = DicomTag(0x0028, 0x9132), kShared = DicomTag(0x5200, 0x9229),
-                        kFrames = DicomTag(0x5200, 0x9230), kPixels = DicomTag(0x7FE0, 0x0010);
-
 DicomElement text(const char* vr, const std::string& value) { return {vr, value, {}}; }
-
-/// 16 x 16 pixels of 8 bits whose stored value is the pixel's number.
-DicomDataSet ramp(const std::vector<std::pair<std::uint32_t, const char*>>& decimals) {
-    DicomDataSet set;
-    set.PutText(DicomTag(0x0008, 0x0016), "UI", "1.2.840.10008.5.1.4.1.1.4");
-    set.PutText(kInstance, "UI", "2.25.4711");
-    set.PutText(DicomTag(0x0008, 0x0060), "CS", "MR");
-    set.PutText(DicomTag(0x0028, 0x0004), "CS", "MONOCHROME2");
-    for (const auto& [element, value] :
-         {std::pair{0x2, 1}, {0x10, 16}, {0x11, 16}, {0x100, 8}, {0x101, 8}, {0x102, 7}, {0x103, 0}})
-        set.PutWord(DicomTag(0x0028, static_cast<unsigned>(element)), "US", value);
-    for (const auto& [tag, value] : decimals) set.PutText(tag, "DS", value);
-    std::string pixels;
-    for (int i = 0; i < 256; ++i) pixels += static_cast<char>(i);
-    set.elements[kPixels] = DicomElement{"OB", pixels, {}};
-    return set;
-}
-
-void write(const std::string& path, const DicomDataSet& set) {
-    support::WriteFile(path, EncodeDicomFile(set));
-}
 
 /// Every test image that `zev table` takes: monochrome and sound.
 std::vector<std::string> monochrome_images() {
@@ -116,18 +86,24 @@ TEST_F(RoundTrip, EveryMonochromeImage) {
 TEST_F(RoundTrip, HardCases) {
     const struct {
         const char* name;
-        std::vector<std::pair<std::uint32_t, const char*>> decimals;
+        support::Texts decimals;
         /// What was saved into the file before, and what is chosen then.
         const char *before, *options;
     } cases[] = {
-        {"fractions", {{kSlope, "0.001"}, {kIntercept, "0.5"}}, "", "--center 0.55 --width 0.1234"},
-        {"fractions, upside down", {{kSlope, "-0.001"}, {kIntercept, "0.5"}}, "", "--center 0.4 --width 0.1"},
+        {"fractions",
+         {{tag::kRescaleSlope, "0.001"}, {tag::kRescaleIntercept, "0.5"}},
+         "",
+         "--center 0.55 --width 0.1234"},
+        {"fractions, upside down",
+         {{tag::kRescaleSlope, "-0.001"}, {tag::kRescaleIntercept, "0.5"}},
+         "",
+         "--center 0.4 --width 0.1"},
         {"fractions beside whole numbers",
-         {{kSlope, "0.5"}, {kIntercept, "0"}},
+         {{tag::kRescaleSlope, "0.5"}, {tag::kRescaleIntercept, "0"}},
          "",
          "--center 49.9 --width 60"},
         {"whole numbers beside fractions",
-         {{kSlope, "0.5"}, {kIntercept, "0"}},
+         {{tag::kRescaleSlope, "0.5"}, {tag::kRescaleIntercept, "0"}},
          "",
          "--center 50.4 --width 30"},
         {"natural gamma after another one", {}, "--gamma 2", "--gamma 1"},
@@ -141,7 +117,7 @@ TEST_F(RoundTrip, HardCases) {
     for (const auto& row : cases) {
         SCOPED_TRACE(row.name);
         const std::string path = m_Directory / "image.dcm", plain = m_Directory / "plain.dcm";
-        write(plain, ramp(row.decimals));
+        support::WriteImage(plain, support::Ramp("MR", row.decimals));
         ASSERT_EQ(Run("save " + plain + " -o " + path + " " + row.before).status, 0);
         Check(path, row.options);
     }
@@ -149,16 +125,12 @@ TEST_F(RoundTrip, HardCases) {
 
 /// A map of SUV type brings its scale with it when an image is opened; a window saved over it stays.
 TEST_F(RoundTrip, SavedWindowHoldsAgainstSuvScale) {
-    DicomDataSet set = ramp({{kSlope, "100"}, {kIntercept, "0"}, {kCenter, "9000"}, {kWidth, "18000"}});
-    set.PutText(DicomTag(0x0008, 0x0060), "CS", "PT");
-    set.PutText(DicomTag(0x0010, 0x1030), "DS", "50");
-    set.PutText(DicomTag(0x0054, 0x1001), "CS", "BQML");
-    set.PutText(DicomTag(0x0054, 0x1102), "CS", "ADMIN");
-    DicomDataSet drug;
-    drug.PutText(DicomTag(0x0018, 0x1074), "DS", "50000000");
-    set.elements[DicomTag(0x0054, 0x0016)] = DicomElement{"SQ", "", {drug}};
+    const DicomDataSet set = support::PetRamp({{tag::kRescaleSlope, "100"},
+                                               {tag::kRescaleIntercept, "0"},
+                                               {tag::kWindowCenter, "9000"},
+                                               {tag::kWindowWidth, "18000"}});
     const std::string path = m_Directory / "pet.dcm";
-    write(path, set);
+    support::WriteImage(path, set);
     ASSERT_EQ(Info(path)["windowSource"], "colormap-suv");
     for (const char* options :
          {"", "--center 7000 --width 12000", "--colormap 'PET 20 Step' --center 5 --width 9"})
@@ -174,19 +146,21 @@ TEST_F(Save, CopyKeepsEverythingElse) {
         const std::string copy = m_Directory / "copy.dcm";
         ASSERT_EQ(Run("save '" + path + "' --gamma 1.5 --center 77 --width 99 -o " + copy).status, 0);
         DicomDataSet before = ReadDicomDataSet(path), after = ReadDicomDataSet(copy);
-        EXPECT_NE(after.Text(kInstance), before.Text(kInstance));
-        const std::string type = after.Text(kImageType);
+        EXPECT_NE(after.Text(tag::kSopInstance), before.Text(tag::kSopInstance));
+        const std::string type = after.Text(tag::kImageType);
         EXPECT_TRUE(type.rfind("DERIVED", 0) == 0 || type.rfind("MIXED", 0) == 0) << type;
-        EXPECT_NE(after.Text(kDerivation).find("saved"), std::string::npos);
-        std::vector<std::uint32_t> mayChange = {kInstance, kImageType,   kDerivation, kCenter,
-                                                kWidth,    kExplanation, kFunction};
+        EXPECT_NE(after.Text(tag::kDerivationDescription).find("saved"), std::string::npos);
+        std::vector<std::uint32_t> mayChange = {
+            tag::kSopInstance, tag::kImageType,         tag::kDerivationDescription, tag::kWindowCenter,
+            tag::kWindowWidth, tag::kWindowExplanation, tag::kVoiLutFunction};
         for (const unsigned element : {0x10U, 0x1001U, 0x1002U})
             mayChange.push_back(DicomTag(0x7B21, element));
         for (DicomDataSet* set : {&before, &after}) {
             for (const std::uint32_t tag : mayChange) set->Remove(tag);
-            for (const std::uint32_t groups : {kShared, kFrames}) {
+            for (const std::uint32_t groups :
+                 {tag::kSharedFunctionalGroups, tag::kPerFrameFunctionalGroups}) {
                 for (std::size_t i = 0; set->Has(groups) && i < set->Find(groups)->items.size(); ++i)
-                    set->elements[groups].items[i].Remove(kFrameVoi);
+                    set->elements[groups].items[i].Remove(tag::kFrameVoiLutSequence);
             }
         }
         ByteWriter first, second;
@@ -206,13 +180,13 @@ TEST_F(Save, CopyKeepsEverythingElse) {
 
 TEST_F(Save, WindowGoesDownAsEntryOrPair) {
     const std::string image = m_Directory / "image.dcm", copy = m_Directory / "copy.dcm";
-    DicomDataSet set = ramp({{kCenter, "40\\80"}, {kWidth, "90\\30"}});
-    set.PutText(kExplanation, "LO", "A\\B");
+    DicomDataSet set = support::Ramp("MR", {{tag::kWindowCenter, "40\\80"}, {tag::kWindowWidth, "90\\30"}});
+    set.PutText(tag::kWindowExplanation, "LO", "A\\B");
     DicomDataSet table;
     table.elements[DicomTag(0x0028, 0x3002)] = DicomElement{"US", std::string("\x02\0\x10\0\x08\0", 6), {}};
     table.PutText(DicomTag(0x0028, 0x3003), "LO", "STEP");
     table.elements[DicomTag(0x0028, 0x3006)] = DicomElement{"OW", std::string("\0\0\xFF\0", 4), {}};
-    set.elements[kTables] = DicomElement{"SQ", "", {table}};
+    set.elements[tag::kVoiLutSequence] = DicomElement{"SQ", "", {table}};
     const struct {
         const char *name, *function, *options, *center, *width, *explanation, *functionAfter;
     } cases[] = {
@@ -224,29 +198,30 @@ TEST_F(Save, WindowGoesDownAsEntryOrPair) {
     };
     for (const auto& row : cases) {
         SCOPED_TRACE(row.name);
-        set.Remove(kFunction);
-        if (*row.function != '\0') set.PutText(kFunction, "CS", row.function);
-        write(image, set);
+        set.Remove(tag::kVoiLutFunction);
+        if (*row.function != '\0') set.PutText(tag::kVoiLutFunction, "CS", row.function);
+        support::WriteImage(image, set);
         ASSERT_EQ(Run("save " + image + " -o " + copy + " " + row.options).status, 0);
         const DicomDataSet saved = ReadDicomDataSet(copy);
-        EXPECT_EQ(saved.Text(kCenter), row.center);
-        EXPECT_EQ(saved.Text(kWidth), row.width);
-        EXPECT_EQ(saved.Text(kExplanation), row.explanation);
-        EXPECT_EQ(saved.Text(kFunction), row.functionAfter);
-        EXPECT_EQ(saved.Has(kCenter), *row.center != '\0');
-        ASSERT_NE(saved.FirstItem(kTables), nullptr);
-        EXPECT_EQ(saved.FirstItem(kTables)->Text(DicomTag(0x0028, 0x3003)), "STEP");
+        EXPECT_EQ(saved.Text(tag::kWindowCenter), row.center);
+        EXPECT_EQ(saved.Text(tag::kWindowWidth), row.width);
+        EXPECT_EQ(saved.Text(tag::kWindowExplanation), row.explanation);
+        EXPECT_EQ(saved.Text(tag::kVoiLutFunction), row.functionAfter);
+        EXPECT_EQ(saved.Has(tag::kWindowCenter), *row.center != '\0');
+        ASSERT_NE(saved.FirstItem(tag::kVoiLutSequence), nullptr);
+        EXPECT_EQ(saved.FirstItem(tag::kVoiLutSequence)->Text(DicomTag(0x0028, 0x3003)), "STEP");
     }
 }
 
 /// The file's own rescale is kept, which the library knows in coarser numbers only.
 TEST_F(Save, RescaleAndPaletteStayUnlessChosen) {
     const std::string image = m_Directory / "image.dcm", copy = m_Directory / "copy.dcm";
-    write(image, ramp({{kSlope, "1.23456789012"}, {kIntercept, "-10.5"}}));
+    support::WriteImage(image, support::Ramp("MR", {{tag::kRescaleSlope, "1.23456789012"},
+                                                    {tag::kRescaleIntercept, "-10.5"}}));
     ASSERT_EQ(Run("save " + image + " -o " + copy + " --center 30 --width 50").status, 0);
     DicomDataSet saved = ReadDicomDataSet(copy);
-    EXPECT_EQ(saved.Text(kSlope), "1.23456789012");
-    EXPECT_EQ(saved.Text(kIntercept), "-10.5");
+    EXPECT_EQ(saved.Text(tag::kRescaleSlope), "1.23456789012");
+    EXPECT_EQ(saved.Text(tag::kRescaleIntercept), "-10.5");
     EXPECT_FALSE(saved.Has(DicomTag(0x0028, 0x1101)));
     ASSERT_EQ(Run("save " + image + " -o " + copy + " --colormap 'Hot Iron'").status, 0);
     saved = ReadDicomDataSet(copy);
@@ -259,21 +234,22 @@ TEST_F(Save, RescaleAndPaletteStayUnlessChosen) {
 TEST_F(Save, FunctionalGroupsGetTheirOwnWindow) {
     const auto group = [](const char* center) {
         DicomDataSet window, item;
-        window.PutText(kCenter, "DS", center);
-        window.PutText(kWidth, "DS", "100");
-        item.elements[kFrameVoi] = DicomElement{"SQ", "", {window}};
+        window.PutText(tag::kWindowCenter, "DS", center);
+        window.PutText(tag::kWindowWidth, "DS", "100");
+        item.elements[tag::kFrameVoiLutSequence] = DicomElement{"SQ", "", {window}};
         return item;
     };
     const auto window_of = [](const DicomDataSet& set, std::uint32_t groups, std::size_t item) {
         const DicomElement* element = set.Find(groups);
         if (element == nullptr || item >= element->items.size()) return std::string("none");
-        const DicomDataSet* voi = element->items[item].FirstItem(kFrameVoi);
-        return voi == nullptr ? std::string("none") : voi->Text(kCenter) + "/" + voi->Text(kWidth);
+        const DicomDataSet* voi = element->items[item].FirstItem(tag::kFrameVoiLutSequence);
+        return voi == nullptr ? std::string("none")
+                              : voi->Text(tag::kWindowCenter) + "/" + voi->Text(tag::kWindowWidth);
     };
     const std::string image = m_Directory / "image.dcm", copy = m_Directory / "copy.dcm";
-    DicomDataSet set = ramp({});
+    DicomDataSet set = support::Ramp("MR", {});
     set.PutText(DicomTag(0x0028, 0x0008), "IS", "2");
-    set.elements[kPixels].bytes += set.elements[kPixels].bytes;
+    set.elements[tag::kPixelData].bytes += set.elements[tag::kPixelData].bytes;
     const struct {
         const char* name;
         std::vector<DicomDataSet> shared, frames;
@@ -286,15 +262,15 @@ TEST_F(Save, FunctionalGroupsGetTheirOwnWindow) {
     };
     for (const auto& row : cases) {
         SCOPED_TRACE(row.name);
-        set.elements[kShared] = DicomElement{"SQ", "", row.shared};
-        set.elements[kFrames] = DicomElement{"SQ", "", row.frames};
-        write(image, set);
+        set.elements[tag::kSharedFunctionalGroups] = DicomElement{"SQ", "", row.shared};
+        set.elements[tag::kPerFrameFunctionalGroups] = DicomElement{"SQ", "", row.frames};
+        support::WriteImage(image, set);
         ASSERT_EQ(Run("save " + image + " -o " + copy + " --frame 1 --center 7 --width 8").status, 0);
         const DicomDataSet saved = ReadDicomDataSet(copy);
-        EXPECT_EQ(window_of(saved, kShared, 0), row.sharedAfter);
-        EXPECT_EQ(window_of(saved, kFrames, 0), row.firstAfter);
-        EXPECT_EQ(window_of(saved, kFrames, 1), row.secondAfter);
-        EXPECT_FALSE(saved.Has(kCenter));
+        EXPECT_EQ(window_of(saved, tag::kSharedFunctionalGroups, 0), row.sharedAfter);
+        EXPECT_EQ(window_of(saved, tag::kPerFrameFunctionalGroups, 0), row.firstAfter);
+        EXPECT_EQ(window_of(saved, tag::kPerFrameFunctionalGroups, 1), row.secondAfter);
+        EXPECT_FALSE(saved.Has(tag::kWindowCenter));
         EXPECT_EQ(Info(copy + " --frame 1")["center"], 7);
     }
 }
@@ -302,10 +278,10 @@ TEST_F(Save, FunctionalGroupsGetTheirOwnWindow) {
 TEST_F(Save, PrivateBlockIsFoundOrMade) {
     const std::string image = m_Directory / "image.dcm", copy = m_Directory / "copy.dcm";
     const std::uint32_t creator = DicomTag(0x7B21, 0x0010), foreign = DicomTag(0x7B21, 0x1002);
-    DicomDataSet set = ramp({});
+    DicomDataSet set = support::Ramp("MR", {});
     set.PutText(creator, "LO", "SOMEBODY ELSE");
     set.elements[foreign] = text("LO", "not a gamma ");
-    write(image, set);
+    support::WriteImage(image, set);
     ASSERT_EQ(Run("save " + image + " -o " + copy + " --gamma 2").status, 0);
     DicomDataSet saved = ReadDicomDataSet(copy);
     EXPECT_EQ(saved.Text(creator), "SOMEBODY ELSE");
@@ -324,7 +300,7 @@ TEST_F(Save, PrivateBlockIsFoundOrMade) {
 TEST_F(Save, DisplayParameterModes) {
     const std::string image = m_Directory / "image.dcm", first = m_Directory / "first.dcm";
     const std::string file = m_Directory / "file.dcm";
-    write(image, ramp({{kCenter, "40"}, {kWidth, "90"}}));
+    support::WriteImage(image, support::Ramp("MR", {{tag::kWindowCenter, "40"}, {tag::kWindowWidth, "90"}}));
     ASSERT_EQ(Run("save " + image + " --center 11 --width 12 --ddp-out " + first).status, 0);
     const struct {
         const char *name, *options, *center, *preset;
@@ -340,10 +316,10 @@ TEST_F(Save, DisplayParameterModes) {
         if (options.back() == ' ') options += first;
         ASSERT_EQ(Run("save " + image + " --gamma 2 --ddp-out " + file + " " + options).status, 0);
         const DicomDataSet saved = ReadDicomDataSet(file);
-        EXPECT_EQ(saved.Text(kCenter), row.center);
+        EXPECT_EQ(saved.Text(tag::kWindowCenter), row.center);
         EXPECT_EQ(saved.Text(DicomTag(0x7B21, 0x1008)), row.preset);
         EXPECT_TRUE(saved.Has(DicomTag(0x7B21, 0x1002)));
-        EXPECT_FALSE(saved.Has(kSlope) || saved.Has(kIntercept));
+        EXPECT_FALSE(saved.Has(tag::kRescaleSlope) || saved.Has(tag::kRescaleIntercept));
         EXPECT_EQ(saved.FirstItem(DicomTag(0x0008, 0x1140))->Text(DicomTag(0x0008, 0x1155)), "2.25.4711");
     }
 }
@@ -352,13 +328,13 @@ TEST_F(Save, RefusalsTakeOneLineAndLeaveNothing) {
     const std::string image = m_Directory / "image.dcm", other = m_Directory / "other.dcm";
     const std::string saved = m_Directory / "saved.dcm", longText = m_Directory / "long.dcm";
     const std::string nameless = m_Directory / "nameless.dcm", bare = m_Directory / "bare.dcm";
-    DicomDataSet set = ramp({{kCenter, "40"}, {kWidth, "90"}});
-    write(image, set);
+    DicomDataSet set = support::Ramp("MR", {{tag::kWindowCenter, "40"}, {tag::kWindowWidth, "90"}});
+    support::WriteImage(image, set);
     ASSERT_EQ(Run("save " + image + " --center 1 --width 2 --ddp-out " + saved).status, 0);
-    set.PutText(kExplanation, "LO", std::string(58, 'x'));
-    set.PutText(kInstance, "UI", "2.25.9");
-    write(other, set);
-    write(longText, set);
+    set.PutText(tag::kWindowExplanation, "LO", std::string(58, 'x'));
+    set.PutText(tag::kSopInstance, "UI", "2.25.9");
+    support::WriteImage(other, set);
+    support::WriteImage(longText, set);
     support::WriteFile(bare, support::ReadFile(image).substr(132));
     const struct {
         std::string name, arguments;
@@ -393,9 +369,9 @@ TEST_F(Save, RefusalsTakeOneLineAndLeaveNothing) {
 /// A limit on the size of files stands for a full disk.
 TEST_F(Save, HalfFinishedSaveLeavesTheOldFile) {
     const std::string image = m_Directory / "image.dcm", copy = m_Directory / "copy.dcm";
-    DicomDataSet set = ramp({});
+    DicomDataSet set = support::Ramp("MR", {});
     set.elements[DicomTag(0x0009, 0x1001)] = DicomElement{"OB", std::string(4096, 'x'), {}};
-    write(image, set);
+    support::WriteImage(image, set);
     support::WriteFile(copy, "old");
     for (const std::string& output : {copy, m_Directory / "new.dcm"}) {
         const std::string line = "ulimit -f 2; '" + std::string(ZEV_PROGRAM) + "' save " + image + " -o " +
@@ -412,12 +388,13 @@ TEST_F(Save, HalfFinishedSaveLeavesTheOldFile) {
 TEST_F(Save, BrightnessAndContrast) {
     const std::string image = m_Directory / "image.dcm", copy = m_Directory / "copy.dcm";
     const std::string picture = m_Directory / "picture.png";
-    DicomDataSet set = ramp({});
+    DicomDataSet set = support::Ramp("MR", {});
     set.PutText(DicomTag(0x0028, 0x0004), "CS", "RGB");
     set.PutWord(DicomTag(0x0028, 0x0002), "US", 3);
     set.PutWord(DicomTag(0x0028, 0x0006), "US", 1);
-    set.elements[kPixels].bytes += set.elements[kPixels].bytes + set.elements[kPixels].bytes;
-    write(image, set);
+    set.elements[tag::kPixelData].bytes +=
+        set.elements[tag::kPixelData].bytes + set.elements[tag::kPixelData].bytes;
+    support::WriteImage(image, set);
     const struct {
         const char *name, *options;
         int brightness, contrast;
@@ -504,24 +481,25 @@ TEST_F(Save, EditorKeepsLengthsTrue) {
             const Bytes make(syntax);
             const auto file = [&](const std::string& uid, const std::string& window,
                                   const std::string& added) {
-                const std::string voi =
-                    make.Element(kFrameVoi, "SQ", make.Item(make.Element(kCenter, "DS", window), isUndefined),
-                                 isUndefined);
-                const std::string identity = make.Element(kInstance, "UI", uid);
+                const std::string voi = make.Element(
+                    tag::kFrameVoiLutSequence, "SQ",
+                    make.Item(make.Element(tag::kWindowCenter, "DS", window), isUndefined), isUndefined);
+                const std::string identity = make.Element(tag::kSopInstance, "UI", uid);
                 return meta(syntax, uid) +
                        make.Element(DicomTag(0x0008, 0x0000), "UL", make.Length(identity.size())) + identity +
                        make.Element(DicomTag(0x0009, 0x1001), "UN", "odd?") + added +
-                       make.Element(kFrames, "SQ",
+                       make.Element(tag::kPerFrameFunctionalGroups, "SQ",
                                     make.Item(make.Element(DicomTag(0x0020, 0x9056), "SH", "1 ")) +
                                         make.Item(voi, isUndefined),
                                     isUndefined) +
-                       make.Element(kPixels, "OW", "12345678") + "fill";
+                       make.Element(tag::kPixelData, "OW", "12345678") + "fill";
             };
             support::WriteFile(path, file("2.25.1", "40", ""));
             DicomEditor editor(path);
             EXPECT_EQ(editor.Encode(), support::ReadFile(path));
             editor.PutInstance("2.25.1234");
-            editor.Put(kCenter, text("DS", "-1234"), {{kFrames, 1}, {kFrameVoi, 0}});
+            editor.Put(tag::kWindowCenter, text("DS", "-1234"),
+                       {{tag::kPerFrameFunctionalGroups, 1}, {tag::kFrameVoiLutSequence, 0}});
             editor.Put(DicomTag(0x0028, 0x0103), {"US", std::string("\x01\x02", 2), {}});
             const std::string word = std::string(syntax) == "1.2.840.10008.1.2.2" ? "\x02\x01" : "\x01\x02";
             EXPECT_EQ(editor.Encode(), file("2.25.1234" + std::string(1, '\0'), "-1234 ",
@@ -532,17 +510,18 @@ TEST_F(Save, EditorKeepsLengthsTrue) {
 
 TEST_F(Save, EditorSurvivesAnyCut) {
     const Bytes make("1.2.840.10008.1.2.1");
-    const std::string voi =
-        make.Element(kFrameVoi, "SQ", make.Item(make.Element(kCenter, "DS", "40"), true), true);
+    const std::string voi = make.Element(tag::kFrameVoiLutSequence, "SQ",
+                                         make.Item(make.Element(tag::kWindowCenter, "DS", "40"), true), true);
     const std::string whole = meta("1.2.840.10008.1.2.1", "2.25.1") +
-                              make.Element(kInstance, "UI", "2.25.1") +
-                              make.Element(kFrames, "SQ", make.Item(voi, true), true);
+                              make.Element(tag::kSopInstance, "UI", "2.25.1") +
+                              make.Element(tag::kPerFrameFunctionalGroups, "SQ", make.Item(voi, true), true);
     const std::string path = m_Directory / "cut.dcm";
     for (std::size_t size = 0; size < whole.size(); ++size) {
         support::WriteFile(path, whole.substr(0, size));
         try {
             DicomEditor editor(path);
-            editor.Put(kCenter, text("DS", "50"), {{kFrames, 0}, {kFrameVoi, 0}});
+            editor.Put(tag::kWindowCenter, text("DS", "50"),
+                       {{tag::kPerFrameFunctionalGroups, 0}, {tag::kFrameVoiLutSequence, 0}});
             editor.Encode();
         } catch (const PresentError&) {
             continue;
