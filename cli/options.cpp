@@ -70,6 +70,7 @@ std::vector<std::string> InputsOf(const std::string& image, const PresentationOp
 
 void AddFrameOption(CLI::App& command, PresentationOptions& options) {
     command.add_option("--frame", options.frame, "Frame, from 0")->check(WholeNumberFrom(0, kMostInt));
+    command.add_flag("--partial", options.partial, "Draw a file that is cut short as far as it goes");
 }
 
 void AddConfigOption(CLI::App& command, std::string& config) {

@@ -1,5 +1,7 @@
 #include "codestream.h"
 
+#include <algorithm>
+
 namespace {
 
 class Bytes {
@@ -47,7 +49,7 @@ CodestreamHeader read_jpeg(const Bytes& bytes) {
             header.components = static_cast<int>(bytes.At(body + 5));
             // Lossless frames (SOF3) and JPEG-LS hold the samples as they are, whatever an application marker
             // says.
-            if (marker == 0xC3 || marker == 0xF7) header.colour = CodestreamHeader::kUntold;
+            if (marker == 0xC3 || marker == 0xF7) header.colour = CodestreamHeader::kUnknown;
             return header;
         } else if (marker == 0xDA || marker == 0xD9) {
             return CodestreamHeader();
@@ -99,33 +101,46 @@ CodestreamHeader ReadCodestreamHeader(const std::string& stream) {
     return CodestreamHeader();
 }
 
-bool DecodeRle(const std::string& stream, std::size_t pixels, int samples, int sampleBytes,
-               std::string* frame) {
+namespace {
+
+/// Unpacks one byte plane to every `step`-th byte of the frame from `out` on. Returns how many of `count`
+/// bytes the segment gives.
+std::size_t unpack_segment(const std::string& stream, std::size_t at, std::size_t count, std::size_t out,
+                           std::size_t step, std::string* frame) {
     const Bytes bytes(stream);
-    const std::size_t segments = static_cast<std::size_t>(samples) * static_cast<std::size_t>(sampleBytes);
-    if (!bytes.Has(0, 64) || bytes.Little32(0) != segments || segments > 15) return false;
-    frame->assign(pixels * segments, '\0');
-    for (std::size_t segment = 0; segment < segments; ++segment) {
-        std::size_t at = bytes.Little32(4 + 4 * segment);
-        const std::size_t sample = segment / static_cast<std::size_t>(sampleBytes);
-        const std::size_t significance = segment % static_cast<std::size_t>(sampleBytes);
-        // The first segment of a sample holds the most significant bytes.
-        std::size_t out = sample * static_cast<std::size_t>(sampleBytes) + (sampleBytes - 1 - significance);
-        for (std::size_t left = pixels; left > 0;) {
-            if (!bytes.Has(at, 1)) return false;
-            const std::uint32_t code = bytes.At(at++);
-            if (code == 128) continue;
-            const bool isRun = code > 128;
-            std::size_t count = isRun ? 257 - code : code + 1;
-            if (!bytes.Has(at, isRun ? 1 : count)) return false;
-            // Some writers let a run go on past the last pixel.
-            const std::size_t used = count < left ? count : left;
-            for (std::size_t i = 0; i < used; ++i, out += segments) {
-                (*frame)[out] = stream[isRun ? at : at + i];
-            }
-            left -= used;
-            at += isRun ? 1 : count;
-        }
+    std::size_t done = 0;
+    while (done < count && bytes.Has(at, 1)) {
+        const std::uint32_t code = bytes.At(at++);
+        if (code == 128) continue;
+        const bool isRun = code > 128;
+        const std::size_t length = isRun ? 257 - code : code + 1;
+        if (isRun && !bytes.Has(at, 1)) break;
+        // Some writers let a run extend beyond the last pixel.
+        std::size_t used = std::min(length, count - done);
+        if (!isRun) used = std::min(used, bytes.Size() - at);
+        for (std::size_t i = 0; i < used; ++i)
+            (*frame)[out + (done + i) * step] = stream[isRun ? at : at + i];
+        done += used;
+        at += isRun ? 1 : length;
     }
-    return true;
+    return done;
+}
+
+}  // namespace
+
+std::size_t DecodeRle(const std::string& stream, std::size_t pixels, int samples, int sampleBytes,
+                      std::string* frame) {
+    const Bytes bytes(stream);
+    const auto size = static_cast<std::size_t>(sampleBytes);
+    const std::size_t segments = static_cast<std::size_t>(samples) * size;
+    if (!bytes.Has(0, 64) || bytes.Little32(0) != segments || segments > 15) return 0;
+    frame->assign(pixels * segments, '\0');
+    std::size_t complete = pixels;
+    for (std::size_t segment = 0; segment < segments; ++segment) {
+        // The first segment of a sample holds the most significant bytes.
+        const std::size_t out = segment / size * size + (size - 1 - segment % size);
+        complete = std::min(
+            complete, unpack_segment(stream, bytes.Little32(4 + 4 * segment), pixels, out, segments, frame));
+    }
+    return complete;
 }

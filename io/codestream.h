@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-/// What a compressed frame says of itself, read before a decoder is let loose on it.
+/// A compressed frame's own description, read before a decoder gets the frame.
 struct CodestreamHeader {
     enum Kind { kNone, kJpeg, kJpegLs, kJpeg2000 };
     Kind kind = kNone;
@@ -15,16 +15,16 @@ struct CodestreamHeader {
     bool isSigned = false;
     /// The three components are luminance and two colour differences, or turn into red, green and blue on
     /// decoding.
-    enum Colour { kUntold, kYbr, kRgb };
-    Colour colour = kUntold;
+    enum Colour { kUnknown, kYbr, kRgb };
+    Colour colour = kUnknown;
 };
 
 /// Looks through the marker segments of a JPEG (ISO 10918-1), JPEG-LS (14495-1) or JPEG 2000 (15444-1) stream
-/// up to the sizes. kind is kNone when there are none to be found.
+/// up to the sizes. kind is kNone when there are none.
 CodestreamHeader ReadCodestreamHeader(const std::string& bytes);
 
 /// Decodes one frame of DICOM PS3.5 Annex G run-length coding: byte planes, most significant first, of
-/// `samples` samples of `sampleBytes` bytes. The result is interleaved and little-endian. False when a
-/// segment is damaged or too short.
-bool DecodeRle(const std::string& bytes, std::size_t pixels, int samples, int sampleBytes,
-               std::string* frame);
+/// `samples` samples of `sampleBytes` bytes. The result is interleaved and little-endian. Returns how many
+/// pixels are complete: fewer than `pixels` when a segment is damaged or too short.
+std::size_t DecodeRle(const std::string& bytes, std::size_t pixels, int samples, int sampleBytes,
+                      std::string* frame);

@@ -1,14 +1,15 @@
 #include "dicom_elements.h"
 
+#include <charconv>
 #include <cmath>
-#include <locale>
-#include <sstream>
 
 namespace {
 
 constexpr int kMaxDepth = 64;
 
-std::string trimmed(const std::string& text) {
+}  // namespace
+
+std::string Trimmed(const std::string& text) {
     const char* blanks = " \t\r\n";
     std::size_t end = text.find('\0');
     if (end == std::string::npos) end = text.size();
@@ -18,7 +19,15 @@ std::string trimmed(const std::string& text) {
     return whole.substr(first, whole.find_last_not_of(blanks) - first + 1);
 }
 
-}  // namespace
+std::optional<double> ParseDecimal(const std::string& text) {
+    // from_chars takes a point whatever the locale, but no plus sign, and words such as "nan".
+    const bool hasPlus = text.size() > 1 && text[0] == '+' && text[1] != '-';
+    const char* begin = text.data() + (hasPlus ? 1 : 0);
+    double value = 0;
+    const std::from_chars_result result = std::from_chars(begin, text.data() + text.size(), value);
+    if (result.ec != std::errc() || !std::isfinite(value)) return std::nullopt;
+    return value;
+}
 
 const DicomElement* DicomDataSet::Find(std::uint32_t tag) const {
     const auto found = elements.find(tag);
@@ -32,7 +41,7 @@ const DicomDataSet* DicomDataSet::FirstItem(std::uint32_t tag) const {
 
 std::string DicomDataSet::Text(std::uint32_t tag) const {
     const DicomElement* element = Find(tag);
-    return element == nullptr ? std::string() : trimmed(element->bytes);
+    return element == nullptr ? std::string() : Trimmed(element->bytes);
 }
 
 int DicomDataSet::Word(std::uint32_t tag, int fallback, std::size_t index) const {
@@ -45,10 +54,7 @@ int DicomDataSet::Word(std::uint32_t tag, int fallback, std::size_t index) const
 
 double DicomDataSet::Number(std::uint32_t tag, double fallback) const {
     const std::string text = Text(tag);
-    std::istringstream stream(text.substr(0, text.find('\\')));
-    stream.imbue(std::locale::classic());
-    double value = 0;
-    return (stream >> value) && std::isfinite(value) ? value : fallback;
+    return ParseDecimal(Trimmed(text.substr(0, text.find('\\')))).value_or(fallback);
 }
 
 void DicomDataSet::PutText(std::uint32_t tag, const char* vr, std::string text) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -9,6 +10,11 @@
 #include "dicom_tags.h"
 
 class DicomDataSet;
+
+/// Up to the first NUL, without blanks at either end.
+std::string Trimmed(const std::string& text);
+/// The number at the beginning of a text, with a decimal point in every locale; nothing where there is none.
+std::optional<double> ParseDecimal(const std::string& text);
 
 /// One data element as the file has it: a value of little-endian bytes, or the items of a sequence.
 struct DicomElement {
@@ -34,7 +40,8 @@ public:
     std::string Text(std::uint32_t tag) const;
     /// The index-th 16-bit value; the fallback when there is none.
     int Word(std::uint32_t tag, int fallback, std::size_t index = 0) const;
-    /// The first of the numbers of a decimal or integer string; the fallback when it is absent or no number.
+    /// The first of the numbers of a decimal or integer string; the fallback when it is absent or not a
+    /// number.
     double Number(std::uint32_t tag, double fallback) const;
     bool Has(std::uint32_t tag) const { return Find(tag) != nullptr; }
 

@@ -1,8 +1,8 @@
 #include "dicom_file.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <limits>
+#include <charconv>
+#include <cstdint>
 
 #include "dicom_tags.h"
 #include "present_error.h"
@@ -11,21 +11,19 @@ namespace {
 
 /// A decimal string has at most 16 characters.
 std::string decimal(double value) {
+    char text[16];
     for (int digits = 15; digits > 0; --digits) {
-        char text[40];
-        std::snprintf(text, sizeof text, "%.*g", digits, value);
-        // The C library writes the locale's decimal sign.
-        std::string result(text);
-        std::replace(result.begin(), result.end(), ',', '.');
-        if (result.size() <= 16) return result;
+        const std::to_chars_result result =
+            std::to_chars(text, text + sizeof text, value, std::chars_format::general, digits);
+        if (result.ec == std::errc()) return std::string(text, result.ptr);
     }
     return "0";
 }
 
 }  // namespace
 
-DicomFile DicomFile::Load(const std::string& path, int frame) {
-    DicomFileContent content = ReadDicomFile(path, frame);
+DicomFile DicomFile::Load(const std::string& path, LoadOptions options) {
+    DicomFileContent content = ReadDicomFile(path, options);
     DicomFile file;
     file.m_Path = path;
     file.m_TransferSyntax = content.transferSyntax;
@@ -33,14 +31,13 @@ DicomFile DicomFile::Load(const std::string& path, int frame) {
     file.m_Columns = content.frame.columns;
     file.m_Frames = content.frames;
     file.m_DataSet = std::move(content.dataSet);
-    file.lift_functional_groups(frame);
+    file.lift_functional_groups(options.frame);
     if (content.frame.samples == 3 || content.frame.photometric == "PALETTE COLOR") {
         file.take_colour(content.frame);
-    } else if (content.frame.bitsStored > 16) {
-        file.take_deep(content.frame);
     } else {
         file.take_mono(content.frame);
     }
+    file.note_missing(content.frame);
     return file;
 }
 
@@ -87,73 +84,134 @@ void DicomFile::take_colour(const StoredFrame& frame) {
         if (frame.bitsStored > 16) throw PresentError(m_Path, "has palette indexes of more than 16 bits");
     }
     m_Colour = ConvertToTrueColour(frame, palette);
+    std::fill(m_Colour.rgb.begin() + static_cast<std::ptrdiff_t>(3 * frame.present), m_Colour.rgb.end(),
+              std::uint8_t{0});
 }
 
 void DicomFile::take_mono(const StoredFrame& frame) {
-    m_Mono.bits = frame.bitsStored;
-    m_Mono.isSigned = frame.isSigned;
-    m_Mono.Resize(frame.Pixels());
-    for (std::size_t i = 0; i < frame.Pixels(); ++i) {
-        m_Mono.Put(i, static_cast<std::int32_t>(SampleValue(frame, i)));
-    }
-    apply_modality_lut();
-    describe_pixels();
-}
-
-void DicomFile::take_deep(const StoredFrame& frame) {
-    std::int64_t low = SampleValue(frame, 0), high = low;
-    for (std::size_t i = 1; i < frame.Pixels(); ++i) {
-        const std::int64_t value = SampleValue(frame, i);
-        low = std::min(low, value);
-        high = std::max(high, value);
-    }
-    const double slope = m_DataSet.Number(tag::kRescaleSlope, 1);
-    const double intercept = m_DataSet.Number(tag::kRescaleIntercept, 0);
-    const DeepReduction reduction = ReduceDeepPixels(low, high, slope);
-    m_Mono.bits = 16;
-    m_Mono.isSigned = reduction.isSigned;
-    m_Mono.Resize(frame.Pixels());
-    for (std::size_t i = 0; i < frame.Pixels(); ++i) {
-        m_Mono.Put(i,
-                   static_cast<std::int32_t>((SampleValue(frame, i) - reduction.offset) / reduction.divisor));
-    }
-    const std::string was = "pixels of " + std::to_string(frame.bitsStored) + " bits reduced to 16: ";
-    if (reduction.offset == 0 && reduction.divisor == 1) {
-        m_Notes.push_back(was + "exact");
+    if (m_DataSet.FirstItem(tag::kModalityLutSequence) != nullptr) {
+        look_up(frame);
     } else {
-        m_DataSet.PutText(tag::kRescaleSlope, "DS", decimal(slope * static_cast<double>(reduction.divisor)));
-        m_DataSet.PutText(tag::kRescaleIntercept, "DS",
-                          decimal(intercept + slope * static_cast<double>(reduction.offset)));
-        m_Notes.push_back(was + "(value - " + std::to_string(reduction.offset) + ") / " +
-                          std::to_string(reduction.divisor) +
-                          ", taken back by the rescale slope and intercept");
-        // The padding value has no place among the reduced ones.
-        m_DataSet.Remove(tag::kPixelPaddingValue);
-        m_DataSet.Remove(tag::kPixelPaddingRangeLimit);
-        // Nor do real-world mappings, which tell of the values as they were.
-        m_DataSet.Remove(tag::kRealWorldValueMapping);
+        reduce(frame);
     }
-    apply_modality_lut();
+    fill_missing(frame);
     describe_pixels();
 }
 
-void DicomFile::apply_modality_lut() {
-    const DicomDataSet* item = m_DataSet.FirstItem(tag::kModalityLutSequence);
-    if (item == nullptr) return;
-    const StoredTable lut = ReadStoredTable(*item, tag::kLutDescriptor, tag::kLutData, m_Mono.isSigned);
+/// The table sees the stored values, however deep they are.
+void DicomFile::look_up(const StoredFrame& frame) {
+    const StoredTable lut = ReadStoredTable(*m_DataSet.FirstItem(tag::kModalityLutSequence),
+                                            tag::kLutDescriptor, tag::kLutData, frame.isSigned);
     if (lut.entries.empty()) throw PresentError(m_Path, "its Modality LUT is missing or damaged");
-    MonoPixels mapped;
-    mapped.bits = lut.bits;
-    const std::size_t pixels = static_cast<std::size_t>(m_Rows) * static_cast<std::size_t>(m_Columns);
-    mapped.Resize(pixels);
-    for (std::size_t i = 0; i < pixels; ++i) mapped.Put(i, lut.At(m_Mono.Get(i)));
-    m_Mono = std::move(mapped);
-    // What follows speaks of the values that the table gives. They need no rescale, and none of them is
-    // padding.
+    m_Mono.bits = lut.bits;
+    m_Mono.Resize(frame.Pixels());
+    for (std::size_t i = 0; i < frame.present; ++i) m_Mono.Put(i, lut.At(SampleValue(frame, i)));
+    // From here on the data set describes the values that the table gives. They need no rescale, and none of
+    // them is padding.
     for (std::uint32_t tag :
          {tag::kModalityLutSequence, tag::kRescaleIntercept, tag::kRescaleSlope, tag::kPixelPaddingValue,
           tag::kPixelPaddingRangeLimit, tag::kRealWorldValueMapping})
         m_DataSet.Remove(tag);
+}
+
+/// Up to 16 bits the values stay.
+void DicomFile::reduce(const StoredFrame& frame) {
+    const bool isDeep = frame.bitsStored > 16;
+    const double slope = m_DataSet.Number(tag::kRescaleSlope, 1);
+    const double intercept = m_DataSet.Number(tag::kRescaleIntercept, 0);
+    DeepReduction reduction;
+    reduction.isSigned = frame.isSigned;
+    if (isDeep) {
+        std::int64_t low = SampleValue(frame, 0), high = low;
+        for (std::size_t i = 1; i < frame.present; ++i) {
+            const std::int64_t value = SampleValue(frame, i);
+            low = std::min(low, value);
+            high = std::max(high, value);
+        }
+        reduction = ReduceDeepPixels(low, high, slope);
+    }
+    m_Reduction = reduction;
+    m_Mono.bits = std::min(frame.bitsStored, 16);
+    m_Mono.isSigned = reduction.isSigned;
+    m_Mono.Resize(frame.Pixels());
+    for (std::size_t i = 0; i < frame.present; ++i) {
+        const std::int64_t value = (SampleValue(frame, i) - reduction.offset) / reduction.divisor;
+        m_Mono.Put(i, static_cast<std::int32_t>(value));
+    }
+    if (!isDeep) return;
+    const std::string was = "pixels of " + std::to_string(frame.bitsStored) + " bits reduced to 16: ";
+    if (reduction.offset == 0 && reduction.divisor == 1) {
+        m_Notes.push_back({"pixels", was + "exact"});
+        return;
+    }
+    m_Notes.push_back({"pixels", was + "(value - " + std::to_string(reduction.offset) + ") / " +
+                                     std::to_string(reduction.divisor) +
+                                     ", taken back by the rescale slope and intercept"});
+    m_DataSet.PutText(tag::kRescaleSlope, "DS", decimal(slope * static_cast<double>(reduction.divisor)));
+    m_DataSet.PutText(tag::kRescaleIntercept, "DS",
+                      decimal(intercept + slope * static_cast<double>(reduction.offset)));
+    // The padding value has no place among the reduced ones, and real-world mappings describe the values
+    // before.
+    for (std::uint32_t tag :
+         {tag::kPixelPaddingValue, tag::kPixelPaddingRangeLimit, tag::kRealWorldValueMapping})
+        m_DataSet.Remove(tag);
+}
+
+void DicomFile::fill_missing(const StoredFrame& frame) {
+    if (frame.present == frame.Pixels()) return;
+    std::int32_t value = m_DataSet.Word(tag::kPixelPaddingValue, 0);
+    if (m_Mono.isSigned) value = static_cast<std::int16_t>(value);
+    if (!m_DataSet.Has(tag::kPixelPaddingValue)) {
+        const bool isLowDark =
+            (frame.photometric == "MONOCHROME1") == (m_DataSet.Number(tag::kRescaleSlope, 1) < 0);
+        value = m_Mono.Get(0);
+        for (std::size_t i = 1; i < frame.present; ++i) {
+            value = isLowDark ? std::min(value, m_Mono.Get(i)) : std::max(value, m_Mono.Get(i));
+        }
+    }
+    for (std::size_t i = frame.present; i < frame.Pixels(); ++i) m_Mono.Put(i, value);
+}
+
+void DicomFile::note_missing(const StoredFrame& frame) {
+    if (frame.present == frame.Pixels()) return;
+    const std::size_t whole = frame.present / static_cast<std::size_t>(m_Columns);
+    m_Notes.push_back({"partial", "the pixel data are cut short: " +
+                                      std::to_string(static_cast<std::size_t>(m_Rows) - whole) + " of " +
+                                      std::to_string(m_Rows) + " rows missing or incomplete"});
+}
+
+/// Smallest and Largest Image Pixel Value are of 16 bits, and may include padding or be those of another
+/// image: they count only where they agree with this frame.
+std::optional<std::pair<double, double>> DicomFile::range_of_file() const {
+    if (!m_DataSet.Has(tag::kSmallestPixelValue) || !m_DataSet.Has(tag::kLargestPixelValue) ||
+        m_DataSet.Has(tag::kPixelPaddingValue) || !m_Notes.empty()) {
+        return std::nullopt;
+    }
+    const auto word = [this](std::uint32_t tag) {
+        const int value = m_DataSet.Word(tag, 0);
+        return m_Mono.isSigned ? static_cast<std::int16_t>(value) : value;
+    };
+    const int low = word(tag::kSmallestPixelValue), high = word(tag::kLargestPixelValue);
+    const std::size_t pixels = static_cast<std::size_t>(m_Rows) * static_cast<std::size_t>(m_Columns);
+    for (std::size_t i = 0; i < pixels; ++i) {
+        if (m_Mono.Get(i) < low || m_Mono.Get(i) > high) return std::nullopt;
+    }
+    return std::make_pair(double(low), double(high));
+}
+
+std::optional<std::pair<double, double>> DicomFile::WholeImageRange() const {
+    if (m_Frames == 1 || IsColour() || !m_Reduction) return std::nullopt;
+    if (const auto range = range_of_file()) return range;
+    std::optional<std::pair<std::int64_t, std::int64_t>> stored;
+    try {
+        stored = ReadStoredRange(m_Path);
+    } catch (const PresentError&) {
+    }
+    if (!stored) return std::nullopt;
+    const auto reduced = [this](std::int64_t value) {
+        return static_cast<double>(value - m_Reduction->offset) / static_cast<double>(m_Reduction->divisor);
+    };
+    return std::make_pair(reduced(stored->first), reduced(stored->second));
 }
 
 void DicomFile::describe_pixels() {

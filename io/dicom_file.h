@@ -1,24 +1,35 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "dicom_elements.h"
 #include "picture.h"
 #include "pixel_conversion.h"
 
+/// Something that a user must know of the picture: a sentence, and a code for programs.
+struct Note {
+    std::string code;
+    std::string text;
+};
+
 /// One frame of a DICOM file, in the form in which it is presented.
 ///
 ///     DicomFile file = DicomFile::Load("ct.dcm");
 ///     if (!file.IsColour()) draw(file.Mono(), file.DataSet());
 ///
-/// A frame in colour (RGB, YBR, PALETTE COLOR) is finished as it is. A monochrome one comes as pixel values,
-/// with a Modality LUT Sequence already applied and values of more than 16 bits reduced; the data set tells
-/// of the values as they are here.
+/// A frame in colour (RGB, YBR, PALETTE COLOR) is finished. A monochrome one consists of pixel values, with a
+/// Modality LUT Sequence already applied and values of more than 16 bits reduced; the data set describes
+/// these values, not the stored ones.
 class DicomFile {
 public:
-    /// frame counts from 0. Throws PresentError.
-    static DicomFile Load(const std::string& path, int frame = 0);
+    /// A frame that is cut short is refused unless options.partial. Then the rest of it has the padding value
+    /// if the image has one, else that of the darkest pixel there is; in colour it is black. Throws
+    /// PresentError.
+    static DicomFile Load(const std::string& path, LoadOptions options);
+    static DicomFile Load(const std::string& path, int frame = 0) { return Load(path, LoadOptions{frame}); }
 
     const std::string& Path() const { return m_Path; }
     int Rows() const { return m_Rows; }
@@ -33,16 +44,25 @@ public:
     /// Every attribute but the pixel data; an enhanced multi-frame image's functional groups of this frame at
     /// the top level.
     const DicomDataSet& DataSet() const { return m_DataSet; }
-    /// What was done to the pixels that a user must know, one sentence each.
-    const std::vector<std::string>& Notes() const { return m_Notes; }
+    /// Of the code "pixels": values were reduced to 16 bits; "partial": rows are missing.
+    const std::vector<Note>& Notes() const { return m_Notes; }
+
+    /// Smallest and largest value over all frames, padding left out, on the scale of Mono(). Reads every
+    /// frame unless the file gives the range. Nothing where the frame's own range must do: for a single
+    /// frame, an image in colour, one with a Modality LUT, one of nothing but padding or one with a frame
+    /// that cannot be read.
+    std::optional<std::pair<double, double>> WholeImageRange() const;
 
 private:
     void lift_functional_groups(int frame);
     void take_colour(const StoredFrame& frame);
     void take_mono(const StoredFrame& frame);
-    void take_deep(const StoredFrame& frame);
-    void apply_modality_lut();
+    void look_up(const StoredFrame& frame);
+    void reduce(const StoredFrame& frame);
+    void fill_missing(const StoredFrame& frame);
+    void note_missing(const StoredFrame& frame);
     void describe_pixels();
+    std::optional<std::pair<double, double>> range_of_file() const;
 
     std::string m_Path;
     std::string m_TransferSyntax;
@@ -52,5 +72,7 @@ private:
     DicomDataSet m_DataSet;
     Picture m_Colour;
     MonoPixels m_Mono;
-    std::vector<std::string> m_Notes;
+    /// From stored values to those of Mono(); nothing after a table.
+    std::optional<DeepReduction> m_Reduction;
+    std::vector<Note> m_Notes;
 };

@@ -12,9 +12,12 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <limits>
+#include <memory>
 
 #include "dicom_tags.h"
 #include "isolated.h"
+#include "pixel_conversion.h"
 #include "pixel_decoder.h"
 #include "present_error.h"
 
@@ -25,10 +28,13 @@ constexpr int kMaxFrames = 1000000;
 constexpr std::uint64_t kReadingBytes = std::uint64_t{256} << 20;
 constexpr std::uint64_t kMaxInflatedBytes = std::uint64_t{1} << 30;
 constexpr unsigned kSecondsLimit = 60;
+/// More than the file meta information takes.
+constexpr std::streamsize kMetaBytes = 65536;
+const gdcm::Tag kPixelTag(0x7FE0, 0x0010);
 
 // ---- Data set
 
-/// `isSigned` is the image's PixelRepresentation, which settles the attributes that are either US or SS.
+/// `isSigned` is the image's PixelRepresentation, which decides between US and SS.
 std::string value_representation(const gdcm::DataElement& element, bool isSigned) {
     gdcm::VR vr = element.GetVR();
     if ((vr == gdcm::VR::INVALID || vr == gdcm::VR::UN) && element.GetTag().IsPublic()) {
@@ -76,6 +82,18 @@ bool has_signed_pixels(const gdcm::DataSet& source) {
 
 // ---- Header
 
+void require_pixels(const DicomDataSet& dataSet, const gdcm::DataSet& source) {
+    if (source.FindDataElement(kPixelTag)) return;
+    if (source.FindDataElement(gdcm::Tag(0x7FE0, 0x0008)) ||
+        source.FindDataElement(gdcm::Tag(0x7FE0, 0x0009))) {
+        throw Refusal("holds floating-point pixels, which cannot be presented");
+    }
+    if (dataSet.elements.empty()) throw Refusal("not a DICOM file");
+    const std::string sopClass = dataSet.Text(tag::kSopClass);
+    throw Refusal("holds no image: no pixel data" +
+                  (sopClass.empty() ? "" : " (SOP class " + sopClass + ")"));
+}
+
 /// A padding value that the stored bits cannot hold is meant for the whole allocated sample.
 void widen_for_padding(const DicomDataSet& dataSet, StoredFrame* frame) {
     const bool isMono = frame->samples == 1 && frame->photometric != "PALETTE COLOR";
@@ -90,17 +108,7 @@ void widen_for_padding(const DicomDataSet& dataSet, StoredFrame* frame) {
 }
 
 /// Takes nothing on trust that a decoder or an allocation depends on.
-PixelHeader read_header(const DicomDataSet& dataSet, const gdcm::DataSet& source) {
-    if (!source.FindDataElement(gdcm::Tag(0x7FE0, 0x0010))) {
-        if (source.FindDataElement(gdcm::Tag(0x7FE0, 0x0008)) ||
-            source.FindDataElement(gdcm::Tag(0x7FE0, 0x0009))) {
-            throw Refusal("holds floating-point pixels, which cannot be presented");
-        }
-        const std::string sopClass = dataSet.Text(tag::kSopClass);
-        if (dataSet.elements.empty()) throw Refusal("not a DICOM file");
-        throw Refusal("holds no image: no pixel data" +
-                      (sopClass.empty() ? "" : " (SOP class " + sopClass + ")"));
-    }
+PixelHeader read_header(const DicomDataSet& dataSet) {
     PixelHeader header;
     StoredFrame& frame = header.frame;
     frame.rows = dataSet.Word(tag::kRows, 0);
@@ -143,7 +151,7 @@ PixelHeader read_header(const DicomDataSet& dataSet, const gdcm::DataSet& source
     return header;
 }
 
-// ---- The whole file
+// ---- The file
 
 /// A file that notices when a value ends before its length: the reader fills up pixel data that are cut short
 /// without a word.
@@ -164,16 +172,54 @@ private:
     bool m_bCutShort = false;
 };
 
-/// Whether the deflated data set that follows the file meta information comes to its end within bounds.
-bool inflates(const std::string& path) {
+void silence_library() {
+    gdcm::Trace::WarningOff();
+    gdcm::Trace::ErrorOff();
+    gdcm::Trace::DebugOff();
+}
+
+/// The beginning of a file, read without the library, which refuses files of syntaxes that it does not know.
+struct FileBeginning {
+    bool isDicom = false;
+    /// Empty without file meta information.
+    std::string transferSyntax;
+    /// Where the data set begins, if the meta information gives its length.
+    std::uint64_t dataSet = 0;
+};
+
+FileBeginning read_beginning(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    // The group length is the first element of the meta information: 8 bytes of header, then the length.
-    unsigned char length[4] = {};
-    file.seekg(140);
-    file.read(reinterpret_cast<char*>(length), 4);
-    const std::streamoff meta =
-        length[0] | (length[1] << 8) | (length[2] << 16) | (std::streamoff{length[3]} << 24);
-    file.seekg(144 + meta);
+    std::string bytes(static_cast<std::size_t>(kMetaBytes), '\0');
+    file.read(&bytes[0], kMetaBytes);
+    bytes.resize(static_cast<std::size_t>(file.gcount()));
+    if (bytes.size() < 132) throw Refusal("not a DICOM file");
+    const auto number = [&](std::size_t at, std::size_t size) {
+        std::size_t value = 0;
+        for (std::size_t b = size; b-- > 0;) value = (value << 8) | static_cast<unsigned char>(bytes[at + b]);
+        return value;
+    };
+    FileBeginning beginning;
+    beginning.isDicom = bytes.compare(128, 4, "DICM") == 0;
+    if (!beginning.isDicom) return beginning;
+    // Group 2 is explicit and little-endian in every file.
+    for (std::size_t at = 132; at + 12 <= bytes.size() && number(at, 2) == 2;) {
+        const std::string vr = bytes.substr(at + 4, 2);
+        const bool isLong = vr == "OB" || vr == "UN" || vr == "OW" || vr == "UT" || vr == "SQ";
+        const std::size_t value = at + (isLong ? 12 : 8);
+        const std::size_t size = isLong ? number(at + 8, 4) : number(at + 6, 2);
+        if (size > bytes.size() - value) break;
+        const std::size_t element = number(at + 2, 2);
+        if (element == 0 && size == 4) beginning.dataSet = value + 4 + number(value, 4);
+        if (element == 0x10) beginning.transferSyntax = Trimmed(bytes.substr(value, size));
+        at = value + size;
+    }
+    return beginning;
+}
+
+/// Whether the deflated data set that begins at `at` comes to its end within bounds.
+bool inflates(const std::string& path, std::uint64_t at) {
+    std::ifstream file(path, std::ios::binary);
+    file.seekg(static_cast<std::streamoff>(at));
     z_stream stream{};
     if (inflateInit2(&stream, -MAX_WBITS) != Z_OK) return false;
     std::vector<unsigned char> in(65536), out(65536);
@@ -194,75 +240,162 @@ bool inflates(const std::string& path) {
     return result == Z_STREAM_END;
 }
 
-/// True for a file that says of itself that it is a DICOM file; others may be one all the same.
-bool read_source(const std::string& path, gdcm::Reader& reader) {
-    gdcm::Trace::WarningOff();
-    gdcm::Trace::ErrorOff();
-    gdcm::Trace::DebugOff();
+/// The data set, and the pixel data if they are not part of it.
+struct Source {
+    FileBeginning beginning;
+    std::unique_ptr<gdcm::Reader> reader;
+    std::optional<PixelSource> pixels;
+
+    const gdcm::DataSet& DataSet() const { return reader->GetFile().GetDataSet(); }
+    gdcm::TransferSyntax Syntax() const { return reader->GetFile().GetHeader().GetDataSetTransferSyntax(); }
+};
+
+/// Everything before the pixel data's value, and where that is. False where the file's structure asks for
+/// reading all of it.
+bool read_head(const std::string& path, Source* source) {
     WatchedFile file;
     file.open(path, std::ios::in | std::ios::binary);
     std::istream stream(&file);
-    char magic[132] = {};
-    stream.read(magic, sizeof magic);
-    const bool isDicom = stream.gcount() == sizeof magic && std::memcmp(magic + 128, "DICM", 4) == 0;
-    if (stream.gcount() < static_cast<std::streamsize>(sizeof magic)) throw Refusal("not a DICOM file");
-    stream.seekg(0);
+    source->reader = std::make_unique<gdcm::Reader>();
+    source->reader->SetStream(stream);
+    try {
+        if (!source->reader->ReadUpToTag(kPixelTag, {kPixelTag}) || file.IsCutShort()) return false;
+    } catch (...) {
+        return false;
+    }
+    const std::streamoff at = stream.tellg();
+    if (at < 0 || source->Syntax() == gdcm::TransferSyntax::DeflatedExplicitVRLittleEndian ||
+        source->Syntax() == gdcm::TransferSyntax::ExplicitVRBigEndian) {
+        return false;
+    }
+    source->pixels = FindPixels(path, static_cast<std::uint64_t>(at));
+    return source->pixels.has_value();
+}
 
-    reader.SetStream(stream);
+void read_whole(const std::string& path, Source* source) {
+    WatchedFile file;
+    file.open(path, std::ios::in | std::ios::binary);
+    std::istream stream(&file);
+    source->pixels.reset();
+    source->reader = std::make_unique<gdcm::Reader>();
+    source->reader->SetStream(stream);
     bool isRead = false;
     try {
-        isRead = reader.Read();
+        isRead = source->reader->Read();
     } catch (...) {
         isRead = false;
     }
-    if (!isRead) throw Refusal(isDicom ? "the DICOM data are damaged or cut short" : "not a DICOM file");
+    const FileBeginning& beginning = source->beginning;
+    if (!isRead) {
+        const std::string reason = WhyUnreadable(beginning.transferSyntax);
+        if (!reason.empty()) throw Refusal(reason);
+        throw Refusal(beginning.isDicom ? "the DICOM data are damaged or cut short" : "not a DICOM file");
+    }
+    const bool isDeflated = source->Syntax() == gdcm::TransferSyntax::DeflatedExplicitVRLittleEndian;
+    if (isDeflated ? !inflates(path, beginning.dataSet) : file.IsCutShort())
+        throw Refusal("the DICOM data are cut short");
+}
 
-    const bool isDeflated = reader.GetFile().GetHeader().GetDataSetTransferSyntax() ==
-                            gdcm::TransferSyntax::DeflatedExplicitVRLittleEndian;
-    if (isDeflated ? !inflates(path) : file.IsCutShort()) throw Refusal("the DICOM data are cut short");
-    return isDicom;
+/// An image that is open for decoding.
+struct Image {
+    Source source;
+    DicomDataSet dataSet;
+    PixelHeader header;
+
+    StoredFrame Decode(int index, bool partial) const {
+        return DecodePixels(*source.pixels, source.Syntax(), header, index, partial);
+    }
+};
+
+Image open_image(const std::string& path, bool partial) {
+    Image image;
+    Source& source = image.source;
+    silence_library();
+    source.beginning = read_beginning(path);
+    const std::string reason = WhyUnreadable(source.beginning.transferSyntax);
+    if (!reason.empty()) throw Refusal(reason);
+    const bool isHeadEnough = read_head(path, &source) && (partial || !source.pixels->isCutShort);
+    if (!isHeadEnough) read_whole(path, &source);
+    const gdcm::DataSet& dataSet = source.DataSet();
+    image.dataSet = convert(dataSet, has_signed_pixels(dataSet));
+    if (!source.beginning.isDicom && !image.dataSet.Has(tag::kRows)) throw Refusal("not a DICOM file");
+    if (!isHeadEnough) {
+        require_pixels(image.dataSet, dataSet);
+        source.pixels = PixelsInMemory(dataSet.GetDataElement(kPixelTag));
+    }
+    image.header = read_header(image.dataSet);
+
+    const gdcm::Tag tableTag(tag::kExtendedOffsetTable >> 16, tag::kExtendedOffsetTable & 0xFFFF);
+    const gdcm::ByteValue* table =
+        dataSet.FindDataElement(tableTag) ? dataSet.GetDataElement(tableTag).GetByteValue() : nullptr;
+    if (table != nullptr)
+        source.pixels->frameOffsets = OffsetsOf(std::string(table->GetPointer(), table->GetLength()), 8);
+    AllowMemory(4 * kMaxFrameBytes);
+    return image;
 }
 
 std::string read_data_set(const std::string& path) {
-    gdcm::Reader reader;
-    if (!read_source(path, reader)) throw Refusal("not a DICOM file");
-    const gdcm::DataSet& source = reader.GetFile().GetDataSet();
+    silence_library();
+    Source source;
+    source.beginning = read_beginning(path);
+    read_whole(path, &source);
+    if (!source.beginning.isDicom) throw Refusal("not a DICOM file");
     ByteWriter answer;
     answer.Bytes("");
-    answer.DataSet(convert(source, has_signed_pixels(source)));
+    answer.DataSet(convert(source.DataSet(), has_signed_pixels(source.DataSet())));
     return answer.Take();
 }
 
-std::string read_file(const std::string& path, int index) {
-    gdcm::Reader reader;
-    const bool isDicom = read_source(path, reader);
-    const gdcm::DataSet& source = reader.GetFile().GetDataSet();
-    const gdcm::TransferSyntax syntax = reader.GetFile().GetHeader().GetDataSetTransferSyntax();
-    DicomFileContent content;
-    content.dataSet = convert(source, has_signed_pixels(source));
-    if (!isDicom && !content.dataSet.Has(tag::kRows)) throw Refusal("not a DICOM file");
-    PixelHeader header = read_header(content.dataSet, source);
-    content.frames = header.frames;
-    if (index < 0 || index >= header.frames) {
-        throw Refusal("has no frame " + std::to_string(index) + ": its frames are 0 to " +
-                      std::to_string(header.frames - 1));
+std::string read_file(const std::string& path, LoadOptions options) {
+    const Image image = open_image(path, options.partial);
+    const int frames = image.header.frames;
+    if (options.frame < 0 || options.frame >= frames) {
+        throw Refusal("has no frame " + std::to_string(options.frame) + ": its frames are 0 to " +
+                      std::to_string(frames - 1));
     }
-
-    AllowMemory(4 * kMaxFrameBytes);
-    const gdcm::DataElement& pixels = source.GetDataElement(gdcm::Tag(0x7FE0, 0x0010));
-    const StoredFrame frame = DecodePixels(pixels, syntax, header, index);
-
+    const StoredFrame frame = image.Decode(options.frame, options.partial);
+    const char* syntax = image.source.Syntax().GetString();
     ByteWriter answer;
     answer.Bytes("");
-    answer.Bytes(syntax.GetString() == nullptr ? "" : syntax.GetString());
-    answer.DataSet(content.dataSet);
+    answer.Bytes(syntax == nullptr ? "" : syntax);
+    answer.DataSet(image.dataSet);
     for (int number :
-         {header.frames, frame.rows, frame.columns, frame.samples, frame.sampleBytes, frame.bitsAllocated,
+         {frames, frame.rows, frame.columns, frame.samples, frame.sampleBytes, frame.bitsAllocated,
           frame.bitsStored, frame.highBit, static_cast<int>(frame.isSigned)}) {
         answer.Number(static_cast<std::uint64_t>(number));
     }
+    answer.Number(frame.present);
     answer.Bytes(frame.photometric);
     answer.Bytes(frame.data);
+    return answer.Take();
+}
+
+std::string read_range(const std::string& path) {
+    const Image image = open_image(path, false);
+    const DicomDataSet& dataSet = image.dataSet;
+    const bool hasPadding = dataSet.Has(tag::kPixelPaddingValue) && image.header.frame.bitsAllocated <= 16;
+    const auto word = [&](std::uint32_t tag, int fallback) {
+        const int value = dataSet.Word(tag, fallback);
+        return image.header.frame.isSigned ? static_cast<std::int16_t>(value) : value;
+    };
+    const int padding = word(tag::kPixelPaddingValue, 0);
+    const int limit = word(tag::kPixelPaddingRangeLimit, padding);
+    std::int64_t low = std::numeric_limits<std::int64_t>::max(),
+                 high = std::numeric_limits<std::int64_t>::min();
+    for (int index = 0; index < image.header.frames; ++index) {
+        const StoredFrame frame = image.Decode(index, false);
+        for (std::size_t i = 0; i < frame.Pixels(); ++i) {
+            const std::int64_t value = SampleValue(frame, i);
+            if (hasPadding && value >= std::min(padding, limit) && value <= std::max(padding, limit))
+                continue;
+            low = std::min(low, value);
+            high = std::max(high, value);
+        }
+    }
+    ByteWriter answer;
+    answer.Bytes("");
+    answer.Number(static_cast<std::uint64_t>(low));
+    answer.Number(static_cast<std::uint64_t>(high));
     return answer.Take();
 }
 
@@ -276,13 +409,15 @@ DicomFileContent parse_answer(ByteReader& answer) {
         *number = static_cast<int>(answer.Number());
     }
     frame.isSigned = answer.Number() != 0;
+    frame.present = answer.Number();
     frame.photometric = answer.Bytes();
     frame.data = answer.Bytes();
     const bool sane = frame.rows > 0 && frame.rows <= 65535 && frame.columns > 0 && frame.columns <= 65535 &&
                       (frame.samples == 1 || frame.samples == 3) &&
                       (frame.sampleBytes == 1 || frame.sampleBytes == 2 || frame.sampleBytes == 4) &&
                       frame.bitsStored >= 1 && frame.highBit >= frame.bitsStored - 1 &&
-                      frame.highBit < 8 * frame.sampleBytes && frame.bitsAllocated <= 32;
+                      frame.highBit < 8 * frame.sampleBytes && frame.bitsAllocated <= 32 &&
+                      frame.present >= 1 && frame.present <= frame.Pixels();
     if (!sane ||
         frame.data.size() != frame.Pixels() * static_cast<std::size_t>(frame.samples * frame.sampleBytes)) {
         throw Refusal("the pixel data cannot be decoded");
@@ -290,7 +425,7 @@ DicomFileContent parse_answer(ByteReader& answer) {
     return content;
 }
 
-/// Has a file read in a process of its own, and what that answers taken apart here. Throws PresentError.
+/// Reads a file in a process of its own and parses the answer here. Throws PresentError.
 template <typename Read, typename Parse>
 auto read_isolated(const std::string& path, Read read, Parse parse) {
     struct stat status {};
@@ -328,9 +463,19 @@ auto read_isolated(const std::string& path, Read read, Parse parse) {
 
 }  // namespace
 
-DicomFileContent ReadDicomFile(const std::string& path, int frame) {
+DicomFileContent ReadDicomFile(const std::string& path, LoadOptions options) {
     return read_isolated(
-        path, [frame](const std::string& file) { return read_file(file, frame); }, parse_answer);
+        path, [options](const std::string& file) { return read_file(file, options); }, parse_answer);
+}
+
+std::optional<std::pair<std::int64_t, std::int64_t>> ReadStoredRange(const std::string& path) {
+    return read_isolated(path, read_range,
+                         [](ByteReader& answer) -> std::optional<std::pair<std::int64_t, std::int64_t>> {
+                             const auto low = static_cast<std::int64_t>(answer.Number());
+                             const auto high = static_cast<std::int64_t>(answer.Number());
+                             if (low > high) return std::nullopt;
+                             return std::make_pair(low, high);
+                         });
 }
 
 DicomDataSet ReadDicomDataSet(const std::string& path) {

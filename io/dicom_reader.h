@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "dicom_elements.h"
 
@@ -18,17 +20,23 @@ struct StoredFrame {
     /// Colour model of these samples: MONOCHROME1, MONOCHROME2, PALETTE COLOR, RGB or YBR_FULL.
     std::string photometric;
     std::string data;
+    /// Of a frame that was cut short: its first pixels, in the order of rows. The others are 0.
+    std::size_t present = 0;
 
     std::size_t Pixels() const { return static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns); }
     /// Sample i as unsigned bits, nothing shifted or masked. i is below Pixels() * samples.
     std::uint32_t Bits(std::size_t i) const {
+        const auto size = static_cast<std::size_t>(sampleBytes);
         std::uint32_t value = 0;
-        for (int b = sampleBytes - 1; b >= 0; --b) {
-            value = (value << 8) |
-                    static_cast<unsigned char>(
-                        data[i * static_cast<std::size_t>(sampleBytes) + static_cast<std::size_t>(b)]);
+        for (std::size_t b = size; b-- > 0;) {
+            value = (value << 8) | static_cast<unsigned char>(data[i * size + b]);
         }
         return value;
+    }
+    void PutBits(std::size_t i, std::uint32_t value) {
+        const auto size = static_cast<std::size_t>(sampleBytes);
+        for (std::size_t b = 0; b < size; ++b)
+            data[i * size + b] = static_cast<char>((value >> (8 * b)) & 0xFF);
     }
 };
 
@@ -40,9 +48,23 @@ struct DicomFileContent {
     StoredFrame frame;
 };
 
-/// Reads a DICOM file and decodes one of its frames, counted from 0. Works in a process of its own, so that
-/// no file can bring this one down. Throws PresentError.
-DicomFileContent ReadDicomFile(const std::string& path, int frame);
+struct LoadOptions {
+    /// Counted from 0.
+    int frame = 0;
+    /// Take a frame that is cut short as far as it goes.
+    bool partial = false;
+};
+
+/// Reads a DICOM file and decodes one of its frames. Works in a process of its own, so that no file can bring
+/// this one down. Throws PresentError.
+DicomFileContent ReadDicomFile(const std::string& path, LoadOptions options);
+inline DicomFileContent ReadDicomFile(const std::string& path, int frame) {
+    return ReadDicomFile(path, LoadOptions{frame});
+}
+
+/// Smallest and largest stored value over all frames, padding left out, in the same way; nothing for an image
+/// of nothing but padding. Throws PresentError.
+std::optional<std::pair<std::int64_t, std::int64_t>> ReadStoredRange(const std::string& path);
 
 /// Reads a DICOM file that need not hold an image, in the same way: every element but the pixel data. Throws
 /// PresentError.

@@ -39,9 +39,9 @@ DeepReduction ReduceDeepPixels(std::int64_t low, std::int64_t high, double slope
     return reduction;
 }
 
-std::uint16_t StoredTable::At(std::int32_t value) const {
+std::uint16_t StoredTable::At(std::int64_t value) const {
     const std::int64_t last = static_cast<std::int64_t>(entries.size()) - 1;
-    const std::int64_t index = static_cast<std::int64_t>(value) - first;
+    const std::int64_t index = value - first;
     return entries[static_cast<std::size_t>(std::clamp<std::int64_t>(index, 0, last))];
 }
 
@@ -143,7 +143,7 @@ StoredTable ReadSegmentedTable(const DicomDataSet& dataSet, std::uint32_t descri
             if (!expand_segment(data, at, descriptor.entries, entries)) break;
             continue;
         }
-        // An indirect segment copies a number of earlier segments, told by their place in bytes (C.7.9.2.3).
+        // An indirect segment copies a number of earlier segments, given by their place in bytes (C.7.9.2.3).
         if (data.size() - at < 4) break;
         const unsigned shift = unit == 2 ? 16 : 8;
         std::size_t from = (data[at + 2] | (static_cast<std::size_t>(data[at + 3]) << shift)) / unit;

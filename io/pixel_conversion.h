@@ -9,7 +9,7 @@
 #include "dicom_reader.h"
 #include "picture.h"
 
-/// Pixel values as the reference host's rasters want them: in bytes up to 8 bits, else in 16-bit words of
+/// Pixel values as the reference host's rasters take them: in bytes up to 8 bits, else in 16-bit words of
 /// this machine; shifted down, masked and, when signed, sign-extended.
 struct MonoPixels {
     int bits = 0;
@@ -21,7 +21,7 @@ struct MonoPixels {
     std::int32_t Get(std::size_t pixel) const;
 };
 
-/// How pixels of more than 16 bits were brought down: stored = (original - offset) / divisor, truncated.
+/// How pixels of more than 16 bits were reduced: stored = (original - offset) / divisor, truncated.
 struct DeepReduction {
     std::int64_t offset = 0;
     std::int64_t divisor = 1;
@@ -40,7 +40,7 @@ struct StoredTable {
     int bits = 16;
     std::vector<std::uint16_t> entries;
 
-    std::uint16_t At(std::int32_t value) const;
+    std::uint16_t At(std::int64_t value) const;
 };
 
 /// From a descriptor of three values and its data, which may hold a byte or a word per entry, or segments

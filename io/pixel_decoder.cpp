@@ -4,6 +4,7 @@
 #include <gdcmSequenceOfFragments.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstring>
 #include <vector>
 
@@ -13,142 +14,163 @@ namespace {
 
 // ---- Uncompressed pixels
 
-/// Sample `index` of a stream of `bits` bits per sample, first sample in the lowest bits (PS3.5 8.1.1).
-std::uint32_t packed_sample(const unsigned char* bytes, std::uint64_t index, int bits) {
+/// `bits` bits from bit `at` on, the first in the lowest place (PS3.5 8.1.1).
+std::uint32_t packed_bits(const std::string& bytes, std::uint64_t at, unsigned bits) {
     std::uint32_t value = 0;
-    for (int b = 0; b < bits; ++b) {
-        const std::uint64_t at = index * static_cast<unsigned>(bits) + static_cast<unsigned>(b);
-        value |= static_cast<std::uint32_t>((bytes[at >> 3] >> (at & 7)) & 1) << b;
+    for (unsigned b = 0; b < bits; ++b, ++at) {
+        const auto byte = static_cast<unsigned char>(bytes[static_cast<std::size_t>(at >> 3)]);
+        value |= ((byte >> (at & 7)) & 1U) << b;
     }
     return value;
 }
 
-void put_sample(std::string& data, std::size_t index, int sampleBytes, std::uint32_t value) {
-    for (int b = 0; b < sampleBytes; ++b) {
-        data[index * static_cast<std::size_t>(sampleBytes) + static_cast<std::size_t>(b)] =
-            static_cast<char>((value >> (8 * b)) & 0xFF);
-    }
-}
-
 int bytes_for(int bits) { return bits <= 8 ? 1 : bits <= 16 ? 2 : 4; }
 
-void read_native(const gdcm::ByteValue* value, const PixelHeader& header, int index, StoredFrame* frame) {
-    const std::uint64_t pixels = frame->Pixels();
-    const std::uint64_t bits = static_cast<unsigned>(frame->bitsAllocated);
-    std::uint64_t frameSamples = pixels * static_cast<unsigned>(frame->samples);
-    const std::uint64_t have = value == nullptr ? 0 : static_cast<std::uint32_t>(value->GetLength());
-    const std::uint64_t frames = static_cast<unsigned>(header.frames);
+std::uint64_t samples_of(const StoredFrame& frame) {
+    return frame.Pixels() * static_cast<std::uint64_t>(frame.samples);
+}
+
+void read_native(const PixelSource& source, const PixelHeader& header, int index, bool partial,
+                 StoredFrame* frame) {
+    const std::uint64_t pixels = frame->Pixels(), count = samples_of(*frame);
+    const auto bits = static_cast<unsigned>(frame->bitsAllocated);
+    const auto frames = static_cast<std::uint64_t>(header.frames);
     // Two luminances share their colour differences, unless the writer stored all three in full after all.
-    const bool halved = frame->samples == 3 && header.photometric.find("_422") != std::string::npos &&
-                        bits == 8 && have < frameSamples * frames;
-    if (halved) frameSamples = (pixels + 1) / 2 * 4;
+    const bool isHalved = frame->samples == 3 && header.photometric.find("_422") != std::string::npos &&
+                          bits == 8 && source.claimed < count * frames;
+    const bool isPlanar = !isHalved && frame->samples == 3 && header.planar == 1;
+    const std::uint64_t frameSamples = isHalved ? (pixels + 1) / 2 * 4 : count;
     const std::uint64_t needed = (frameSamples * bits * frames + 7) / 8;
-    if (have < needed) {
-        throw Refusal("pixel data are cut short: " + std::to_string(have) + " bytes of " +
+    const Extent value = source.extents.front();
+    if (value.size < needed && !partial) {
+        throw Refusal("pixel data are cut short: " + std::to_string(value.size) + " bytes of " +
                       std::to_string(needed));
     }
-
-    const auto* bytes = reinterpret_cast<const unsigned char*>(value->GetPointer());
-    const std::uint64_t first = frameSamples * static_cast<unsigned>(index);
-    const std::size_t count = frame->Pixels() * static_cast<std::size_t>(frame->samples);
     frame->sampleBytes = bytes_for(frame->bitsAllocated);
-    frame->data.resize(count * static_cast<std::size_t>(frame->sampleBytes));
-    if (halved) {
-        for (std::size_t i = 0; i < frame->Pixels(); ++i) {
-            const unsigned char* pair = bytes + first + i / 2 * 4;
-            const unsigned char pixel[3] = {pair[i % 2], pair[2], pair[3]};
-            std::memcpy(&frame->data[i * 3], pixel, 3);
-        }
-    } else if (frame->samples == 3 && header.planar == 1) {
-        for (std::size_t i = 0; i < count; ++i) {
-            const std::uint64_t stored = first + i % 3 * pixels + i / 3;
-            put_sample(frame->data, i, frame->sampleBytes,
-                       packed_sample(bytes, stored, frame->bitsAllocated));
-        }
-    } else if (bits == 8 || bits == 16 || bits == 32) {
-        std::memcpy(&frame->data[0], bytes + first * bits / 8, frame->data.size());
-    } else {
-        for (std::size_t i = 0; i < count; ++i) {
-            put_sample(frame->data, i, frame->sampleBytes,
-                       packed_sample(bytes, first + i, frame->bitsAllocated));
-        }
+    if (count * static_cast<unsigned>(frame->sampleBytes) > kMaxFrameBytes && value.size < needed)
+        throw Refusal("one frame takes more than 1 GiB");
+
+    // A frame of single bits need not begin at a byte.
+    const std::uint64_t firstBit = frameSamples * bits * static_cast<unsigned>(index);
+    const std::uint64_t begin = std::min(firstBit / 8, value.size);
+    const std::uint64_t end = std::min((firstBit + frameSamples * bits + 7) / 8, value.size);
+    std::string bytes = source.read({value.offset + begin, end - begin});
+    const unsigned skipped = static_cast<unsigned>(firstBit % 8);
+    const std::uint64_t have =
+        bytes.empty() ? 0 : std::min(frameSamples, (bytes.size() * 8 - skipped) / bits);
+    frame->present = have == frameSamples ? pixels
+                     : isHalved           ? have / 4 * 2
+                     : isPlanar           ? have - std::min(have, 2 * pixels)
+                                          : have / static_cast<unsigned>(frame->samples);
+    bytes.resize((skipped + frameSamples * bits + 7) / 8);
+
+    if (!isHalved && !isPlanar && (bits == 8 || bits == 16 || bits == 32)) {
+        frame->data = std::move(bytes);
+        return;
+    }
+    frame->data.resize(count * static_cast<unsigned>(frame->sampleBytes));
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint64_t stored = i;
+        if (isPlanar) stored = i % 3 * pixels + i / 3;
+        if (isHalved) stored = i / 6 * 4 + (i % 3 == 0 ? i / 3 % 2 : 1 + i % 3);
+        frame->PutBits(i, packed_bits(bytes, skipped + stored * bits, bits));
     }
 }
 
 // ---- Compressed pixels
 
+/// Indexes of the fragments that begin at the offsets of the file's table, up to the first one that fits
+/// none.
+std::vector<std::size_t> begins_by_offset(const PixelSource& source) {
+    std::vector<std::size_t> begins;
+    for (std::uint64_t offset : source.frameOffsets) {
+        // Offsets ascend, and the first fragment's is 0.
+        std::size_t at = begins.empty() ? 0 : begins.back() + 1;
+        while (at < source.extents.size() && source.extents[at].offset - source.extents[0].offset < offset)
+            ++at;
+        if (at == source.extents.size() || source.extents[at].offset - source.extents[0].offset != offset)
+            break;
+        begins.push_back(at);
+    }
+    return begins;
+}
+
 bool starts_stream(const std::string& fragment) {
     return fragment.compare(0, 2, "\xFF\xD8") == 0 || fragment.compare(0, 2, "\xFF\x4F") == 0 ||
-           fragment.compare(4, 4, "jP  ") == 0;
+           (fragment.size() >= 8 && fragment.compare(4, 4, "jP  ") == 0);
 }
 
-/// The bytes of one frame. Frames are told apart by the basic offset table, by one fragment per frame, or by
-/// where a stream begins (PS3.5 Annex A.4).
-std::string frame_bytes(const gdcm::SequenceOfFragments& fragments, int frames, int index) {
-    std::vector<std::string> all;
-    std::vector<std::uint64_t> offsets;
-    std::uint64_t offset = 0;
-    for (std::size_t i = 0; i < fragments.GetNumberOfFragments(); ++i) {
-        const gdcm::ByteValue* bytes = fragments.GetFragment(i).GetByteValue();
-        all.emplace_back(bytes == nullptr ? std::string()
-                                          : std::string(bytes->GetPointer(), bytes->GetLength()));
-        offsets.push_back(offset);
-        offset += all.back().size() + 8;
-    }
-    const std::size_t count = static_cast<std::size_t>(frames);
+/// The index of each frame's first fragment: by one fragment per frame, by an offset table or by where a
+/// stream begins (PS3.5 Annex A.4). Of pixel data that are cut short, the frames that begin before the cut.
+std::vector<std::size_t> frame_begins(const PixelSource& source, std::size_t frames, bool isRle) {
     std::vector<std::size_t> begins;
-    if (count == 1) {
-        begins.push_back(0);
-    } else if (all.size() == count) {
-        for (std::size_t i = 0; i < count; ++i) begins.push_back(i);
-    } else {
-        const gdcm::ByteValue* table = fragments.GetTable().GetByteValue();
-        if (table != nullptr && table->GetLength() / 4 == count) {
-            for (std::size_t i = 0; i < count; ++i) {
-                std::uint32_t wanted = 0;
-                std::memcpy(&wanted, table->GetPointer() + 4 * i, 4);
-                const auto found = std::find(offsets.begin(), offsets.end(), wanted);
-                if (found == offsets.end()) break;
-                begins.push_back(static_cast<std::size_t>(found - offsets.begin()));
-            }
-        }
-        if (begins.size() != count || !std::is_sorted(begins.begin(), begins.end())) {
-            begins.clear();
-            for (std::size_t i = 0; i < all.size(); ++i) {
-                if (starts_stream(all[i])) begins.push_back(i);
-            }
-        }
+    const std::size_t count = source.extents.size();
+    if (frames == 1 || count == frames) {
+        for (std::size_t i = 0; i < std::min(count, frames); ++i) begins.push_back(i);
+        return begins;
     }
-    if (begins.size() != count || all.empty()) {
-        throw Refusal(CountOf(all.size(), "fragment") + " of pixel data for " + CountOf(count, "frame"));
+    if (source.frameOffsets.size() == frames) {
+        begins = begins_by_offset(source);
+        if (begins.size() == frames || (source.isCutShort && !begins.empty())) return begins;
+        begins.clear();
     }
-    const std::size_t at = static_cast<std::size_t>(index);
-    const std::size_t end = at + 1 < count ? begins[at + 1] : all.size();
-    std::string bytes;
-    for (std::size_t i = begins[at]; i < end; ++i) bytes += all[i];
-    return bytes;
+    for (std::size_t i = 0; i < count; ++i) {
+        const bool isBegin =
+            isRle ? source.isCutShort
+                  : starts_stream(source.read(
+                        {source.extents[i].offset, std::min<std::uint64_t>(8, source.extents[i].size)}));
+        if (isBegin) begins.push_back(i);
+    }
+    return begins;
 }
 
-void decode_rle(const std::string& bytes, StoredFrame* frame) {
+struct FrameBytes {
+    std::string bytes;
+    bool isCutShort = false;
+};
+
+FrameBytes frame_bytes(const PixelSource& source, int frames, int index, bool isRle) {
+    const auto count = static_cast<std::size_t>(frames), at = static_cast<std::size_t>(index);
+    const std::vector<std::size_t> begins = frame_begins(source, count, isRle);
+    if (source.isCutShort && at >= begins.size())
+        throw Refusal("the file ends before frame " + std::to_string(index));
+    if (!source.isCutShort && begins.size() != count) {
+        throw Refusal(CountOf(source.extents.size(), "fragment") + " of pixel data for " +
+                      CountOf(count, "frame"));
+    }
+    const bool isLast = at + 1 >= begins.size();
+    const std::size_t end = isLast ? source.extents.size() : begins[at + 1];
+    FrameBytes frame;
+    frame.isCutShort = source.isCutShort && isLast;
+    for (std::size_t i = begins[at]; i < end; ++i) frame.bytes += source.read(source.extents[i]);
+    return frame;
+}
+
+void decode_rle(const FrameBytes& stored, StoredFrame* frame) {
     if (frame->bitsAllocated % 8 != 0 || frame->bitsAllocated == 24) {
         throw Refusal("run-length coded samples of " + std::to_string(frame->bitsAllocated) + " bits");
     }
     frame->sampleBytes = frame->bitsAllocated / 8;
+    const std::uint64_t size = samples_of(*frame) * static_cast<unsigned>(frame->sampleBytes);
+    if (size > kMaxFrameBytes) throw Refusal("one frame takes more than 1 GiB");
     // A run of two bytes gives at most 128.
-    if (frame->Pixels() * static_cast<std::size_t>(frame->samples * frame->sampleBytes) / 64 > bytes.size() ||
-        !DecodeRle(bytes, frame->Pixels(), frame->samples, frame->sampleBytes, &frame->data)) {
-        throw Refusal("run-length coded pixel data are damaged or cut short");
+    const bool isPossible = stored.isCutShort || size / 64 <= stored.bytes.size();
+    if (isPossible) {
+        frame->present =
+            DecodeRle(stored.bytes, frame->Pixels(), frame->samples, frame->sampleBytes, &frame->data);
     }
+    if (frame->present < frame->Pixels() && !stored.isCutShort)
+        throw Refusal("run-length coded pixel data are damaged or cut short");
 }
 
-/// Limits decoded samples to the stored bits where the stream has more: lossy coding overshoots, and without its
-/// top bits white would come out black. Samples are sign-extended over the stream's bits if the frame is signed.
-/// Streams of unsigned samples hold signed ones as bit patterns, which may be those of the stored bits alone: then
-/// no sample reaches beyond these bits, and there is nothing to limit.
+/// Limits decoded samples to the stored bits where the stream has more: lossy coding overshoots, and without
+/// its top bits white would come out black. Samples are sign-extended over the stream's bits if the frame is
+/// signed. Streams of unsigned samples hold signed ones as bit patterns, which may be those of the stored
+/// bits alone: then no sample reaches beyond these bits, and there is nothing to limit.
 void limit_samples(const CodestreamHeader& stream, StoredFrame* frame) {
     const int bits = std::min(stream.bits, 8 * frame->sampleBytes);
     if (bits <= frame->bitsStored) return;
-    const std::size_t count = frame->Pixels() * static_cast<std::size_t>(frame->samples);
+    const std::size_t count = samples_of(*frame);
     const std::int64_t range = std::int64_t{1} << bits, stored = std::int64_t{1} << frame->bitsStored;
     const auto pattern = [&](std::size_t i) { return std::int64_t{frame->Bits(i)} & (range - 1); };
     if (!stream.isSigned) {
@@ -160,59 +182,70 @@ void limit_samples(const CodestreamHeader& stream, StoredFrame* frame) {
     for (std::size_t i = 0; i < count; ++i) {
         std::int64_t value = pattern(i);
         if (value >= range / 2 && (frame->isSigned || stream.isSigned)) value -= range;
-        put_sample(frame->data, i, frame->sampleBytes,
-                   static_cast<std::uint32_t>(std::clamp(value, low, high)));
+        frame->PutBits(i, static_cast<std::uint32_t>(std::clamp(value, low, high)));
     }
 }
 
-void decode_stream(std::string bytes, const gdcm::TransferSyntax& syntax, const PixelHeader& header,
-                   StoredFrame* frame) {
-    const CodestreamHeader stream = ReadCodestreamHeader(bytes);
+/// Compares the stream with the data set before a decoder gets it.
+void check_stream(const CodestreamHeader& stream, const StoredFrame& frame) {
     if (stream.kind == CodestreamHeader::kNone)
         throw Refusal("compressed pixel data are damaged or cut short");
-    const auto columns = static_cast<std::uint32_t>(frame->columns),
-               rows = static_cast<std::uint32_t>(frame->rows);
-    if (stream.width != columns || stream.height != rows || stream.components != frame->samples) {
+    const auto columns = static_cast<std::uint32_t>(frame.columns),
+               rows = static_cast<std::uint32_t>(frame.rows);
+    if (stream.width != columns || stream.height != rows || stream.components != frame.samples) {
         throw Refusal("compressed pixel data are " + std::to_string(stream.width) + " x " +
                       std::to_string(stream.height) + " x " + std::to_string(stream.components) +
                       ", the header says " + std::to_string(columns) + " x " + std::to_string(rows) + " x " +
-                      std::to_string(frame->samples));
+                      std::to_string(frame.samples));
     }
-    if (frame->bitsAllocated != 8 && frame->bitsAllocated != 16 && frame->bitsAllocated != 32) {
-        throw Refusal("compressed samples of " + std::to_string(frame->bitsAllocated) + " bits");
+    if (frame.bitsAllocated != 8 && frame.bitsAllocated != 16 && frame.bitsAllocated != 32) {
+        throw Refusal("compressed samples of " + std::to_string(frame.bitsAllocated) + " bits");
     }
-    const std::uint64_t samples = frame->Pixels() * static_cast<std::uint64_t>(frame->samples);
-    if (samples * static_cast<unsigned>(frame->bitsAllocated) / 8 > kMaxFrameBytes) {
+    if (samples_of(frame) * static_cast<unsigned>(frame.bitsAllocated) / 8 > kMaxFrameBytes) {
         throw Refusal("one frame takes more than 1 GiB");
     }
+}
 
-    gdcm::Bitmap bitmap;
-    bitmap.SetNumberOfDimensions(2);
-    bitmap.SetDimension(0, columns);
-    bitmap.SetDimension(1, rows);
-    bitmap.SetTransferSyntax(syntax);
-    bitmap.SetPixelFormat(gdcm::PixelFormat(
-        static_cast<unsigned short>(frame->samples), static_cast<unsigned short>(frame->bitsAllocated),
-        static_cast<unsigned short>(frame->bitsStored), static_cast<unsigned short>(frame->bitsStored - 1),
-        static_cast<unsigned short>(frame->isSigned)));
-    gdcm::PhotometricInterpretation::PIType photometric = gdcm::PhotometricInterpretation::MONOCHROME2;
-    if (frame->samples == 3) {
-        photometric = gdcm::PhotometricInterpretation::GetPIType(header.photometric.c_str());
-        if (photometric == gdcm::PhotometricInterpretation::UNKNOWN)
-            photometric = gdcm::PhotometricInterpretation::RGB;
-    }
-    bitmap.SetPhotometricInterpretation(photometric);
-    gdcm::SmartPointer<gdcm::SequenceOfFragments> fragments = new gdcm::SequenceOfFragments;
-    gdcm::Fragment fragment;
+gdcm::DataElement one_fragment(std::string bytes) {
     if (bytes.size() % 2 != 0) bytes += '\0';
+    gdcm::Fragment fragment;
     fragment.SetByteValue(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+    gdcm::SmartPointer<gdcm::SequenceOfFragments> fragments = new gdcm::SequenceOfFragments;
     fragments->AddFragment(fragment);
     gdcm::DataElement pixels(gdcm::Tag(0x7FE0, 0x0010));
     pixels.SetVR(gdcm::VR::OB);
     pixels.SetValue(*fragments);
-    bitmap.SetDataElement(pixels);
+    return pixels;
+}
 
-    const std::uint64_t length = bitmap.GetBufferLength();
+void describe(const StoredFrame& frame, const std::string& photometricName, gdcm::Bitmap* bitmap) {
+    bitmap->SetNumberOfDimensions(2);
+    bitmap->SetDimension(0, static_cast<unsigned>(frame.columns));
+    bitmap->SetDimension(1, static_cast<unsigned>(frame.rows));
+    bitmap->SetPixelFormat(gdcm::PixelFormat(
+        static_cast<unsigned short>(frame.samples), static_cast<unsigned short>(frame.bitsAllocated),
+        static_cast<unsigned short>(frame.bitsStored), static_cast<unsigned short>(frame.bitsStored - 1),
+        static_cast<unsigned short>(frame.isSigned)));
+    gdcm::PhotometricInterpretation::PIType photometric = gdcm::PhotometricInterpretation::MONOCHROME2;
+    if (frame.samples == 3) {
+        photometric = gdcm::PhotometricInterpretation::GetPIType(photometricName.c_str());
+        if (photometric == gdcm::PhotometricInterpretation::UNKNOWN)
+            photometric = gdcm::PhotometricInterpretation::RGB;
+    }
+    bitmap->SetPhotometricInterpretation(photometric);
+}
+
+void decode_stream(const FrameBytes& stored, const gdcm::TransferSyntax& syntax, const PixelHeader& header,
+                   StoredFrame* frame) {
+    if (stored.isCutShort) throw Refusal("the file ends within a compressed frame");
+    const CodestreamHeader stream = ReadCodestreamHeader(stored.bytes);
+    check_stream(stream, *frame);
+    gdcm::Bitmap bitmap;
+    describe(*frame, header.photometric, &bitmap);
+    bitmap.SetTransferSyntax(syntax);
+    bitmap.SetDataElement(one_fragment(stored.bytes));
+
+    const std::uint64_t samples = samples_of(*frame), length = bitmap.GetBufferLength();
     frame->data.resize(std::max<std::uint64_t>(length, 4 * samples));
     if (!bitmap.GetBuffer(&frame->data[0])) throw Refusal("compressed pixel data cannot be decoded");
     const gdcm::PixelFormat& format = bitmap.GetPixelFormat();
@@ -225,44 +258,91 @@ void decode_stream(std::string bytes, const gdcm::TransferSyntax& syntax, const 
     frame->bitsAllocated = format.GetBitsAllocated();
     frame->bitsStored = std::min<int>(frame->bitsStored, frame->bitsAllocated);
     frame->highBit = frame->bitsStored - 1;
+    frame->present = frame->Pixels();
     limit_samples(stream, frame);
 
-    if (frame->samples == 3 && stream.colour != CodestreamHeader::kUntold) {
+    if (frame->samples == 3 && stream.colour != CodestreamHeader::kUnknown) {
         frame->photometric = stream.colour == CodestreamHeader::kRgb ? "RGB" : "YBR_FULL";
     } else if (header.photometric == "YBR_RCT" || header.photometric == "YBR_ICT") {
         frame->photometric = "RGB";
     }
 }
 
+constexpr gdcm::TransferSyntax::TSType kDecodable[] = {
+    gdcm::TransferSyntax::JPEGBaselineProcess1,  gdcm::TransferSyntax::JPEGExtendedProcess2_4,
+    gdcm::TransferSyntax::JPEGLosslessProcess14, gdcm::TransferSyntax::JPEGLosslessProcess14_1,
+    gdcm::TransferSyntax::JPEGLSLossless,        gdcm::TransferSyntax::JPEGLSNearLossless,
+    gdcm::TransferSyntax::JPEG2000Lossless,      gdcm::TransferSyntax::JPEG2000,
+    gdcm::TransferSyntax::JPEG2000Part2Lossless, gdcm::TransferSyntax::JPEG2000Part2};
+
+// ---- Transfer syntaxes that cannot be read
+
+/// UIDs that continue kStandard with `arc`, a number from `first` to `last` and perhaps one more.
+struct UnreadableSyntax {
+    std::string_view arc;
+    int first;
+    int last;
+    const char* name;
+    bool isCompression = true;
+};
+
+constexpr std::string_view kStandard = "1.2.840.10008.1.2.";
+constexpr UnreadableSyntax kUnreadable[] = {
+    {"1.", 98, 98, "Encapsulated Uncompressed Explicit VR Little Endian", false},
+    {"4.", 52, 56, "a retired JPEG process"},
+    {"4.", 58, 66, "a retired JPEG process"},
+    {"4.", 94, 95, "JPIP references to pixels elsewhere", false},
+    {"4.", 100, 101, "MPEG-2"},
+    {"4.", 102, 106, "MPEG-4 AVC/H.264"},
+    {"4.", 107, 108, "HEVC/H.265"},
+    {"4.", 110, 112, "JPEG XL"},
+    {"4.", 201, 203, "High-Throughput JPEG 2000"},
+    {"4.", 204, 205, "JPIP references to pixels elsewhere", false},
+    {"6.", 1, 1, "RFC 2557 MIME encapsulation", false},
+    {"6.", 2, 2, "XML encoding", false},
+    {"7.", 1, 3, "SMPTE ST 2110 streaming", false},
+    {"8.", 1, 1, "Deflated Image Frame Compression"},
+};
+
 }  // namespace
+
+std::string WhyUnreadable(const std::string& transferSyntax) {
+    const std::string_view uid = transferSyntax;
+    for (const UnreadableSyntax& row : kUnreadable) {
+        const std::size_t at = kStandard.size() + row.arc.size();
+        if (uid.size() <= at || uid.substr(0, kStandard.size()) != kStandard ||
+            uid.substr(kStandard.size(), row.arc.size()) != row.arc) {
+            continue;
+        }
+        int number = 0;
+        const char* last = uid.data() + uid.size();
+        const char* end = std::from_chars(uid.data() + at, last, number).ptr;
+        if (number < row.first || number > row.last || (end != last && *end != '.')) continue;
+        return std::string(row.isCompression ? "is compressed with " : "contains ") + row.name + " (" +
+               transferSyntax + "), which cannot be read";
+    }
+    return std::string();
+}
 
 std::string CountOf(std::uint64_t number, const char* noun) {
     return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
 }
 
-StoredFrame DecodePixels(const gdcm::DataElement& pixels, const gdcm::TransferSyntax& syntax,
-                         const PixelHeader& header, int index) {
-    const gdcm::SequenceOfFragments* fragments = pixels.GetSequenceOfFragments();
+StoredFrame DecodePixels(const PixelSource& source, const gdcm::TransferSyntax& syntax,
+                         const PixelHeader& header, int index, bool partial) {
     StoredFrame frame = header.frame;
-    if (fragments == nullptr) {
+    if (!source.isEncapsulated) {
         if (syntax.IsEncapsulated()) throw Refusal("compressed pixel data are not in fragments");
-        read_native(pixels.GetByteValue(), header, index, &frame);
+        read_native(source, header, index, partial, &frame);
     } else if (syntax == gdcm::TransferSyntax::RLELossless) {
-        decode_rle(frame_bytes(*fragments, header.frames, index), &frame);
+        decode_rle(frame_bytes(source, header.frames, index, true), &frame);
+    } else if (std::find(std::begin(kDecodable), std::end(kDecodable), syntax) != std::end(kDecodable)) {
+        decode_stream(frame_bytes(source, header.frames, index, false), syntax, header, &frame);
     } else {
         const char* name = syntax.GetString();
-        bool known = false;
-        for (gdcm::TransferSyntax::TSType type :
-             {gdcm::TransferSyntax::JPEGBaselineProcess1, gdcm::TransferSyntax::JPEGExtendedProcess2_4,
-              gdcm::TransferSyntax::JPEGLosslessProcess14, gdcm::TransferSyntax::JPEGLosslessProcess14_1,
-              gdcm::TransferSyntax::JPEGLSLossless, gdcm::TransferSyntax::JPEGLSNearLossless,
-              gdcm::TransferSyntax::JPEG2000Lossless, gdcm::TransferSyntax::JPEG2000,
-              gdcm::TransferSyntax::JPEG2000Part2Lossless, gdcm::TransferSyntax::JPEG2000Part2}) {
-            known = known || syntax == type;
-        }
-        if (!known)
-            throw Refusal(std::string("transfer syntax ") + (name ? name : "?") + " cannot be decoded");
-        decode_stream(frame_bytes(*fragments, header.frames, index), syntax, header, &frame);
+        throw Refusal(std::string("transfer syntax ") + (name ? name : "?") + " cannot be decoded");
     }
+    if (frame.present == 0)
+        throw Refusal("the file ends before the first pixel of frame " + std::to_string(index));
     return frame;
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <gdcmDataElement.h>
 #include <gdcmTransferSyntax.h>
 
 #include <cstdint>
@@ -8,8 +7,9 @@
 #include <string>
 
 #include "dicom_reader.h"
+#include "pixel_source.h"
 
-/// Why a file cannot be presented. The file's name is put before it by whoever knows it.
+/// Why a file cannot be presented. What catches it puts the file's name before it.
 class Refusal : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -18,12 +18,12 @@ public:
 /// "1 row", "2 rows".
 std::string CountOf(std::uint64_t number, const char* noun);
 
-/// What the data set says of the pixels, tested: sizes above 0, depths that fit each other.
+/// The data set's description of the pixels, tested: sizes above 0, depths that fit each other.
 struct PixelHeader {
     int frames = 1;
     /// 1: all of the first colour, then all of the second, ...
     int planar = 0;
-    /// As the file gives it; a name such as YBR_FULL_422 tells how the samples lie.
+    /// As the file gives it; a name such as YBR_FULL_422 defines the layout of the samples.
     std::string photometric;
     /// Sizes and depths; sampleBytes and data are still to come.
     StoredFrame frame;
@@ -32,8 +32,12 @@ struct PixelHeader {
 /// No decoded frame takes more.
 constexpr std::uint64_t kMaxFrameBytes = std::uint64_t{1} << 30;
 
-/// Decodes frame `index`, which is below header.frames. Sizes are held against the bytes that are there
-/// before anything is allocated. Throws Refusal. May also abort or run for long: call it where that does no
-/// harm.
-StoredFrame DecodePixels(const gdcm::DataElement& pixels, const gdcm::TransferSyntax& syntax,
-                         const PixelHeader& header, int index);
+/// Decodes frame `index`, which is below header.frames. Sizes are compared with the bytes that are there
+/// before anything is allocated. A frame that is cut short is refused unless `partial`. Throws Refusal. May
+/// also abort or run for long: call it where that does no harm.
+StoredFrame DecodePixels(const PixelSource& source, const gdcm::TransferSyntax& syntax,
+                         const PixelHeader& header, int index, bool partial);
+
+/// "is compressed with High-Throughput JPEG 2000 (1.2.840.10008.1.2.4.201), which cannot be read"; empty for
+/// a transfer syntax that can be read or is not the standard's.
+std::string WhyUnreadable(const std::string& transferSyntax);

@@ -127,7 +127,7 @@ ImageSource::ImageSource(DicomFile frame)
     : file(std::move(frame)), message(MakeMessage(file.DataSet())), raster(make_raster(file)) {}
 
 ImageSource::ImageSource(const std::string& path, const PresentationOptions& options)
-    : ImageSource(DicomFile::Load(path, options.frame)) {
+    : ImageSource(DicomFile::Load(path, LoadOptions{options.frame, options.partial})) {
     if (options.displayParameters.empty()) return;
     saved = ReadDisplayParameters(options.displayParameters, file.DataSet().Text(tag::kSopInstance),
                                   options.force);
@@ -253,8 +253,7 @@ void OpenedImage::note_missing_suv_scale() {
 }
 
 std::vector<Note> OpenedImage::Notes() const {
-    std::vector<Note> notes;
-    for (const std::string& text : File().Notes()) notes.push_back({"pixels", text});
+    std::vector<Note> notes = File().Notes();
     notes.insert(notes.end(), m_Notes.begin(), m_Notes.end());
     return notes;
 }

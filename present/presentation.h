@@ -33,6 +33,8 @@ struct PresentationOptions {
     std::optional<std::string> colourMap;
     std::optional<std::string> preset;
     int frame = 0;
+    /// Draw a file that is cut short as far as it goes.
+    bool partial = false;
     /// A display-parameter file to lay over the image before all that; empty for none.
     std::string displayParameters;
     /// Take it though it belongs to another image.
@@ -59,12 +61,6 @@ enum class WindowSource {
 };
 /// As `info` prints it: "voi-lut-entry", "raw-attributes", "automatic", "fallback", "colormap-suv", "preset", "saved", "option".
 const char* NameOf(WindowSource source);
-
-/// Something that a user must know of the picture: a sentence, and a code for programs.
-struct Note {
-    std::string code;
-    std::string text;
-};
 
 /// How an image opened, before the user's choice.
 struct OpenedState {

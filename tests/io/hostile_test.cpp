@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <random>
 
-#include "app_test_support.h"
+#include "cli/app_test_support.h"
 #include "io/isolated.h"
 #include "io/present_error.h"
 #include "present/presentation.h"

@@ -1,0 +1,153 @@
+#include "pixel_source.h"
+
+#include <fcntl.h>
+#include <gdcmSequenceOfFragments.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+
+#include "dicom_tags.h"
+
+namespace {
+
+constexpr std::uint32_t kUndefinedLength = 0xFFFFFFFF;
+constexpr std::uint64_t kItemHeader = 8;
+
+class File {
+public:
+    explicit File(const std::string& path) : m_File(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+        struct stat status {};
+        if (m_File >= 0 && fstat(m_File, &status) == 0) m_Size = static_cast<std::uint64_t>(status.st_size);
+    }
+    ~File() {
+        if (m_File >= 0) close(m_File);
+    }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+
+    std::uint64_t Size() const { return m_Size; }
+
+    /// As much of the extent as the file has.
+    std::string Read(Extent extent) const {
+        if (extent.offset >= m_Size) return std::string();
+        std::string bytes(static_cast<std::size_t>(std::min(extent.size, m_Size - extent.offset)), '\0');
+        for (std::size_t done = 0; done < bytes.size();) {
+            const ssize_t got =
+                pread(m_File, &bytes[done], bytes.size() - done, static_cast<off_t>(extent.offset + done));
+            if (got < 0 && errno == EINTR) continue;
+            if (got <= 0) throw std::runtime_error("the file cannot be read");
+            done += static_cast<std::size_t>(got);
+        }
+        return bytes;
+    }
+
+private:
+    int m_File = -1;
+    std::uint64_t m_Size = 0;
+};
+
+std::uint64_t number_at(const std::string& bytes, std::size_t at, std::size_t size) {
+    std::uint64_t value = 0;
+    for (std::size_t b = size; b-- > 0;) value = (value << 8) | static_cast<unsigned char>(bytes[at + b]);
+    return value;
+}
+
+std::uint32_t tag_at(const std::string& bytes, std::size_t at) {
+    return DicomTag(static_cast<unsigned>(number_at(bytes, at, 2)),
+                    static_cast<unsigned>(number_at(bytes, at + 2, 2)));
+}
+
+/// Lists the items from `at` to the sequence delimitation; the first one is the Basic Offset Table (PS3.5
+/// A.4).
+bool find_fragments(const File& file, std::uint64_t at, PixelSource* source) {
+    for (bool isTable = true;; isTable = false) {
+        const std::string header = file.Read({at, kItemHeader});
+        if (header.size() < kItemHeader) {
+            source->isCutShort = true;
+            return !isTable;
+        }
+        const std::uint32_t tag = tag_at(header, 0);
+        if (tag == tag::kSequenceDelimitation) return !isTable;
+        if (tag != tag::kItem) return false;
+        Extent item{at + kItemHeader, number_at(header, 4, 4)};
+        const std::uint64_t left = file.Size() - item.offset;
+        if (isTable) {
+            if (item.size > left) return false;
+            source->frameOffsets = OffsetsOf(file.Read(item), 4);
+        } else {
+            source->isCutShort = item.size > left;
+            item.size = std::min(item.size, left);
+            source->extents.push_back(item);
+            if (source->isCutShort) return true;
+        }
+        at = item.offset + item.size;
+    }
+}
+
+}  // namespace
+
+std::vector<std::uint64_t> OffsetsOf(const std::string& table, std::size_t size) {
+    std::vector<std::uint64_t> offsets;
+    for (std::size_t at = 0; at + size <= table.size(); at += size)
+        offsets.push_back(number_at(table, at, size));
+    return offsets;
+}
+
+std::optional<PixelSource> FindPixels(const std::string& path, std::uint64_t value) {
+    const auto file = std::make_shared<const File>(path);
+    if (value < 12 || value > file->Size()) return std::nullopt;
+    // An explicit header is tag, VR, two zeros and length; an implicit one tag and length.
+    const std::string header = file->Read({value - 12, 12});
+    const bool isExplicit = tag_at(header, 0) == tag::kPixelData && number_at(header, 6, 2) == 0;
+    if (!isExplicit && tag_at(header, 4) != tag::kPixelData) return std::nullopt;
+
+    PixelSource source;
+    source.read = [file](Extent extent) { return file->Read(extent); };
+    const std::uint64_t length = number_at(header, 8, 4), left = file->Size() - value;
+    source.isEncapsulated = length == kUndefinedLength;
+    if (source.isEncapsulated) {
+        if (!find_fragments(*file, value, &source)) return std::nullopt;
+    } else {
+        source.claimed = length;
+        source.isCutShort = length > left;
+        source.extents = {{value, std::min(length, left)}};
+    }
+    return source;
+}
+
+PixelSource PixelsInMemory(const gdcm::DataElement& element) {
+    PixelSource source;
+    const gdcm::SequenceOfFragments* fragments = element.GetSequenceOfFragments();
+    std::vector<const gdcm::ByteValue*> values;
+    if (fragments == nullptr) {
+        values.push_back(element.GetByteValue());
+    } else {
+        source.isEncapsulated = true;
+        for (std::size_t i = 0; i < fragments->GetNumberOfFragments(); ++i)
+            values.push_back(fragments->GetFragment(i).GetByteValue());
+        if (const gdcm::ByteValue* table = fragments->GetTable().GetByteValue())
+            source.frameOffsets = OffsetsOf(std::string(table->GetPointer(), table->GetLength()), 4);
+    }
+    std::uint64_t offset = 0;
+    for (const gdcm::ByteValue* value : values) {
+        const std::uint64_t size = value == nullptr ? 0 : std::uint32_t{value->GetLength()};
+        source.extents.push_back({offset, size});
+        offset += size + kItemHeader;
+    }
+    if (fragments == nullptr) source.claimed = source.extents.front().size;
+    source.read = [values, extents = source.extents](Extent wanted) {
+        for (std::size_t i = 0; i < extents.size(); ++i) {
+            const std::uint64_t skip = wanted.offset - extents[i].offset;
+            if (wanted.offset < extents[i].offset || skip >= extents[i].size) continue;
+            const std::uint64_t size = std::min(wanted.size, extents[i].size - skip);
+            return std::string(values[i]->GetPointer() + skip, static_cast<std::size_t>(size));
+        }
+        return std::string();
+    };
+    return source;
+}

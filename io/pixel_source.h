@@ -1,0 +1,40 @@
+#pragma once
+
+#include <gdcmDataElement.h>
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// A run of bytes.
+struct Extent {
+    std::uint64_t offset = 0;
+    std::uint64_t size = 0;
+};
+
+/// Where the pixel data of a file are. Finding them reads no pixels: a frame costs what its own bytes cost.
+struct PixelSource {
+    bool isEncapsulated = false;
+    /// The file ends before the value does. The extents cover what is there.
+    bool isCutShort = false;
+    /// The length that the file gives the value; 0 when it is encapsulated.
+    std::uint64_t claimed = 0;
+    /// One per fragment; one for native pixels, which may be empty.
+    std::vector<Extent> extents;
+    /// As the file gives them: where frames begin, from the first fragment's header. Not tested.
+    std::vector<std::uint64_t> frameOffsets;
+    /// Reads within one of the extents.
+    std::function<std::string(Extent)> read;
+};
+
+/// The numbers of an offset table, `size` bytes each.
+std::vector<std::uint64_t> OffsetsOf(const std::string& table, std::size_t size);
+
+/// Pixel data whose value begins at `value` in a file of little-endian elements; lengths are tested against
+/// the file's size. Nothing where the structure is not the standard's.
+std::optional<PixelSource> FindPixels(const std::string& path, std::uint64_t value);
+
+/// Pixel data that have been read. The element must outlive the source.
+PixelSource PixelsInMemory(const gdcm::DataElement& element);
