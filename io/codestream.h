@@ -13,7 +13,7 @@ struct CodestreamHeader {
     int bits = 0;
     /// Only JPEG 2000 has signed samples.
     bool isSigned = false;
-    /// The three components are luminance and two colour differences, or turn into red, green and blue on
+    /// The three components are luminance and two colour differences, or become red, green and blue on
     /// decoding.
     enum Colour { kUnknown, kYbr, kRgb };
     Colour colour = kUnknown;

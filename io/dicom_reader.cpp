@@ -153,8 +153,8 @@ PixelHeader read_header(const DicomDataSet& dataSet) {
 
 // ---- The file
 
-/// A file that notices when a value ends before its length: the reader fills up pixel data that are cut short
-/// without a word.
+/// A file that notices when a value ends before its length: the library fills up pixel data that are cut
+/// short and does not report it.
 class WatchedFile : public std::filebuf {
 public:
     bool IsCutShort() const { return m_bCutShort; }
@@ -162,8 +162,8 @@ public:
 protected:
     std::streamsize xsgetn(char* bytes, std::streamsize count) override {
         const std::streamsize got = std::filebuf::xsgetn(bytes, count);
-        // Tags and lengths take up to four bytes; looking for another one at the end of a file is as it
-        // should be.
+        // Tags and lengths take up to four bytes; looking for another one at the end of a file is
+        // normal.
         if (got < count && count > 4) m_bCutShort = true;
         return got;
     }

@@ -55,8 +55,8 @@ struct LoadOptions {
     bool partial = false;
 };
 
-/// Reads a DICOM file and decodes one of its frames. Works in a process of its own, so that no file can bring
-/// this one down. Throws PresentError.
+/// Reads a DICOM file and decodes one of its frames. Works in a process of its own, so that no file can end
+/// this one. Throws PresentError.
 DicomFileContent ReadDicomFile(const std::string& path, LoadOptions options);
 inline DicomFileContent ReadDicomFile(const std::string& path, int frame) {
     return ReadDicomFile(path, LoadOptions{frame});

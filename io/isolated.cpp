@@ -37,7 +37,7 @@ bool write_all(int file, const char* bytes, std::size_t size) {
 
 [[noreturn]] void run_child(const std::function<std::string()>& work, int answerPipe,
                             unsigned long long memoryLimit, unsigned secondsLimit) {
-    // The parent's handlers (a sanitizer's, a test runner's) have no business with a decoder's abort.
+    // A decoder's abort must not reach the parent's handlers (a sanitizer's, a test runner's).
     for (int signal : {SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL}) std::signal(signal, SIG_DFL);
     const int nowhere = open("/dev/null", O_WRONLY);
     if (nowhere >= 0) {

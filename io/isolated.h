@@ -11,9 +11,9 @@ struct IsolatedResult {
     std::string answer;
 };
 
-/// Runs the work in a child process and hands back what it returned. A decoder for a dozen formats, given
+/// Runs the work in a child process and returns its result. A decoder for a dozen formats, given
 /// hostile bytes, may abort on its own checks, run for ever or eat all memory: here that ends the child, and
-/// the caller can say so. The child's standard output and error lead nowhere. memoryLimit is in bytes, the
+/// the caller can say so. The child's standard output and error are discarded. memoryLimit is in bytes, the
 /// time limit in seconds of CPU time. An exception that leaves the work counts as kDied.
 IsolatedResult RunIsolated(const std::function<std::string()>& work, unsigned long long memoryLimit,
                            unsigned secondsLimit);

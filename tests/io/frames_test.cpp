@@ -122,6 +122,8 @@ TEST_F(Frames, EachIsFoundWhereItLies) {
     };
     DicomDataSet set = OneRow({0, 0, 0}, 16, 16, 15, false);
     set.PutText(kFrameCount, "IS", "3");
+    // An icon has pixel data of its own.
+    set.elements[DicomTag(0x0088, 0x0200)] = DicomElement{"SQ", "", {OneRow({9}, 8, 8, 7, false)}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         const std::string file = Encoded(set, kJpegLossless, row.pixelData);

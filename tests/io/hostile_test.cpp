@@ -84,7 +84,7 @@ TEST(Hostile, ChangedBytesAreRefusedOrDrawn) {
     }
 }
 
-TEST(Hostile, WhatIsNoFileIsRefused) {
+TEST(Hostile, OtherFilesAreRefused) {
     support::TemporaryDirectory directory;
     support::WriteFile(directory / "text", std::string(5000, 'x'));
     support::WriteFile(directory / "empty", "");

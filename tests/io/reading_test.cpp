@@ -140,7 +140,7 @@ TEST_F(Reading, PalettesInEveryForm) {
     } rows[] = {
         {"16-bit entries", {3, 0, 16}, ramp, false, {0, 1, 2}, {0, 128, 255}},
         {"beyond both ends", {3, 10, 16}, ramp, false, {0, 11, 200}, {0, 128, 255}},
-        {"fewer entries than told", {256, 0, 16}, ramp, false, {1, 2, 255}, {128, 255, 255}},
+        {"fewer entries than described", {256, 0, 16}, ramp, false, {1, 2, 255}, {128, 255, 255}},
         {"8-bit entries, one a byte", {4, 0, 8}, BytesOf({1, 2, 3, 4}, 1), false, {0, 3}, {1, 4}},
         {"8-bit entries, one a word", {4, 0, 8}, BytesOf({1, 2, 3, 4}, 2), false, {0, 3}, {1, 4}},
         {"segments: discrete and linear",
@@ -209,7 +209,7 @@ TEST_F(Reading, FunctionalGroupsOfTheFrameComeToTheTop) {
     const std::uint32_t voiGroup = DicomTag(0x0028, 0x9132), mapping = DicomTag(0x0040, 0x9096);
     DicomDataSet window, shared, units, frames[2];
     window.PutText(center, "DS", "40");
-    window.PutWord(rows, "US", 9);  // has no business here
+    window.PutWord(rows, "US", 9);  // not a property of one frame
     shared.elements[voiGroup] = sequence(window);
     units.PutText(DicomTag(0x0028, 0x3003), "LO", "units");
     shared.elements[mapping] = sequence(units);
