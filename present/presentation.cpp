@@ -193,7 +193,11 @@ void OpenedImage::note_constant_pixels() {
 /// What the pixels of the image span is what 0 and 100 per cent stand for. It costs a look at every frame, and so is left to
 /// the first percentage.
 void OpenedImage::offer_maximal_range() {
-    m_Units.SetMaximalRangeSource([this] { return ModalityRange(); });
+    m_Units.SetMaximalRangeSource([this]() -> std::optional<std::pair<double, double>> {
+        const auto stored = File().WholeImageRange();
+        if (!stored) return ModalityRange();
+        return std::minmax({stored->first * m_Slope + m_Intercept, stored->second * m_Slope + m_Intercept});
+    });
 }
 
 std::optional<std::pair<int, int>> OpenedImage::StoredRange() {
