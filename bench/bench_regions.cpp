@@ -1,5 +1,5 @@
-// A drag of one window among many regions on a 2048 x 2048 screen: UpdateMasks, and drawing the frame by the combined mask,
-// against copying the frame once.
+// A drag of one window among many regions on a 2048 x 2048 screen: UpdateMasks, and drawing the frame by the
+// combined mask, against copying the frame once.
 
 #include <KIT/KIT_BaseParamsVec.h>
 #include <KIT/KIT_PolygonMask.h>

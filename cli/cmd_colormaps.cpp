@@ -66,7 +66,8 @@ void print_maps(std::ostream& out) {
     });
 }
 
-/// Each map as a strip from level 0 to 255 after its name, below the name of its procedure. A dummy map is grey.
+/// Each map as a strip from level 0 to 255 after its name, below the name of its procedure. A dummy map is
+/// grey.
 Picture draw_maps() {
     int lines = 0;
     for (int i = 0; i < Catalogue().NumOfColorMaps(); ++i)

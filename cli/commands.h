@@ -3,8 +3,8 @@
 #include <CLI/App.hpp>
 #include <functional>
 
-/// Each adds one sub-command to the program and leaves its work in `run`, which is called once the whole line has been
-/// read. The work throws PresentError or UsageError.
+/// Each adds one sub-command to the program and leaves its work in `run`, which is called once the whole line
+/// has been read. The work throws PresentError or UsageError.
 using Run = std::function<void()>;
 
 void AddRenderCommand(CLI::App& app, Run& run);

@@ -14,8 +14,8 @@ struct CaptionedPicture {
 constexpr int kCharacterWidth = 12;
 constexpr int kTextHeight = 14;
 
-/// Draws a line of text in capitals with its upper left corner at (x, y); what does not fit is left out. Letters, digits
-/// and a few signs show; other characters leave a gap.
+/// Draws a line of text in capitals with its upper left corner at (x, y); what does not fit is left out.
+/// Letters, digits and a few signs show; other characters leave a gap.
 void DrawText(Picture& picture, int x, int y, const std::string& text);
 
 /// The pictures in a grid, each made to fit its cell, with its caption below.

@@ -17,7 +17,8 @@ void AddViewOptions(CLI::App& command, ViewOptions& options);
 void AddFrameOption(CLI::App& command, PresentationOptions& options);
 void AddConfigOption(CLI::App& command, std::string& config);
 
-/// The files that a command reads: the image, display parameters, the configuration, mask pictures of regions.
+/// The files that a command reads: the image, display parameters, the configuration, mask pictures of
+/// regions.
 std::vector<std::string> InputsOf(const std::string& image, const PresentationOptions& options,
                                   const ViewOptions* view = nullptr);
 

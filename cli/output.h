@@ -6,8 +6,8 @@
 
 using Json = nlohmann::ordered_json;
 
-/// Prints JSON for programs, each object of the outermost level with a "schema" number in front. The number changes when a
-/// key changes its meaning or goes away. Text that is not UTF-8 is replaced.
+/// Prints JSON for programs, each object of the outermost level with a "schema" number in front. The number
+/// changes when a key changes its meaning or goes away. Text that is not UTF-8 is replaced.
 void PrintJson(std::ostream& out, const Json& result, int indent = 2);
 
 /// The range of an image's values as {"min", "max"}, or null.

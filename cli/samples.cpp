@@ -44,8 +44,8 @@ void add_radiopharmaceutical(DicomDataSet& set) {
     set.elements[DicomTag(0x0054, 0x0016)] = DicomElement{"SQ", "", {drug}};
 }
 
-/// Indexes 0 to 127 are greys with a touch of blue; above them blood that flows away, slow to fast from blue to cyan, and from
-/// 192 on blood that comes near, from red to yellow.
+/// Indexes 0 to 127 are greys with a touch of blue; above them blood that flows away, slow to fast from blue
+/// to cyan, and from 192 on blood that comes near, from red to yellow.
 void add_doppler_palette(DicomDataSet& set) {
     std::string colours[3];
     for (int index = 0; index < 256; ++index) {

@@ -7,16 +7,17 @@
 #include <utility>
 #include <vector>
 
-/// An output file that is either there as a whole or not at all. The bytes go to a temporary file in the same directory,
-/// reach the disk, and take the place of the older file, whose mode the new one has. A symbolic link is followed: what it
-/// points at is replaced. What is not a regular file (a device, a pipe) is written straight, and so is "-", standard output.
+/// An output file that is either there as a whole or not at all. The bytes go to a temporary file in the same
+/// directory, reach the disk, and take the place of the older file, whose mode the new one has. A symbolic
+/// link is followed: what it points at is replaced. What is not a regular file (a device, a pipe) is written
+/// straight, and so is "-", standard output.
 ///
 ///     AtomicFile file("out.png");
 ///     file.Write(bytes.data(), bytes.size());
 ///     file.Commit();
 ///
-/// Without Commit the temporary is removed and the older file stays. The temporary that a killed run left is removed by the
-/// next run that writes the same file. Every operation throws PresentError.
+/// Without Commit the temporary is removed and the older file stays. The temporary that a killed run left is
+/// removed by the next run that writes the same file. Every operation throws PresentError.
 class AtomicFile {
 public:
     explicit AtomicFile(const std::string& path);
@@ -46,8 +47,8 @@ void WriteFileAtomically(const std::string& path, const void* bytes, std::size_t
 /// Several outputs of one command, path and bytes: none takes its place before all are on the disk.
 void WriteFilesAtomically(const std::vector<std::pair<std::string, std::string>>& files);
 
-/// Throws UsageError when an output is one of the inputs or another output: the same file, whatever its name (links
-/// included). Devices may be named twice, standard output once. Empty names are passed over.
+/// Throws UsageError when an output is one of the inputs or another output: the same file, whatever its name
+/// (links included). Devices may be named twice, standard output once. Empty names are passed over.
 void RefuseClashes(const std::vector<std::string>& inputs, const std::vector<std::string>& outputs);
 
 /// Makes the directory and those above it where they are missing. Throws PresentError.

@@ -9,8 +9,8 @@
 
 #include "dicom_elements.h"
 
-/// A copy of a DICOM file in which single attributes are changed. Every other byte of the data set stays as it
-/// is: transfer syntax, encapsulated pixel data, private attributes, lengths of sequences. What a change
+/// A copy of a DICOM file in which single attributes are changed. Every other byte of the data set stays as
+/// it is: transfer syntax, encapsulated pixel data, private attributes, lengths of sequences. What a change
 /// makes untrue goes along: the length of a group, and of a sequence and its item around a changed attribute.
 ///
 ///     DicomEditor copy("ct.dcm");
@@ -42,8 +42,8 @@ public:
     void Remove(std::uint32_t tag, const Place& place = {});
     /// The identity of the copy, in the data set and in the file meta information.
     void PutInstance(const std::string& uid);
-    /// The number, 10 to FF, of a creator's private block in a group. A file without one gets it, at the lowest
-    /// number that is free. Throws PresentError when none is.
+    /// The number, 10 to FF, of a creator's private block in a group. A file without one gets it, at the
+    /// lowest number that is free. Throws PresentError when none is.
     unsigned PrivateBlock(unsigned group, const std::string& creator);
 
     /// The bytes of the copy. Throws PresentError when the file's structure cannot be followed.

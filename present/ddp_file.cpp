@@ -88,7 +88,8 @@ OBJ_Msg make_record(OpenedImage& image, SaveMode mode) {
             put_text(msg, tag, entries[i]->m_Value.data(), isUtf8);
     }
 
-    // The record has whole numbers in the units in which the window is told, and the direction of the table there.
+    // The record has whole numbers in the units in which the window is told, and the direction of the table
+    // there.
     if (mode == SaveMode::kPresent && image.InStoredValues()) {
         int status = 0;
         const bool inverse = image.ModalityInverse() != image.Params().GetPhotometricInverse();
@@ -99,7 +100,8 @@ OBJ_Msg make_record(OpenedImage& image, SaveMode mode) {
         msg.SetWindowCenter(Dicom_DS(image.SavedWindow()->center));
         msg.SetWindowWidth(Dicom_DS(image.SavedWindow()->width));
     }
-    // A preset in SUV or per cent means another window on another frame or image; PT and NM are reopened with it.
+    // A preset in SUV or per cent means another window on another frame or image; PT and NM are reopened with
+    // it.
     const SPC_Modality::MODALITY modality = image.Modality().GetModality();
     if (mode == SaveMode::kPresent && image.GetWindowSource() == WindowSource::kPreset &&
         (modality == SPC_Modality::MODALITY_PT || modality == SPC_Modality::MODALITY_NM)) {

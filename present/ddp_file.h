@@ -15,11 +15,12 @@ enum class SaveMode : long {
     kNoWindow = 4
 };
 
-/// The presentation of an image as a DICOM file of its own: Raw Data Storage with the attributes of the display-parameter
-/// record, our private ones in our private block, and with the image's UIDs, by which it finds its image again. The window is
-/// in the image's own modality units; no rescale goes along. Throws PresentError, with `path` as the file that cannot be
-/// written, for an image that has no UID or is in colour, and for a text that is too long.
-/// `regions` are texts as RegionSpec writes them; they go into a private sequence.
+/// The presentation of an image as a DICOM file of its own: Raw Data Storage with the attributes of the
+/// display-parameter record, our private ones in our private block, and with the image's UIDs, by which it
+/// finds its image again. The window is in the image's own modality units; no rescale goes along. Throws
+/// PresentError, with `path` as the file that cannot be written, for an image that has no UID or is in
+/// colour, and for a text that is too long. `regions` are texts as RegionSpec writes them; they go into a
+/// private sequence.
 std::string EncodeDisplayParameters(OpenedImage& image, SaveMode mode,
                                     const std::vector<std::string>& regions, const std::string& path);
 
@@ -30,6 +31,6 @@ struct SavedPresentation {
     std::vector<std::string> regions;
 };
 
-/// Reads a display-parameter file for the image of a SOP Instance UID. Throws PresentError for a file of another kind, and
-/// for one that belongs to another image unless `force` is set.
+/// Reads a display-parameter file for the image of a SOP Instance UID. Throws PresentError for a file of
+/// another kind, and for one that belongs to another image unless `force` is set.
 SavedPresentation ReadDisplayParameters(const std::string& path, const std::string& instance, bool force);

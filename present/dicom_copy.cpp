@@ -134,8 +134,8 @@ OBJ_Msg present(OpenedImage& image, const OBJ_Msg& original) {
     return msg;
 }
 
-/// Where the file has the window of the frame. A file of functional groups without a window gets one for all frames (PS3.3
-/// C.7.6.16.2.10); `isNew` is then set.
+/// Where the file has the window of the frame. A file of functional groups without a window gets one for all
+/// frames (PS3.3 C.7.6.16.2.10); `isNew` is then set.
 DicomEditor::Place window_place(const DicomDataSet& set, int frame, bool& isNew) {
     const auto index = static_cast<std::size_t>(frame);
     const auto has = [](const DicomDataSet& item) {

@@ -13,6 +13,6 @@
 /// errors name. Throws PresentError.
 std::string EncodeCopy(OpenedImage& image, int frame, ZEV_RGBParams& rgb, const std::string& path);
 
-/// The parts of the presentation that other viewers will not show when they open the copy, since they are kept in
-/// private attributes: "the inversion", "the gamma", "the colour map".
+/// The parts of the presentation that other viewers will not show when they open the copy, since they are
+/// kept in private attributes: "the inversion", "the gamma", "the colour map".
 std::vector<std::string> OnlyShownByZev(OpenedImage& image);

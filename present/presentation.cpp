@@ -163,7 +163,8 @@ OpenedImage::OpenedImage(std::shared_ptr<ImageSource> source, const Presentation
 void OpenedImage::open() {
     // Units that cannot give SUV would have a map of SUV type set a window of 0 to 10 pixel values.
     if (can_show_suv()) m_View.Append(&m_Units);
-    // A map that is chosen twice in a row sets no window the second time. Every image opens as if it were the first.
+    // A map that is chosen twice in a row sets no window the second time. Every image opens as if it were the
+    // first.
     ZEV_ProcedureColorMapsList::ForgetPreviousColorMap();
     ZEV_Dicom opening;
     if (opening.UpdateFromDicom(&Message(), &Raster(), &m_Params, nullptr, false, false, &m_View) != 0)
@@ -172,7 +173,8 @@ void OpenedImage::open() {
     m_WindowSource = source_of(opening.GetWindowSource());
 }
 
-/// With a negative slope the two ends of a window arrive exchanged in min-max mode, and the ramp becomes a step.
+/// With a negative slope the two ends of a window arrive exchanged in min-max mode, and the ramp becomes a
+/// step.
 void OpenedImage::use_center_and_width() {
     if (m_Slope < 0.0 && m_bUseRescale && m_Params.GetMinMaxScaleMode()) m_Params.SetMinMaxScaleMode(false);
 }
@@ -190,8 +192,8 @@ void OpenedImage::note_constant_pixels() {
                                        ": no window can show a difference"});
 }
 
-/// What the pixels of the image span is what 0 and 100 per cent stand for. It costs a look at every frame, and so is left to
-/// the first percentage.
+/// What the pixels of the image span is what 0 and 100 per cent stand for. It costs a look at every frame,
+/// and so is left to the first percentage.
 void OpenedImage::offer_maximal_range() {
     m_Units.SetMaximalRangeSource([this]() -> std::optional<std::pair<double, double>> {
         const auto stored = File().WholeImageRange();
@@ -296,7 +298,8 @@ bool OpenedImage::loses_fractions(const ModalityWindow& window) const {
     return lost > kCoarsest * window.width;
 }
 
-/// Without rescale, which would turn the ramp round for a negative slope, the object's own inversion has to do it.
+/// Without rescale, which would turn the ramp round for a negative slope, the object's own inversion has to
+/// do it.
 void OpenedImage::change_to_stored_values() {
     if (!m_bUseRescale) return;
     m_bUseRescale = false;
@@ -319,7 +322,8 @@ ModalityWindow OpenedImage::on_stored_grid(const ModalityWindow& window) const {
             static_cast<double>(Dicom_DS(width * std::fabs(m_Slope)))};
 }
 
-/// The window that counts is the one on the grid: written to a file and opened again, it is told in the same units.
+/// The window that counts is the one on the grid: written to a file and opened again, it is told in the same
+/// units.
 void OpenedImage::choose_units(ModalityWindow& window) {
     if (loses_fractions(window)) {
         window = on_stored_grid(window);
@@ -405,8 +409,8 @@ void OpenedImage::show_saved_window(ModalityWindow window) {
     }
 }
 
-/// An image whose rescaled values are fractions would come out black, since windows are whole numbers: a window of 0.21 has a
-/// width of 0. It is presented in stored values instead.
+/// An image whose rescaled values are fractions would come out black, since windows are whole numbers: a
+/// window of 0.21 has a width of 0. It is presented in stored values instead.
 void OpenedImage::use_stored_values_for_fractions() {
     ModalityWindow window;
     int storedWidth = 0, storedCenter = 0;
@@ -439,7 +443,8 @@ void OpenedImage::use_stored_values_for_fractions() {
 }
 
 void OpenedImage::set_window(const ModalityWindow& window) {
-    // An entry's curve, if it is none of the linear ones, would win over the numbers. Gamma is the image's or the user's and stays.
+    // An entry's curve, if it is none of the linear ones, would win over the numbers. Gamma is the image's or
+    // the user's and stays.
     const float gamma = m_Params.GetGamma();
     m_Params.SetVoiLutSelection(-1, false);
     m_Params.SetGamma(gamma);
@@ -457,8 +462,8 @@ void OpenedImage::set_numbers(const ModalityWindow& window) {
 }
 
 std::optional<StoredWindow> MeasureWindow(OpenedImage& image) {
-    // Opened as an image without a window, so that both are measured in the same way. One without a modality, which opening
-    // does not measure, is measured as an image of another kind.
+    // Opened as an image without a window, so that both are measured in the same way. One without a modality,
+    // which opening does not measure, is measured as an image of another kind.
     OBJ_Msg bare(image.Message());
     int status = 0;
     if (bare.Get(Dicom_Tag(tag::kModality)) == nullptr)

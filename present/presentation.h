@@ -18,8 +18,8 @@
 
 class ZEV_PresetValue;
 
-/// The user's choice of presentation, which goes over the image's own. Every command that shows an image takes the
-/// same options.
+/// The user's choice of presentation, which goes over the image's own. Every command that shows an image
+/// takes the same options.
 struct PresentationOptions {
     /// In modality units.
     std::optional<double> center;
@@ -59,7 +59,8 @@ enum class WindowSource {
     kSaved,  ///< a display-parameter file
     kOption  ///< centre and width of the user
 };
-/// As `info` prints it: "voi-lut-entry", "raw-attributes", "automatic", "fallback", "colormap-suv", "preset", "saved", "option".
+/// As `info` prints it: "voi-lut-entry", "raw-attributes", "automatic", "fallback", "colormap-suv", "preset",
+/// "saved", "option".
 const char* NameOf(WindowSource source);
 
 /// How an image opened, before the user's choice.
@@ -72,7 +73,8 @@ struct OpenedState {
     const ZEV_ColorMap* colourMap = nullptr;
 };
 
-/// One frame of an image's file, read once and shared by all its openings: a region is the image opened once more.
+/// One frame of an image's file, read once and shared by all its openings: a region is the image opened once
+/// more.
 struct ImageSource {
     explicit ImageSource(DicomFile frame);
     /// Reads a frame. Throws PresentError.
@@ -91,7 +93,8 @@ class OpenedImage {
 public:
     /// Opens a frame and lays the options over it. Throws PresentError and UsageError.
     OpenedImage(const std::string& path, const PresentationOptions& options);
-    /// Opens a frame that was read before, with its display parameters; the options only add the user's choice.
+    /// Opens a frame that was read before, with its display parameters; the options only add the user's
+    /// choice.
     OpenedImage(std::shared_ptr<ImageSource> source, const PresentationOptions& options);
     OpenedImage(const OpenedImage&) = delete;
     OpenedImage& operator=(const OpenedImage&) = delete;
@@ -103,7 +106,8 @@ public:
     SPC_Modality& Modality() { return m_Modality; }
     /// The live object, which the options change. What draws is Frozen().
     ZEV_Params& Params() { return m_Params; }
-    /// The frozen copy. Freeze takes the live object's state, Defrost hands the rectangle that was drawn back.
+    /// The frozen copy. Freeze takes the live object's state, Defrost hands the rectangle that was drawn
+    /// back.
     ZEV_Params& Frozen() { return m_Frozen; }
     KIT_BaseParamsVec& View() { return m_View; }
     WindowSource GetWindowSource() const { return m_WindowSource; }
@@ -113,8 +117,8 @@ public:
     std::vector<Note> Notes() const;
     SPC_MeasurementUnitsParams& Units() { return m_Units; }
 
-    /// Window values are stored pixel values, since whole numbers in modality units would be too coarse: a slope of 0.000006
-    /// makes fractions of every value.
+    /// Window values are stored pixel values, since whole numbers in modality units would be too coarse: a
+    /// slope of 0.000006 makes fractions of every value.
     bool InStoredValues() const { return !m_bUseRescale; }
     /// The window in modality units, as exactly as it is known.
     double ModalityCenter();
@@ -122,17 +126,19 @@ public:
     /// The direction of the table as it is with rescale in use.
     bool ModalityInverse();
 
-    /// Smallest and largest pixel value of the frame, padding left out, as stored and in modality units; nothing for an image
-    /// in colour or of nothing but padding.
+    /// Smallest and largest pixel value of the frame, padding left out, as stored and in modality units;
+    /// nothing for an image in colour or of nothing but padding.
     std::optional<std::pair<int, int>> StoredRange();
     std::optional<std::pair<double, double>> ModalityRange();
-    /// The units of the values after rescale: the file's Rescale Type or PT Units, else HU for CT; empty where unknown.
+    /// The units of the values after rescale: the file's Rescale Type or PT Units, else HU for CT; empty
+    /// where unknown.
     std::string UnitsText() const;
 
     const OpenedState& AsOpened() const { return m_AsOpened; }
     /// The window is one that the file has, and nobody has changed it.
     bool WindowIsAsInFile();
-    /// The natural gamma was chosen for an image that has another one, which would come back if nothing were saved.
+    /// The natural gamma was chosen for an image that has another one, which would come back if nothing were
+    /// saved.
     bool HasNaturalGammaInstead();
     /// The regions of the display-parameter file, as texts.
     const std::vector<std::string>& SavedRegions() const { return m_SavedRegions; }
@@ -154,7 +160,8 @@ private:
     void set_window(const ModalityWindow& window);
     /// In whole numbers of stored values.
     ModalityWindow on_stored_grid(const ModalityWindow& window) const;
-    /// Goes over to stored values if whole numbers in modality units are too coarse for this window, else to modality units.
+    /// Goes over to stored values if whole numbers in modality units are too coarse for this window, else to
+    /// modality units.
     void choose_units(ModalityWindow& window);
     void keep_saved_window();
     void show_saved_window(ModalityWindow window);
@@ -192,6 +199,6 @@ struct StoredWindow {
 /// The window that opening would measure if the image had none; nothing where none can be measured.
 std::optional<StoredWindow> MeasureWindow(OpenedImage& image);
 
-/// Reads the configuration, its presets and colour maps included: `path`, or when it is empty what ZEV_CONFIG names, or the
-/// built-in one. Throws UsageError.
+/// Reads the configuration, its presets and colour maps included: `path`, or when it is empty what ZEV_CONFIG
+/// names, or the built-in one. Throws UsageError.
 void LoadConfiguration(const std::string& path);

@@ -182,8 +182,8 @@ RegionView::RegionView(OpenedImage& image, const PresentationOptions& presentati
 
 RegionView::~RegionView() { m_Image.View().Remove(&m_Space); }
 
-/// A polygon in image pixels, which the set brings to the screen; or a run list, which the set takes as it is, so that it is brought
-/// there and negated here.
+/// A polygon in image pixels, which the set brings to the screen; or a run list, which the set takes as it
+/// is, so that it is brought there and negated here.
 KIT_Mask* RegionView::make_mask(const Region& region) const {
     const RegionSpec& spec = region.spec;
     if (spec.shape == RegionSpec::kPolygon) {

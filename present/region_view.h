@@ -24,18 +24,20 @@ struct ViewOptions {
     bool IsView() const;
 };
 
-/// The regions of one view. Each is the image opened once more with the region's settings over the options, and so has a live
-/// object and a frozen copy of its own; what draws is a frozen mask set.
+/// The regions of one view. Each is the image opened once more with the region's settings over the options,
+/// and so has a live object and a frozen copy of its own; what draws is a frozen mask set.
 class RegionView {
 public:
-    /// `presentation` is what the image was opened with. Throws UsageError and PresentError for settings that do not hold.
+    /// `presentation` is what the image was opened with. Throws UsageError and PresentError for settings that
+    /// do not hold.
     RegionView(OpenedImage& image, const PresentationOptions& presentation,
                const std::vector<RegionSpec>& regions, const ViewOptions& options);
     ~RegionView();
     RegionView(const RegionView&) = delete;
     RegionView& operator=(const RegionView&) = delete;
 
-    /// Draws by the combined mask: each run with its own table, the default table elsewhere, black outside the image.
+    /// Draws by the combined mask: each run with its own table, the default table elsewhere, black outside
+    /// the image.
     Picture Draw();
 
 private:

@@ -12,9 +12,9 @@
 ///     mask:tumour.png;center=300;width=600
 ///     runs:12,40,60 13,38,62;center=300;width=600
 ///
-/// Coordinates are image pixels; pixel (x, y) covers x to x + 1 and y to y + 1. A rectangle is told by two corners, an ellipse
-/// by its centre and half axes. A mask is a PNG of the image's size, inside where it is not black; runs are lines of it, row
-/// and first and end column, which is how a mask is stored.
+/// Coordinates are image pixels; pixel (x, y) covers x to x + 1 and y to y + 1. A rectangle is told by two
+/// corners, an ellipse by its centre and half axes. A mask is a PNG of the image's size, inside where it is
+/// not black; runs are lines of it, row and first and end column, which is how a mask is stored.
 struct RegionSpec {
     enum Shape { kPolygon, kRuns };
     struct Point {

@@ -104,7 +104,8 @@ inline refhost::MemoryRaster Source(int bits, bool isSigned) {
     return raster;
 }
 
-/// Every stored entry; empty for a null table or other types. The origin of a signed table lies in the middle.
+/// Every stored entry; empty for a null table or other types. The origin of a signed table lies in the
+/// middle.
 template <class Out>
 std::vector<Out> Entries(ZEV_AbstractWindowingTable* table, bool isSigned, int depth) {
     using Result = std::vector<Out>;

@@ -31,8 +31,8 @@ public:
     void SetText(const std::wstring& text);
     /// As SetText, from the bytes of a file: UTF-8 where they are valid as such, else Latin-1.
     void SetBytes(const void* bytes, std::size_t length);
-    /// The value of Specific Character Set for this value, where its representation follows one: bytes that are
-    /// set afterwards are read in it where they fit, and the value is written in it. Empty for none.
+    /// The value of Specific Character Set for this value, where its representation follows one: bytes that
+    /// are set afterwards are read in it where they fit, and the value is written in it. Empty for none.
     void SetCharacterSet(const std::string& characterSet);
 
 private:

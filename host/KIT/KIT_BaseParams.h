@@ -20,8 +20,8 @@ class RWTValOrderedVector;
 
 /// Base of every parameter object of a view: a named, counted set of values that can be copied, frozen and
 /// merged. The order of the virtual operations is a contract: derived classes of several libraries continue
-/// the same table. AddRef and Release count owners, the other operations as their comments say; where there is
-/// no comment the base returns false or null, or does nothing.
+/// the same table. AddRef and Release count owners, the other operations as their comments say; where there
+/// is no comment the base returns false or null, or does nothing.
 class HOST_API KIT_BaseParams : public KIT_ChangeCounter {
 public:
     KIT_BaseParams();

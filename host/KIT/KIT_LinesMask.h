@@ -14,8 +14,8 @@
 ///     for (const KIT_LinesMask::Run& run : mask.GetRuns()) draw(run.y, run.left, run.right, run.data);
 ///
 /// Runs are kept in one array, ordered by line and then by column; they never overlap, and neighbours with
-/// the same tag are joined. Masks that are added are merged when somebody first looks, all at once, so that adding many
-/// costs no more than their runs. Not locked, and looking at a mask may merge it.
+/// the same tag are joined. Masks that are added are merged when somebody first looks, all at once, so that
+/// adding many costs no more than their runs. Not locked, and looking at a mask may merge it.
 class HOST_API KIT_LinesMask : public KIT_Mask_proxy {
 public:
     /// Pixels left to right - 1 of line y.

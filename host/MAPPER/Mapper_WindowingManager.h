@@ -26,8 +26,8 @@ enum VOI_LUT_OWNERSHIP {
 /// each in the order of the message.
 ///
 /// A pair that isn't a window (no number, or a width of 0 or less) and an item that can't be read as a table
-/// are left out. A pair with a function that the standard does not define is listed as linear but gives no VOI
-/// LUT, so that only its numbers count.
+/// are left out. A pair with a function that the standard does not define is listed as linear but gives no
+/// VOI LUT, so that only its numbers count.
 class HOST_API Mapper_WindowingManager {
 public:
     /// The message is needed until Init has returned. Null gives a manager without entries.
@@ -45,9 +45,9 @@ public:
                                      VOI_LUT_OWNERSHIP ownership);
 
     /// Writes a window, in modality units, into any message so that it is the first one found there. Returns
-    /// 1; 0 with nothing written for a null message or numbers that aren't finite; 0 with the table in its own
-    /// window where its descriptor cannot hold the given one (a width outside 1 to 65536, a first input below
-    /// -32768 or above 65535, 32767 if the rescaled pixels can be negative).
+    /// 1; 0 with nothing written for a null message or numbers that aren't finite; 0 with the table in its
+    /// own window where its descriptor cannot hold the given one (a width outside 1 to 65536, a first input
+    /// below -32768 or above 65535, 32767 if the rescaled pixels can be negative).
     /// - null or linear entry: the pair with `explanation` and the function LINEAR; tables stay, behind it;
     /// - sigmoid: the pair with the entry's own explanation and the function SIGMOID;
     /// - table: the pairs go, and the table becomes the first item of the VOI LUT Sequence, resampled to the

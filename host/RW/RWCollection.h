@@ -12,8 +12,8 @@ public:
     RWCollection();
     virtual ~RWCollection();
 
-    /// Deletes every element, in no particular order, and empties the collection; an element that was inserted
-    /// twice is deleted once. Allocates nothing.
+    /// Deletes every element, in no particular order, and empties the collection; an element that was
+    /// inserted twice is deleted once. Allocates nothing.
     virtual void clearAndDestroy() = 0;
     virtual std::size_t entries() const = 0;
     /// Adds `element` and returns it; null is not added. Without memory it raises std::bad_alloc and changes

@@ -39,8 +39,8 @@ public:
     KIT_BaseParams& operator=(const KIT_BaseParams& other) override;
     KIT_BaseParams* Clone() override;
 
-    /// True when the image lacks the data that these units need. Raw units and -1 need none; for a number that is
-    /// not a unit they are always missing.
+    /// True when the image lacks the data that these units need. Raw units and -1 need none; for a number
+    /// that is not a unit they are always missing.
     bool IsDataMissingForMeasurement(SPC_MEASUREMENT_UNITS units) const;
     /// What is missing first, in words that complete "needs ..."; null when nothing is missing.
     const wchar_t* GetMissingDataText(SPC_MEASUREMENT_UNITS units) const;
@@ -53,14 +53,15 @@ public:
     typedef std::function<std::optional<Range>()> RangeSource;
     /// Ends that are not finite or not in order leave the range missing.
     void SetMaximalRange(double lowest, double highest);
-    /// The same, found out when a percentage is first asked for: `source` is called at most once, copies of this
-    /// object included, and must stay callable until then. Null leaves the range missing.
+    /// The same, found out when a percentage is first asked for: `source` is called at most once, copies of
+    /// this object included, and must stay callable until then. Null leaves the range missing.
     void SetMaximalRangeSource(RangeSource source);
 
     /// The image has a usable Real World Value Mapping.
     bool HasRealWorldValidInfo() const { return !m_RealWorld.empty(); }
     /// The stored pixel value, before rescale, for a real-world value: by the first mapping whose range holds
-    /// the result, else by the first mapping, whose line is extended beyond its range and whose table is not. Of a table the entry that is nearest. Without a mapping the value itself.
+    /// the result, else by the first mapping, whose line is extended beyond its range and whose table is not.
+    /// Of a table the entry that is nearest. Without a mapping the value itself.
     float FindValueForRealWorldValue(float value) const;
 
 private:
@@ -107,8 +108,8 @@ private:
     Norms m_Norms;
     /// Units of the pixel values when they are uptake values already, else -1.
     SPC_MEASUREMENT_UNITS m_PixelUnits = SPC_UNITS_UNKNOWN;
-    /// Becquerel at the moment whose activity the pixel values give, or the norm of uptake values; 0 where it is
-    /// not known.
+    /// Becquerel at the moment whose activity the pixel values give, or the norm of uptake values; 0 where it
+    /// is not known.
     double m_Reference = 0.0;
     const wchar_t* m_MissingReference = nullptr;
     std::shared_ptr<LazyRange> m_pRange = std::make_shared<LazyRange>();

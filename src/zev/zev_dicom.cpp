@@ -238,8 +238,8 @@ void ZEV_Dicom::Opening::take_window_of_entry(Mapper_VOILut& lut) {
     const bool isFallback = m_Params.GetCenter() == kFallbackCenter && m_Params.GetWidth() == kFallbackWidth;
     if (isFallback || m_Force || !m_Params.IsCenterInitialized()) m_Params.InitCenter(center);
     if (isFallback || m_Force || !m_Params.IsWidthInitialized()) m_Params.InitWidth(width);
-    // Selecting sets the same window once more. Both count: Init makes it the one that Reset goes back to, and
-    // the selection makes it current where the object was initialised before.
+    // Selecting sets the same window once more. Both count: Init makes it the one that Reset goes back to,
+    // and the selection makes it current where the object was initialised before.
     m_Params.SetVoiLutSelection(0, false);
     m_Dicom.m_WindowSource = ZEV_WindowSource::kVoiLutEntry;
     m_ValuesByDicom = true;

@@ -87,8 +87,8 @@ ZEV_AbstractWindowingTable* ZEV_Params::BuildTable(ZEV_TableParams tableParams) 
     const bool hasPvalLut = creator.m_Pval && creator.m_Pval->HasPvalLut();
     const Mapper_WindowingEntry* const entry = hasPvalLut ? nullptr : entry_to_draw();
     if (entry != nullptr && creator.m_Pval) creator.m_Pval->SetWindowingType(*m_pVoiLutManager, entry);
-    // A linear entry is drawn by the ramp below, from this object's own window, which the user may have moved;
-    // the linear fill that a Mapper_VOILut has of its own is never asked.
+    // A linear entry is drawn by the ramp below, from this object's own window, which the user may have
+    // moved; the linear fill that a Mapper_VOILut has of its own is never asked.
     if (entry != nullptr &&
         (entry->m_FunctionCode == zev::kFunctionSigmoid || entry->m_FunctionCode == zev::kFunctionTable)) {
         const int levels = context->GetOutputLevels() < 1 ? kDefaultLevels : context->GetOutputLevels();

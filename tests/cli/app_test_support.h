@@ -77,7 +77,8 @@ inline std::vector<std::map<std::string, std::string>> Manifest() {
 
 using Texts = std::vector<std::pair<std::uint32_t, std::string>>;
 
-/// `side` x `side` pixels of `bits` bits whose stored value is the pixel's number, with decimal strings by tag.
+/// `side` x `side` pixels of `bits` bits whose stored value is the pixel's number, with decimal strings by
+/// tag.
 inline DicomDataSet Ramp(const std::string& modality, const Texts& decimals, int side = 16, int bits = 8) {
     DicomDataSet set;
     set.PutText(tag::kSopClass, "UI", "1.2.840.10008.5.1.4.1.1.4");

@@ -6,7 +6,8 @@
 #include <memory>
 #include <random>
 
-/// In whole numbers, twice as fine as the pixels: a centre on a left edge is inside, one on a right edge outside.
+/// In whole numbers, twice as fine as the pixels: a centre on a left edge is inside, one on a right edge
+/// outside.
 TEST(PolygonMask, CentresOnEdgesAreDecidedExactly) {
     std::mt19937 random(20261123);
     const auto coordinate = [&random] { return static_cast<int>(random() % 24u); };

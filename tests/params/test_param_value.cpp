@@ -15,7 +15,8 @@ struct State {
 
 void limit(Holder& h, int min, int max) { h.m_Min = min, h.m_Max = max, h.m_bHasLimits = true; }
 
-/// Init, Set, Update and Reset by their first letters, each with its number, as in "U5 I100"; L limits to 0..10.
+/// Init, Set, Update and Reset by their first letters, each with its number, as in "U5 I100"; L limits to
+/// 0..10.
 void run(Holder& h, const char* program) {
     std::istringstream in(program);
     char operation;

@@ -12,7 +12,8 @@
 namespace refhost {
 namespace {
 
-/// A code page as a defined term names it. An escape sequence invokes it into the lower (G0) or upper (G1) half.
+/// A code page as a defined term names it. An escape sequence invokes it into the lower (G0) or upper (G1)
+/// half.
 struct CodePage {
     const char* term;    ///< behind "ISO_IR " or "ISO 2022 IR "
     const char* iconv;   ///< converter of its bytes, which have the high bit set
@@ -71,8 +72,8 @@ private:
     std::map<std::pair<std::string, std::string>, iconv_t> m_Open;
 };
 
-/// What Specific Character Set declares: one converter for everything, or the code pages that the value starts
-/// with and may switch to.
+/// What Specific Character Set declares: one converter for everything, or the code pages that the value
+/// starts with and may switch to.
 struct Declared {
     const char* whole = nullptr;
     const CodePage* first = nullptr;  ///< in the upper half at the start; null for ASCII alone
@@ -126,7 +127,8 @@ std::string Raised(const CodePage& page, const std::string& character) {
     return raised;
 }
 
-/// The code page of the escape sequence at `at`, which moves behind it; null for ASCII. False for an unknown one.
+/// The code page of the escape sequence at `at`, which moves behind it; null for ASCII. False for an unknown
+/// one.
 bool ReadEscape(const std::string& bytes, std::size_t& at, const CodePage*& page) {
     page = nullptr;
     for (const char* const ascii : {kAscii, kRoman}) {

@@ -103,8 +103,8 @@ bool has_value(const Dicom_Msg& msg, const Dicom_Tag& tag, const wchar_t* wanted
     return false;
 }
 
-/// Seconds from the start of a frame to the moment at which the activity is its mean: for the decay constant k
-/// and the duration T, (1/k) ln(kT / (1 - exp(-kT))). NaN without the duration.
+/// Seconds from the start of a frame to the moment at which the activity is its mean: for the decay constant
+/// k and the duration T, (1/k) ln(kT / (1 - exp(-kT))). NaN without the duration.
 double mean_count_time(const Dicom_Msg& msg, double halfLife) {
     const double duration = msg.GetDouble(kFrameDuration, 0.0) / 1000.0;
     if (!is_positive(duration)) return kNotANumber;
@@ -119,10 +119,10 @@ struct Known {
     const wchar_t* missing = nullptr;
 };
 
-/// The moment whose activity the pixel values give. Without decay correction it is the moment of mean activity
-/// in the frame. With a correction to the start of the scan it is the start of the series, unless that is
-/// absent or, after later processing, behind the acquisition: then the start of the scan follows from the
-/// frame, whose mean activity lies FrameReferenceTime after it.
+/// The moment whose activity the pixel values give. Without decay correction it is the moment of mean
+/// activity in the frame. With a correction to the start of the scan it is the start of the series, unless
+/// that is absent or, after later processing, behind the acquisition: then the start of the scan follows from
+/// the frame, whose mean activity lies FrameReferenceTime after it.
 Known scan_moment(const Dicom_Msg& msg, bool corrected, double halfLife) {
     const std::optional<refhost::Moment> series = moment_of(msg, kSeriesDate, kSeriesTime);
     std::optional<refhost::Moment> acquisition = acquisition_moment(msg);
@@ -206,8 +206,8 @@ KIT_BaseParams* SPC_MeasurementUnitsParams::Clone() { return new SPC_Measurement
 
 // ---- what the message says ----
 
-/// Body surface by Du Bois and Du Bois 1916, in kilograms and centimetres. The formulas of lean mass leave 0 to
-/// the weight for bodies that they were not made for.
+/// Body surface by Du Bois and Du Bois 1916, in kilograms and centimetres. The formulas of lean mass leave 0
+/// to the weight for bodies that they were not made for.
 void SPC_MeasurementUnitsParams::read_body(const Dicom_Msg& msg) {
     const double kilograms = msg.GetDouble(kPatientWeight, 0.0);
     const double centimetres = 100.0 * msg.GetDouble(kPatientSize, 0.0);

@@ -12,10 +12,10 @@
 namespace refhost {
 
 /// The wide text of a value. `characterSet` is the value of (0008,0005), several terms separated by
-/// backslashes: ISO_IR 6, 100, 101, 109, 110, 144, 127, 126, 138, 148, 203, 13, 166 and 192, GB18030, GBK, the
-/// ISO 2022 forms of these, and ISO 2022 IR 87, 159, 149 and 58. `vr` decides which characters end the effect
-/// of an escape sequence. Nothing for an unknown term, for bytes that do not fit the set, and for an empty
-/// `characterSet`: then a reader guesses.
+/// backslashes: ISO_IR 6, 100, 101, 109, 110, 144, 127, 126, 138, 148, 203, 13, 166 and 192, GB18030, GBK,
+/// the ISO 2022 forms of these, and ISO 2022 IR 87, 159, 149 and 58. `vr` decides which characters end the
+/// effect of an escape sequence. Nothing for an unknown term, for bytes that do not fit the set, and for an
+/// empty `characterSet`: then a reader guesses.
 HOST_API std::optional<std::wstring> DecodeText(const std::string& bytes, const std::string& characterSet,
                                                 const std::string& vr);
 

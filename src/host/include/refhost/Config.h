@@ -13,8 +13,8 @@
 ///
 /// "settings" is the root node that paths address, "trees" holds what OpenTree opens by name. Objects are sub
 /// trees, an array of objects is a run of sub trees of one name, and so is a name that occurs twice. Texts,
-/// numbers and booleans are keys; of two keys with one name the later value counts. Null reads as absent, and so
-/// does anything but an object in an array.
+/// numbers and booleans are keys; of two keys with one name the later value counts. Null reads as absent, and
+/// so does anything but an object in an array.
 ///
 /// At the start the file in the environment variable ZEV_CONFIG is used, else the built-in text. A loaded
 /// configuration never changes: objects made from it keep it when another one is loaded. Every function here
@@ -60,10 +60,10 @@ HOST_API void UseBuiltinConfig();
 /// this call a broken file shows only as a failed creation of the configuration object.
 HOST_API void EnsureConfig();
 
-/// Throws ConfigError, with the file's name and what is wrong, unless the configuration in use has exactly one
-/// tree of that name for OpenTree, an object with sub trees in it. The library itself takes a tree that it does
-/// not find, or that has another shape, for an empty one; a program that lists what is in a tree calls this
-/// first. Throws too when the configuration cannot be read.
+/// Throws ConfigError, with the file's name and what is wrong, unless the configuration in use has exactly
+/// one tree of that name for OpenTree, an object with sub trees in it. The library itself takes a tree that
+/// it does not find, or that has another shape, for an empty one; a program that lists what is in a tree
+/// calls this first. Throws too when the configuration cannot be read.
 HOST_API void RequireConfigTree(const std::string& name);
 
 /// Name of the configuration in use: a file, "built-in", or empty before the first use.
