@@ -1,11 +1,14 @@
 #!/bin/sh
-# Checks the formatting of every source and runs clang-tidy over all but the tests, with warnings as errors:
-# scripts/lint.sh [PRESET], by default clang; the preset must be configured and built.
+# Checks the formatting of every source and runs clang-tidy, with warnings as errors, over all but the tests:
+# scripts/lint.sh [FILE...] for some sources, scripts/lint.sh --format for the formatting alone. The preset clang must
+# be built. The whole takes a quarter of an hour on two cores.
 set -eu
 cd "$(dirname "$0")/.."
-preset="${1:-clang}"
 
 git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run -Werror
-# Each source once: most take some seconds, so two run side by side.
-git ls-files 'src/*.cpp' 'io/*.cpp' 'present/*.cpp' 'cli/*.cpp' |
-    xargs -P "$(nproc)" -n 4 clang-tidy -p "build/$preset" --quiet --warnings-as-errors='*'
+[ "${1:-}" != --format ] || exit 0
+if [ $# -gt 0 ]; then
+    printf '%s\n' "$@"
+else
+    git ls-files 'src/*.cpp' 'io/*.cpp' 'present/*.cpp' 'cli/*.cpp'
+fi | xargs -P "$(nproc)" -n 4 clang-tidy -p build/clang --quiet --warnings-as-errors='*'
