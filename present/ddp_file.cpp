@@ -59,39 +59,26 @@ std::uint32_t tag_of(const RWWString& name) {
     return entry == nullptr ? 0 : entry->m_Tag;
 }
 
-/// In the bytes of the image's character set. A text that is not in UTF-8 was read as Latin-1, sign by sign,
-/// and goes back the same way.
-void put_text(OBJ_Msg& msg, std::uint32_t tag, const std::wstring& text, bool isUtf8) {
-    const bool isNarrow =
-        std::all_of(text.begin(), text.end(), [](wchar_t sign) { return sign >= 0 && sign <= 0xFF; });
-    if (isUtf8 || !isNarrow) {
-        int status = 0;
-        msg.Put(Dicom_Tag(tag), Dicom_LO(text.c_str(), &status));
-        return;
-    }
-    std::string bytes;
-    for (wchar_t sign : text) bytes += static_cast<char>(sign);
-    msg.PutBytes(Dicom_Tag(tag), "LO", bytes.data(), bytes.size());
-}
-
 OBJ_Msg make_record(OpenedImage& image, SaveMode mode) {
     DDPInfoVector record;
     static_cast<KIT_BaseParams&>(image.Params()).RecordDDPInfo(record, static_cast<long>(mode));
-    const bool isUtf8 = image.File().DataSet().Text(tag::kSpecificCharacterSet) == "ISO_IR 192";
     OBJ_Msg msg;
+    // First, since the texts that follow are written in it.
+    if (const DicomElement* set = image.File().DataSet().Find(tag::kSpecificCharacterSet))
+        msg.PutBytes(Dicom_Tag(tag::kSpecificCharacterSet), "CS", set->bytes.data(), set->bytes.size());
     // So that the block is there, whatever the record holds.
     msg.PutBytes(Dicom_Dictionary::PRIVATE_CREATOR, "LO", Dicom_Dictionary::PRIVATE_CREATOR_TEXT,
                  std::strlen(Dicom_Dictionary::PRIVATE_CREATOR_TEXT));
     const auto& entries = record.GetParamsValues();
+    int status = 0;
     for (std::size_t i = 0; i < entries.entries(); ++i) {
         if (const std::uint32_t tag = tag_of(entries[i]->m_TagName))
-            put_text(msg, tag, entries[i]->m_Value.data(), isUtf8);
+            msg.Put(Dicom_Tag(tag), Dicom_LO(entries[i]->m_Value.data(), &status));
     }
 
-    // The record has whole numbers in the units in which the window is told, and the direction of the table
+    // The record has whole numbers in the units of the window, and the direction of the table
     // there.
     if (mode == SaveMode::kPresent && image.InStoredValues()) {
-        int status = 0;
         const bool inverse = image.ModalityInverse() != image.Params().GetPhotometricInverse();
         msg.SetWindowCenter(Dicom_DS(image.ModalityCenter()));
         msg.SetWindowWidth(Dicom_DS(image.ModalityWidth()));
@@ -105,7 +92,6 @@ OBJ_Msg make_record(OpenedImage& image, SaveMode mode) {
     const SPC_Modality::MODALITY modality = image.Modality().GetModality();
     if (mode == SaveMode::kPresent && image.GetWindowSource() == WindowSource::kPreset &&
         (modality == SPC_Modality::MODALITY_PT || modality == SPC_Modality::MODALITY_NM)) {
-        int status = 0;
         msg.Put(Dicom_Dictionary::MIREL_WINDOWING_PRESET,
                 Dicom_LO(refhost::FromUtf8(*image.Preset()).c_str(), &status));
     }
