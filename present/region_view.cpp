@@ -17,23 +17,26 @@ namespace {
 /// A screen of more pixels than this is a mistyped size.
 constexpr int kLongestSide = 16384;
 
-/// Screen to raster, worked out in double from the very matrix that the masks are carried by.
-struct Inverse {
-    double a, b, c, d, e, f;
-
-    explicit Inverse(const float m[4][4]) {
-        const double m00 = m[0][0], m01 = m[0][1], m03 = m[0][3], m10 = m[1][0], m11 = m[1][1], m13 = m[1][3];
-        const double det = m00 * m11 - m01 * m10;
-        a = m11 / det, b = -m01 / det, c = (m01 * m13 - m11 * m03) / det;
-        d = -m10 / det, e = m00 / det, f = (m10 * m03 - m00 * m13) / det;
-    }
-    double X(double x, double y) const { return a * x + b * y + c; }
-    double Y(double x, double y) const { return d * x + e * y + f; }
-};
-
 /// The pixel that a coordinate falls into; -1 outside.
 int pixel_of(double coordinate, int count) {
     return coordinate >= 0.0 && coordinate < count ? static_cast<int>(coordinate) : -1;
+}
+
+/// The screen pixels that a rectangle of the image can reach, and one more on each side against rounding.
+KIT_Rect on_screen(const KIT_Rect& inImage, const SPC_Affine& toScreen, int width, int height) {
+    const double xs[] = {static_cast<double>(inImage.left), static_cast<double>(inImage.right)};
+    const double ys[] = {static_cast<double>(inImage.top), static_cast<double>(inImage.bottom)};
+    double left = width, right = 0.0, top = height, bottom = 0.0;
+    for (const double x : xs) {
+        for (const double y : ys) {
+            left = std::min(left, toScreen.X(x, y) - 1.0), right = std::max(right, toScreen.X(x, y) + 2.0);
+            top = std::min(top, toScreen.Y(x, y) - 1.0), bottom = std::max(bottom, toScreen.Y(x, y) + 2.0);
+        }
+    }
+    const auto within = [](double value, int size) {
+        return static_cast<int>(std::min(std::max(0.0, value), static_cast<double>(size)));
+    };
+    return {within(top, height), within(left, width), within(bottom, height), within(right, width)};
 }
 
 /// The entry of pixel value 0 of a table for true colour; null for none.
@@ -174,7 +177,7 @@ RegionView::RegionView(OpenedImage& image, const PresentationOptions& presentati
     for (const RegionSpec& spec : regions) {
         m_Regions.push_back(std::make_unique<Region>(spec, image.Source(), over(presentation, spec)));
         ZEV_Params& live = m_Regions.back()->image.Params();
-        // A run list is negated by make_mask.
+        // make_mask negates a run list itself.
         live.SetNegate(spec.negate && spec.shape == RegionSpec::kPolygon);
         live.SetActive(!spec.inactive);
     }
@@ -193,26 +196,23 @@ KIT_Mask* RegionView::make_mask(const Region& region) const {
     }
     const int columns = m_Image.File().Columns(), rows = m_Image.File().Rows();
     KIT_LinesMask inImage;
-    for (const RegionSpec::Run& run : spec.runs) inImage.AddRun(run.y, run.left, run.right, nullptr);
-    float matrix[4][4];
-    SPC_SpaceInfo space(m_Space);
-    space.GetRaster2ScreenTrasformMat(matrix);
-    const Inverse inverse(matrix);
+    KIT_Rect bounds(rows, columns, 0, 0);
+    for (const RegionSpec::Run& run : spec.runs) {
+        inImage.AddRun(run.y, run.left, run.right, nullptr);
+        bounds.left = std::min(bounds.left, run.left), bounds.right = std::max(bounds.right, run.right);
+        bounds.top = std::min(bounds.top, run.y), bounds.bottom = std::max(bounds.bottom, run.y + 1);
+    }
+    const SPC_Affine toRaster = m_Space.GetScreen2Raster();
+    const KIT_Rect area = on_screen(bounds, toRaster.Inverse(), m_Width, m_Height);
     auto lines = std::make_unique<KIT_LinesMask>();
-    for (int y = 0; y < m_Height; ++y) {
-        int left = -1;
-        for (int x = 0; x <= m_Width; ++x) {
-            const int column = pixel_of(inverse.X(x + 0.5, y + 0.5), columns);
-            const int row = pixel_of(inverse.Y(x + 0.5, y + 0.5), rows);
-            const bool hit = column >= 0 && row >= 0 && inImage.HitTest(column, row);
-            const bool inside = x < m_Width && hit != spec.negate;
-            if (inside && left < 0) left = x;
-            if (!inside && left >= 0) {
-                lines->AddRun(y, left, x, nullptr);
-                left = -1;
-            }
+    for (int y = area.top; y < area.bottom; ++y) {
+        for (int x = area.left; x < area.right; ++x) {
+            const int column = pixel_of(toRaster.X(x + 0.5, y + 0.5), columns);
+            const int row = pixel_of(toRaster.Y(x + 0.5, y + 0.5), rows);
+            if (column >= 0 && row >= 0 && inImage.HitTest(column, row)) lines->AddRun(y, x, x + 1, nullptr);
         }
     }
+    if (spec.negate) lines->Inverse(KIT_Rect(0, 0, m_Height, m_Width));
     return lines.release();
 }
 
@@ -249,14 +249,12 @@ Picture RegionView::Draw() {
     if (!isColour && standard == nullptr)
         throw PresentError(m_Image.File().Path(), "no table can be made for its pixels");
 
-    float matrix[4][4];
-    m_Space.GetRaster2ScreenTrasformMat(matrix);
-    const Inverse inverse(matrix);
+    const SPC_Affine toRaster = m_Space.GetScreen2Raster();
     const Pixels pixels(m_Image);
     Picture picture(m_Width, m_Height);
     const auto draw = [&](int y, int from, int to, const unsigned int* table) {
         for (int x = from; x < to; ++x) {
-            const double rx = inverse.X(x + 0.5, y + 0.5), ry = inverse.Y(x + 0.5, y + 0.5);
+            const double rx = toRaster.X(x + 0.5, y + 0.5), ry = toRaster.Y(x + 0.5, y + 0.5);
             const int column = pixel_of(rx, raster.m_Width), row = pixel_of(ry, raster.m_Height);
             if (column < 0 || row < 0) continue;
             const unsigned int display =

@@ -3,6 +3,15 @@
 #include <HOST_Export.h>
 #include <KIT/KIT_BaseParams.h>
 
+/// A map of the plane: x' = a x + b y + c, y' = d x + e y + f.
+struct HOST_API SPC_Affine {
+    double a, b, c, d, e, f;
+
+    double X(double x, double y) const { return a * x + b * y + c; }
+    double Y(double x, double y) const { return d * x + e * y + f; }
+    SPC_Affine Inverse() const;
+};
+
 /// Where the image lies in its view: zoom, pan, rotation and flip. A parameter object named "SPC_SpaceInfo".
 ///
 /// The raster's centre lies on the screen's centre, moved by the pan; around it the raster is flipped, then
@@ -33,11 +42,15 @@ public:
 
     /// Raster to screen coordinates.
     void GetRaster2ScreenTrasformMat(float matrix[4][4]);
+    /// Screen to raster coordinates: the inverse, in double precision, of the matrix above with its rounded
+    /// elements, so that a point falls into the pixel in which the masks carried by that matrix have it.
+    SPC_Affine GetScreen2Raster() const;
     /// Screen to physical coordinates in millimetres from the raster's top left corner.
     void GetScreen2PhysicalTrasformMat(float matrix[4][4]);
 
 private:
     void set(double& member, double value);
+    SPC_Affine raster_to_screen() const;
 
     double m_RasterWidth = 0, m_RasterHeight = 0;
     double m_ScreenWidth = 0, m_ScreenHeight = 0;

@@ -23,22 +23,13 @@ void sine_and_cosine(double degrees, double& sine, double& cosine) {
     }
 }
 
-/// x' = a x + b y + c, y' = d x + e y + f.
-struct Affine {
-    double a, b, c, d, e, f;
-
-    Affine inverse() const {
-        const double det = a * e - b * d;
-        return {e / det, -b / det, (b * f - e * c) / det, -d / det, a / det, (d * c - a * f) / det};
+void write(const SPC_Affine& m, float matrix[4][4]) {
+    const double rows[4][4] = {{m.a, m.b, 0, m.c}, {m.d, m.e, 0, m.f}, {0, 0, 1, 0}, {0, 0, 0, 1}};
+    for (int row = 0; row < 4; ++row) {
+        for (int column = 0; column < 4; ++column)
+            matrix[row][column] = static_cast<float>(rows[row][column]);
     }
-    void write(float matrix[4][4]) const {
-        const double rows[4][4] = {{a, b, 0, c}, {d, e, 0, f}, {0, 0, 1, 0}, {0, 0, 0, 1}};
-        for (int row = 0; row < 4; ++row) {
-            for (int column = 0; column < 4; ++column)
-                matrix[row][column] = static_cast<float>(rows[row][column]);
-        }
-    }
-};
+}
 
 }  // namespace
 
@@ -95,33 +86,33 @@ void SPC_SpaceInfo::SetPixelSpacing(double across, double down) {
     if (down > 0) set(m_SpacingY, down);
 }
 
-namespace {
+SPC_Affine SPC_Affine::Inverse() const {
+    const double det = a * e - b * d;
+    return {e / det, -b / det, (b * f - e * c) / det, -d / det, a / det, (d * c - a * f) / det};
+}
 
-Affine raster_to_screen(double rasterWidth, double rasterHeight, double screenWidth, double screenHeight,
-                        double zoom, double panX, double panY, double rotation, bool flipX, bool flipY) {
+SPC_Affine SPC_SpaceInfo::raster_to_screen() const {
     double sine, cosine;
-    sine_and_cosine(rotation, sine, cosine);
-    const double fx = flipX ? -zoom : zoom;
-    const double fy = flipY ? -zoom : zoom;
-    Affine m{cosine * fx, -sine * fy, 0, sine * fx, cosine * fy, 0};
-    m.c = screenWidth / 2 + panX - (m.a * rasterWidth / 2 + m.b * rasterHeight / 2);
-    m.f = screenHeight / 2 + panY - (m.d * rasterWidth / 2 + m.e * rasterHeight / 2);
+    sine_and_cosine(m_Rotation, sine, cosine);
+    const double fx = m_bFlipHorizontal ? -m_Zoom : m_Zoom;
+    const double fy = m_bFlipVertical ? -m_Zoom : m_Zoom;
+    SPC_Affine m{cosine * fx, -sine * fy, 0, sine * fx, cosine * fy, 0};
+    m.c = m_ScreenWidth / 2 + m_PanX - m.X(m_RasterWidth / 2, m_RasterHeight / 2);
+    m.f = m_ScreenHeight / 2 + m_PanY - m.Y(m_RasterWidth / 2, m_RasterHeight / 2);
     return m;
 }
 
-}  // namespace
+void SPC_SpaceInfo::GetRaster2ScreenTrasformMat(float matrix[4][4]) { write(raster_to_screen(), matrix); }
 
-void SPC_SpaceInfo::GetRaster2ScreenTrasformMat(float matrix[4][4]) {
-    raster_to_screen(m_RasterWidth, m_RasterHeight, m_ScreenWidth, m_ScreenHeight, m_Zoom, m_PanX, m_PanY,
-                     m_Rotation, m_bFlipHorizontal, m_bFlipVertical)
-        .write(matrix);
+SPC_Affine SPC_SpaceInfo::GetScreen2Raster() const {
+    float m[4][4];
+    write(raster_to_screen(), m);
+    return SPC_Affine{m[0][0], m[0][1], m[0][3], m[1][0], m[1][1], m[1][3]}.Inverse();
 }
 
 void SPC_SpaceInfo::GetScreen2PhysicalTrasformMat(float matrix[4][4]) {
-    Affine m = raster_to_screen(m_RasterWidth, m_RasterHeight, m_ScreenWidth, m_ScreenHeight, m_Zoom, m_PanX,
-                                m_PanY, m_Rotation, m_bFlipHorizontal, m_bFlipVertical)
-                   .inverse();
+    SPC_Affine m = raster_to_screen().Inverse();
     m.a *= m_SpacingX, m.b *= m_SpacingX, m.c *= m_SpacingX;
     m.d *= m_SpacingY, m.e *= m_SpacingY, m.f *= m_SpacingY;
-    m.write(matrix);
+    write(m, matrix);
 }
