@@ -2,12 +2,12 @@
 
 #include <refhost/Unicode.h>
 #include <charconv>
-#include <cstdio>
 #include <iostream>
 #include <memory>
 
 #include "commands.h"
 #include "io/dicom_tags.h"
+#include "io/number.h"
 #include "io/printable.h"
 #include "options.h"
 #include "output.h"
@@ -19,9 +19,7 @@ namespace {
 double as_written(float value) {
     char text[40];
     const auto end = std::to_chars(text, text + sizeof text, value).ptr;
-    double result = value;
-    std::from_chars(text, end, result);
-    return result;
+    return ParseNumber(std::string(text, end)).value_or(static_cast<double>(value));
 }
 
 const char* function_name(int code) {
@@ -64,8 +62,12 @@ Json text_or_null(const std::string& text) { return text.empty() ? Json(nullptr)
 
 Json spacing(const DicomDataSet& set) {
     for (const std::uint32_t tag : {tag::kPixelSpacing, tag::kImagerPixelSpacing}) {
-        double row = 0.0, column = 0.0;
-        if (std::sscanf(set.Text(tag).c_str(), "%lf\\%lf", &row, &column) == 2) return {row, column};
+        const std::string text = set.Text(tag);
+        const std::size_t separator = text.find('\\');
+        if (separator == std::string::npos) continue;
+        const auto row = ParseNumber(Trimmed(text.substr(0, separator)));
+        const auto column = ParseNumber(Trimmed(text.substr(separator + 1)));
+        if (row && column) return {*row, *column};
     }
     return nullptr;
 }

@@ -2,14 +2,15 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <limits>
 #include <optional>
 
+#include "io/number.h"
+
 namespace {
 
+constexpr int kMostBrightness = 100;
 constexpr int kMostInt = std::numeric_limits<int>::max();
 
 std::string text_of(double number) {
@@ -18,18 +19,12 @@ std::string text_of(double number) {
     return text;
 }
 
-std::optional<double> number_in(const std::string& text) {
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
-    if (text.empty() || *end != 0 || !std::isfinite(value)) return std::nullopt;
-    return value;
-}
-
 CLI::Validator between(double low, double high, bool isWhole) {
     const auto check = [=](std::string& text) -> std::string {
-        const std::optional<double> value = number_in(text);
-        const bool isGood =
-            value && *value >= low && *value <= high && (!isWhole || *value == std::floor(*value));
+        const std::optional<double> value = ParseNumber(text);
+        // Only digits make a whole number: 1e3 is one, but not one that the option is converted from.
+        const bool isGood = value && *value >= low && *value <= high &&
+                            (!isWhole || text.find_first_of(".eE") == std::string::npos);
         if (isGood) return "";
         return std::string("must be a ") + (isWhole ? "whole " : "") + "number " +
                (high < kMostInt ? "from " + text_of(low) + " to " + text_of(high)
@@ -108,10 +103,14 @@ void AddPresentationOptions(CLI::App& command, PresentationOptions& options) {
 }
 
 void AddBrightnessOptions(CLI::App& command, BrightnessOptions& options) {
-    command.add_option("--brightness", options.brightness,
-                       "Brightness of an image in colour, -100 to 100; needs a contrast");
-    command.add_option("--contrast", options.contrast,
-                       "Contrast of an image in colour, -100 to 100; needs a brightness");
+    command
+        .add_option("--brightness", options.brightness,
+                    "Brightness of an image in colour, -100 to 100; needs a contrast")
+        ->check(WholeNumberFrom(-kMostBrightness, kMostBrightness));
+    command
+        .add_option("--contrast", options.contrast,
+                    "Contrast of an image in colour, -100 to 100; needs a brightness")
+        ->check(WholeNumberFrom(-kMostBrightness, kMostBrightness));
 }
 
 void AddRegionOption(CLI::App& command, ViewOptions& options) {
@@ -131,6 +130,7 @@ void AddViewOptions(CLI::App& command, ViewOptions& options) {
         ->check(NumberFrom(0.001, 1000.0));
     command.add_option("--pan", options.pan, "X,Y: moves the image, in screen pixels")
         ->delimiter(',')
+        ->check(NumberFrom(-1e6, 1e6))
         ->expected(2);
     command.add_option("--rotate", options.rotate, "Degrees clockwise")->check(NumberFrom(-36000.0, 36000.0));
     command.add_option("--flip", options.flip, "h, v or hv")->check(OneOf({"h", "v", "hv"}));

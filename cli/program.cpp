@@ -3,6 +3,7 @@
 #include <COM/com_error.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <csignal>
 #include <iostream>
 #include <new>
@@ -25,18 +26,18 @@ int fail(int status, std::string text) {
     return status;
 }
 
-std::string did_you_mean(const std::string& word, const std::vector<std::string>& known) {
-    const std::string nearest = NearestName(word, known);
-    return nearest.empty() ? "; see zev help" : "; did you mean '" + nearest + "'?";
-}
-
 CLI::App* command_of(CLI::App& app, const std::string& name) {
     std::vector<std::string> names;
     for (CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
         if (command->get_name() == name) return command;
         names.push_back(command->get_name());
     }
-    throw UsageError("there is no command '" + name + "'" + did_you_mean(name, names));
+    throw UsageError("there is no command '" + name + "'" + Suggestion(name, names, "see zev help"));
+}
+
+/// The line that prints the help of a command, or of the program.
+std::string help_for(const CLI::App& about) {
+    return "zev help" + (about.get_parent() == nullptr ? "" : " " + about.get_name());
 }
 
 /// Names an option that the command does not have, before anything else is found wrong with the line.
@@ -57,7 +58,7 @@ void refuse_unknown_options(CLI::App& command, const std::vector<std::string>& a
         const CLI::Option* option = command.get_option_no_throw(name);
         if (option == nullptr) {
             throw UsageError(command.get_name() + " has no option '" + name + "'" +
-                             did_you_mean(name, known) + "; see zev help " + command.get_name());
+                             Suggestion(name, known, "see " + help_for(command)));
         }
         // What follows is its value, whatever it looks like.
         const bool hasValueBehind = isLong ? equals == std::string::npos : argument.size() == 2;
@@ -84,8 +85,7 @@ void add_commands(CLI::App& app, Run& run) {
 int run_line(const std::vector<std::string>& arguments) {
     CLI::App app(
         "Works out how a medical image is displayed (window, VOI LUT, gamma, inversion, padding, colour map) "
-        "and "
-        "draws it.",
+        "and draws it.",
         "zev");
     app.set_version_flag("--version", "zev " ZEV_VERSION);
     app.require_subcommand(1);
@@ -101,9 +101,11 @@ int run_line(const std::vector<std::string>& arguments) {
         print_help(app);
         return kDone;
     }
-    if (arguments.front()[0] != '-') {
-        refuse_unknown_options(*command_of(app, arguments.front()), {arguments.begin() + 1, arguments.end()});
-    }
+    const auto command = std::find_if(arguments.begin(), arguments.end(),
+                                      [](const std::string& text) { return text[0] != '-'; });
+    refuse_unknown_options(app, {arguments.begin(), command});
+    if (command != arguments.end())
+        refuse_unknown_options(*command_of(app, *command), {command + 1, arguments.end()});
     try {
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::CallForHelp&) {
@@ -112,9 +114,8 @@ int run_line(const std::vector<std::string>& arguments) {
     } catch (const CLI::ParseError& error) {
         // The version comes as an error of status 0.
         if (error.get_exit_code() == 0) return app.exit(error, std::cout, std::cerr);
-        const std::string name =
-            app.get_subcommands().empty() ? "" : " " + app.get_subcommands().front()->get_name();
-        throw UsageError(std::string(error.what()) + "; see zev help" + name);
+        const CLI::App& about = app.get_subcommands().empty() ? app : *app.get_subcommands().front();
+        throw UsageError(std::string(error.what()) + "; see " + help_for(about));
     }
     run();
     return kDone;

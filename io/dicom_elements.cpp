@@ -1,7 +1,6 @@
 #include "dicom_elements.h"
 
-#include <charconv>
-#include <cmath>
+#include "number.h"
 
 namespace {
 
@@ -17,16 +16,6 @@ std::string Trimmed(const std::string& text) {
     const std::size_t first = whole.find_first_not_of(blanks);
     if (first == std::string::npos) return std::string();
     return whole.substr(first, whole.find_last_not_of(blanks) - first + 1);
-}
-
-std::optional<double> ParseDecimal(const std::string& text) {
-    // from_chars takes a point whatever the locale, but no plus sign, and words such as "nan".
-    const bool hasPlus = text.size() > 1 && text[0] == '+' && text[1] != '-';
-    const char* begin = text.data() + (hasPlus ? 1 : 0);
-    double value = 0;
-    const std::from_chars_result result = std::from_chars(begin, text.data() + text.size(), value);
-    if (result.ec != std::errc() || !std::isfinite(value)) return std::nullopt;
-    return value;
 }
 
 const DicomElement* DicomDataSet::Find(std::uint32_t tag) const {
@@ -54,7 +43,7 @@ int DicomDataSet::Word(std::uint32_t tag, int fallback, std::size_t index) const
 
 double DicomDataSet::Number(std::uint32_t tag, double fallback) const {
     const std::string text = Text(tag);
-    return ParseDecimal(Trimmed(text.substr(0, text.find('\\')))).value_or(fallback);
+    return ParseNumber(Trimmed(text.substr(0, text.find('\\')))).value_or(fallback);
 }
 
 void DicomDataSet::PutText(std::uint32_t tag, const char* vr, std::string text) {

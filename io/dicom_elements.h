@@ -13,8 +13,6 @@ class DicomDataSet;
 
 /// Up to the first NUL, without blanks at either end.
 std::string Trimmed(const std::string& text);
-/// The number at the beginning of a text, with a decimal point in every locale; nothing where there is none.
-std::optional<double> ParseDecimal(const std::string& text);
 
 /// One data element as the file has it: a value of little-endian bytes, or the items of a sequence.
 struct DicomElement {

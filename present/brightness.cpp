@@ -7,13 +7,11 @@
 
 namespace {
 
-constexpr int kLimit = 100;
-
 /// To a number by a difference, which is what limits it.
 template <typename Get, typename Update>
 void change_to(int wanted, Get get, Update update) {
     update(0);
-    update(std::clamp(wanted, -kLimit, kLimit) - get());
+    update(wanted - get());
 }
 
 }  // namespace

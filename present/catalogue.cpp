@@ -40,11 +40,6 @@ std::size_t edit_distance(const std::string& a, const std::string& b) {
     return d[a.size()][b.size()];
 }
 
-std::string did_you_mean(const std::string& name, const std::vector<std::string>& candidates) {
-    const std::string nearest = NearestName(name, candidates);
-    return nearest.empty() ? "" : "; did you mean '" + nearest + "'?";
-}
-
 std::string joined(const std::vector<std::string>& names) {
     std::string text;
     for (const std::string& name : names) text += (text.empty() ? "'" : ", '") + name + "'";
@@ -98,8 +93,8 @@ ZEV_ColorMap& FindColourMap(const std::string& uidOrName, const std::string& mod
         if (found != nullptr) return *found;
     }
     RequireTree("colormaps");
-    throw UsageError("no colour map '" + uidOrName + "'" + did_you_mean(uidOrName, names) +
-                     "; zev colormaps lists them");
+    throw UsageError("no colour map '" + uidOrName + "'" +
+                     Suggestion(uidOrName, names, "zev colormaps lists them"));
 }
 
 const ZEV_PresetValue& FindPreset(const std::string& name, const std::string& modality) {
@@ -109,6 +104,7 @@ const ZEV_PresetValue& FindPreset(const std::string& name, const std::string& mo
         const std::string itsName = NameOf(preset), fullName = procedure + "/" + itsName;
         if (forced == nullptr && SameName(fullName, name)) forced = &preset;
         (procedure == modality ? fitting : others).push_back(itsName);
+        others.push_back(fullName);
         if (!SameName(itsName, name)) return;
         if (procedure != modality) {
             elsewhere.push_back(fullName);
@@ -126,7 +122,7 @@ const ZEV_PresetValue& FindPreset(const std::string& name, const std::string& mo
     }
     RequireTree("windowing");
     fitting.insert(fitting.end(), others.begin(), others.end());
-    throw UsageError("no preset '" + name + "'" + did_you_mean(name, fitting) + "; zev presets lists them");
+    throw UsageError("no preset '" + name + "'" + Suggestion(name, fitting, "zev presets lists them"));
 }
 
 bool HasEnds(const ZEV_PresetValue& preset) {
@@ -145,15 +141,16 @@ std::string UidOf(const ZEV_ColorMap& map) {
 
 bool SameName(const std::string& a, const std::string& b) { return lower(a) == lower(b); }
 
-std::string NearestName(const std::string& word, const std::vector<std::string>& candidates) {
+std::string Suggestion(const std::string& word, const std::vector<std::string>& candidates,
+                       const std::string& otherwise) {
     // One slip in three letters is a slip; more is another word. A pasted text is not a word at all.
     constexpr std::size_t kLongestWord = 64;
-    if (word.size() > kLongestWord) return "";
+    if (word.size() > kLongestWord) return "; " + otherwise;
     std::size_t least = std::max<std::size_t>(1, word.size() / 3) + 1;
     std::string nearest;
     for (const std::string& candidate : candidates) {
         const std::size_t distance = edit_distance(lower(word), lower(candidate));
         if (distance < least) least = distance, nearest = candidate;
     }
-    return nearest;
+    return "; " + (nearest.empty() ? otherwise : "did you mean '" + nearest + "'?");
 }

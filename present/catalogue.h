@@ -47,5 +47,7 @@ std::string UidOf(const ZEV_ColorMap& map);
 
 /// Text equality without regard to the case of A to Z.
 bool SameName(const std::string& a, const std::string& b);
-/// The candidate nearest to a mistyped word, by edit distance; empty when none is near.
-std::string NearestName(const std::string& word, const std::vector<std::string>& candidates);
+/// The end of an error message about a mistyped word: "; did you mean '...'?" with the candidate nearest by
+/// edit distance, or "; " and `otherwise` when none is near.
+std::string Suggestion(const std::string& word, const std::vector<std::string>& candidates,
+                       const std::string& otherwise);

@@ -171,6 +171,14 @@ void OpenedImage::open() {
         throw PresentError(File().Path(), "cannot be opened");
     if (!can_show_suv()) m_View.Append(&m_Units);
     m_WindowSource = source_of(opening.GetWindowSource());
+    settle_width();
+}
+
+/// A measured width is multiplied by the slope, its sign included, and a width below 1 is cut to 0. No file
+/// can say either; both are drawn like the width that stands here afterwards.
+void OpenedImage::settle_width() {
+    const int width = m_Params.GetWidth();
+    if (width < 1) m_Params.InitWidth(std::max(1, width == std::numeric_limits<int>::min() ? 1 : -width));
 }
 
 /// With a negative slope the two ends of a window arrive exchanged in min-max mode, and the ramp becomes a
@@ -261,6 +269,11 @@ void OpenedImage::note_missing_suv_scale() {
 std::vector<Note> OpenedImage::Notes() const {
     std::vector<Note> notes = File().Notes();
     notes.insert(notes.end(), m_Notes.begin(), m_Notes.end());
+    if (m_WindowSource == WindowSource::kFallback && !File().IsColour() &&
+        !File().DataSet().Has(tag::kModality)) {
+        notes.push_back(
+            {"fallback", "without a Modality no window is measured on opening; --auto measures one"});
+    }
     return notes;
 }
 
@@ -359,6 +372,7 @@ void OpenedImage::lay_display_parameters(const SavedPresentation& file) {
     view.Append(&m_Params);
     if (can_show_suv()) view.Append(&m_Units);
     ZEV_Dicom().UpdateFromDDP(&Message(), &Raster(), &m_Params, &saved, &view);
+    settle_width();
 
     const Dicom_Tag centerTag(tag::kWindowCenter), widthTag(tag::kWindowWidth), slopeTag(tag::kRescaleSlope),
         interceptTag(tag::kRescaleIntercept);
@@ -371,7 +385,7 @@ void OpenedImage::lay_display_parameters(const SavedPresentation& file) {
         if (has(interceptTag) && has(slopeTag) && slope != 0.0) {
             window.center =
                 (window.center - saved.GetDouble(interceptTag, 0.0)) / slope * m_Slope + m_Intercept;
-            window.width = window.width / slope * m_Slope;
+            window.width = std::fabs(window.width / slope * m_Slope);
         }
         m_WindowSource = WindowSource::kSaved;
         if (m_SavedWindow->center == 0.0 && m_SavedWindow->width == 0.0) {
@@ -432,7 +446,7 @@ void OpenedImage::use_stored_values_for_fractions() {
     choose_units(window);
     if (m_bUseRescale) {
         m_Params.InitCenter(truncated(window.center));
-        m_Params.InitWidth(truncated(window.width));
+        m_Params.InitWidth(std::max(1, truncated(window.width)));
         return;
     }
     if (entry != nullptr && entry->m_FunctionCode != Mapper_WindowingEntry::FUNCTION_LINEAR) {
@@ -454,10 +468,10 @@ void OpenedImage::set_window(const ModalityWindow& window) {
 void OpenedImage::set_numbers(const ModalityWindow& window) {
     if (m_bUseRescale) {
         m_Params.SetCenter(truncated(window.center));
-        m_Params.SetWidth(truncated(window.width));
+        m_Params.SetWidth(std::max(1, truncated(window.width)));
     } else {
         m_Params.SetCenter(nearest((window.center - m_Intercept) / m_Slope));
-        m_Params.SetWidth(nearest(window.width / std::fabs(m_Slope)));
+        m_Params.SetWidth(std::max(1, nearest(window.width / std::fabs(m_Slope))));
     }
 }
 

@@ -148,6 +148,7 @@ public:
 private:
     void offer_maximal_range();
     void open();
+    void settle_width();
     void note_constant_pixels();
     bool can_show_suv() const;
     void note_missing_suv_scale();

@@ -7,15 +7,22 @@
 #include <refhost/MemoryContext.h>
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 
+#include "io/number.h"
 #include "io/present_error.h"
 
 namespace {
 
 /// A screen of more pixels than this is a mistyped size.
 constexpr int kLongestSide = 16384;
+
+/// One side of a screen; 0 for a text that is not one.
+int side_of(const std::string& text) {
+    const std::optional<double> side = ParseNumber(text);
+    const bool isSide = side && *side >= 1 && *side <= kLongestSide && *side == std::floor(*side);
+    return isSide ? static_cast<int>(*side) : 0;
+}
 
 /// The pixel that a coordinate falls into; -1 outside.
 int pixel_of(double coordinate, int count) {
@@ -156,9 +163,10 @@ RegionView::RegionView(OpenedImage& image, const PresentationOptions& presentati
                        const std::vector<RegionSpec>& regions, const ViewOptions& options)
     : m_Image(image), m_Options(options), m_Width(image.File().Columns()), m_Height(image.File().Rows()) {
     if (!options.size.empty()) {
-        char behind = 0;
-        if (std::sscanf(options.size.c_str(), "%dx%d%c", &m_Width, &m_Height, &behind) != 2 || m_Width < 1 ||
-            m_Height < 1 || m_Width > kLongestSide || m_Height > kLongestSide) {
+        const std::size_t by = options.size.find('x');
+        m_Width = side_of(options.size.substr(0, by));
+        m_Height = by == std::string::npos ? 0 : side_of(options.size.substr(by + 1));
+        if (m_Width == 0 || m_Height == 0) {
             throw UsageError("--size: '" + options.size + "' is not WIDTHxHEIGHT, each 1 to " +
                              std::to_string(kLongestSide));
         }

@@ -1,10 +1,9 @@
 #include "regions.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
-#include <system_error>
 
+#include "io/number.h"
 #include "io/png_file.h"
 #include "io/present_error.h"
 
@@ -15,6 +14,8 @@ constexpr double kEllipseTolerance = 0.05;
 constexpr double kPi = 3.14159265358979323846;
 /// A region is written by a person or by this program; more points or runs than this are neither.
 constexpr std::size_t kMostParts = 1000000;
+/// A polygon mask takes no point beyond this.
+constexpr double kFarthest = 1e9;
 
 [[noreturn]] void refuse(const std::string& text, const std::string& reason) {
     throw UsageError("--region '" + text.substr(0, 60) + (text.size() > 60 ? "...'" : "'") + ": " + reason);
@@ -32,12 +33,9 @@ std::vector<std::string> split(const std::string& text, char separator) {
 }
 
 double number(const std::string& whole, const std::string& text) {
-    double value = 0.0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) {
-        refuse(whole, "'" + text + "' is no number");
-    }
-    return value;
+    const std::optional<double> value = ParseNumber(text);
+    if (!value) refuse(whole, "'" + text + "' is not a number");
+    return *value;
 }
 
 std::vector<double> numbers(const std::string& whole, const std::string& text, std::size_t count) {
@@ -45,11 +43,6 @@ std::vector<double> numbers(const std::string& whole, const std::string& text, s
     for (const std::string& part : split(text, ',')) values.push_back(number(whole, part));
     if (values.size() != count) refuse(whole, "'" + text + "' is not " + std::to_string(count) + " numbers");
     return values;
-}
-
-std::string text_of(double value) {
-    char text[40];
-    return std::string(text, std::to_chars(text, text + sizeof text, value).ptr);
 }
 
 std::vector<RegionSpec::Point> ellipse(double x, double y, double rx, double ry) {
@@ -85,7 +78,7 @@ std::vector<RegionSpec::Run> runs_of(const Picture& mask) {
 void parse_shape(const std::string& whole, const std::string& text, RegionSpec& region) {
     const std::size_t colon = text.find(':');
     if (colon == std::string::npos)
-        refuse(whole, "begins with no shape: polygon, rect, ellipse, mask or runs");
+        refuse(whole, "does not begin with a shape: polygon, rect, ellipse, mask or runs");
     const std::string shape = text.substr(0, colon);
     const std::string rest = text.substr(colon + 1);
     if (shape == "polygon") {
@@ -116,10 +109,14 @@ void parse_shape(const std::string& whole, const std::string& text, RegionSpec& 
             region.runs.push_back({static_cast<int>(n[0]), static_cast<int>(n[1]), static_cast<int>(n[2])});
         }
     } else {
-        refuse(whole, "no shape " + shape + ": polygon, rect, ellipse, mask or runs");
+        refuse(whole, "there is no shape '" + shape + "': polygon, rect, ellipse, mask or runs");
     }
     if (region.outline.size() > kMostParts || region.runs.size() > kMostParts)
         refuse(whole, "too many parts");
+    for (const RegionSpec::Point& p : region.outline) {
+        if (std::fabs(p.x) > kFarthest || std::fabs(p.y) > kFarthest)
+            refuse(whole, "a point lies beyond a thousand million pixels");
+    }
 }
 
 void parse_setting(const std::string& whole, const std::string& text, RegionSpec& region) {
@@ -127,7 +124,7 @@ void parse_setting(const std::string& whole, const std::string& text, RegionSpec
     const std::string name = text.substr(0, equals);
     const std::string value = equals == std::string::npos ? "" : text.substr(equals + 1);
     const bool isFlag = name == "invert" || name == "negate" || name == "inactive";
-    if (isFlag != (equals == std::string::npos)) refuse(whole, "'" + text + "' is no setting");
+    if (isFlag != (equals == std::string::npos)) refuse(whole, "'" + text + "' is not a setting");
     if (name == "center") {
         region.center = number(whole, value);
     } else if (name == "width") {
@@ -146,7 +143,7 @@ void parse_setting(const std::string& whole, const std::string& text, RegionSpec
     } else if (name == "inactive") {
         region.inactive = true;
     } else {
-        refuse(whole, "no setting " + name);
+        refuse(whole, "there is no setting '" + name + "'");
     }
 }
 
@@ -166,16 +163,16 @@ RegionSpec ParseRegion(const std::string& text) {
 
 std::string RegionSpec::ToText() const {
     std::string text = shape == kPolygon ? "polygon:" : "runs:";
-    for (const Point& p : outline) text += text_of(p.x) + "," + text_of(p.y) + " ";
+    for (const Point& p : outline) text += NumberText(p.x) + "," + NumberText(p.y) + " ";
     for (const Run& run : runs) {
         text +=
             std::to_string(run.y) + "," + std::to_string(run.left) + "," + std::to_string(run.right) + " ";
     }
     if (text.back() == ' ') text.pop_back();
-    if (center) text += ";center=" + text_of(*center) + ";width=" + text_of(*width);
+    if (center) text += ";center=" + NumberText(*center) + ";width=" + NumberText(*width);
     if (!preset.empty()) text += ";preset=" + preset;
     if (!colorMap.empty()) text += ";colormap=" + colorMap;
-    if (gamma) text += ";gamma=" + text_of(static_cast<double>(*gamma));
+    if (gamma) text += ";gamma=" + NumberText(static_cast<double>(*gamma));
     if (invert) text += ";invert";
     if (negate) text += ";negate";
     if (inactive) text += ";inactive";

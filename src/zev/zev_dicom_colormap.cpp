@@ -136,7 +136,8 @@ bool ZEV_Dicom::SetWindowingPresetValues(ZEV_Params* params, KIT_BaseParamsVec* 
     if (!can_translate(measurement, units)) return false;
     if (!are_stored_values(units) && numbers.pair != PresetNumbers::Pair::kNone) {
         // Centre and width each by itself, unlike in TranslatePresetValues, and truncated.
-        for (long* const number : {&numbers.first, &numbers.second})
+        for (long* const number :
+             {byWindow ? &numbers.first : &numbers.second, byWindow ? &numbers.second : &numbers.first})
             *number = zev::TruncToInt(to_pixel(*measurement, static_cast<float>(*number), units));
     }
 

@@ -116,6 +116,7 @@ TEST_F(Presets, OptionsChooseWindowAndMap) {
         {"ct.dcm --preset Lung --center 1 --width 2", 2, "--preset"},
         {"ct.dcm --preset Lung --auto", 2, "--preset"},
         {"ct.dcm --preset Lnug", 2, "did you mean 'Lung'"},
+        {"ct.dcm --preset 'ct/lnug'", 2, "did you mean 'CT/Lung'?"},
         {"ct.dcm --preset 'SUV 0-5'", 2,
          "not one of CT; 'PT/SUV 0-5' applies it all the same; those of CT are 'Brain'"},
         {"xa.dcm --preset Bone", 2, "XA has no presets"},

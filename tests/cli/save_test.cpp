@@ -192,6 +192,7 @@ TEST_F(Save, WindowGoesDownAsEntryOrPair) {
     } cases[] = {
         {"untouched", "LINEAR_EXACT", "--gamma 2", "40\\80", "90\\30", "A\\B", "LINEAR_EXACT"},
         {"own window", "", "--center 50 --width 60", "50", "60", "Window width and centre", "LINEAR"},
+        {"too narrow", "", "--center 50 --width 0.5", "50", "1", "Window width and centre", "LINEAR"},
         {"second pair", "", "--voi 1", "80", "30", "Window width and centre", "LINEAR"},
         {"sigmoid", "SIGMOID", "--voi 1", "80", "30", "B", "SIGMOID"},
         {"table", "", "--voi 2", "", "", "", ""},
@@ -402,7 +403,7 @@ TEST_F(Save, BrightnessAndContrast) {
     } cases[] = {
         {"none", "", 0, 0, false},
         {"both", "--brightness 20 --contrast 50", 20, 50, false},
-        {"limited", "--brightness=-300 --contrast 999", -100, 100, false},
+        {"limits", "--brightness=-100 --contrast 100", -100, 100, false},
         {"brightness alone", "--brightness 20", 0, 0, true},
         {"contrast alone", "--contrast 20 --brightness 0", 0, 0, true},
     };

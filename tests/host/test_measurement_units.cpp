@@ -44,6 +44,7 @@ TEST(MeasurementUnits, UptakeValues) {
     const auto lbm = SPC_UNITS_SUV_LBM;
     const wchar_t* const noPixels = L"pixel values in Bq/ml or SUV";
     const wchar_t* const noScan = L"a scan after the injection";
+    const wchar_t* const noStart = L"the start of the scan or the frame's reference time";
     const wchar_t* const noBody = L"a plausible weight and size of the patient";
     const wchar_t* const noZone = L"the time zone of both the injection and the scan";
     const std::string at12 = "20240301120000", at13 = "20240301130000";
@@ -91,12 +92,8 @@ TEST(MeasurementUnits, UptakeValues) {
         {"leaner than lean", {{kWeight, "20"}, {kSize, "2"}}, lbm, 0, noBody},
         {"weight in grams", {{kWeight, "80000"}}, bw, 0, noBody},
         {"dose in MBq", {{kDose, "400"}}, bw, 0, L"a dose and a body that give a plausible SUV"},
-        {"a series made later, no frame",
-         {{kSeriesTime, "18"}, {kAcquired, at12}},
-         bw,
-         0,
-         L"the time of the scan"},
-        {"no series", {{kSeriesTime, ""}, {kAcquired, at12}}, bw, 0, L"the time of the scan"},
+        {"a series made later, no frame", {{kSeriesTime, "18"}, {kAcquired, at12}}, bw, 0, noStart},
+        {"no series", {{kSeriesTime, ""}, {kAcquired, at12}}, bw, 0, noStart},
         {"not corrected, no frame",
          {{kDecay, "NONE"}, {kAcquired, at12}},
          bw,

@@ -59,6 +59,7 @@ const wchar_t* const kNeedsZone = L"the time zone of both the injection and the 
 const wchar_t* const kNeedsScale = L"a dose and a body that give a plausible SUV";
 const wchar_t* const kNeedsInjectionTime = L"the time of the injection";
 const wchar_t* const kNeedsScanTime = L"the time of the scan";
+const wchar_t* const kNeedsReferenceTime = L"the start of the scan or the frame's reference time";
 const wchar_t* const kNeedsTimeOrder = L"a scan after the injection";
 const wchar_t* const kNeedsRange = L"the range of the pixel values";
 const wchar_t* const kNeedsUnits = L"units that are known";
@@ -134,7 +135,7 @@ Known scan_moment(const Dicom_Msg& msg, bool corrected, double halfLife) {
     }
     if (!acquisition) return {std::nullopt, kNeedsScanTime};
     const double sinceStart = corrected ? msg.GetDouble(kFrameReferenceTime, kNotANumber) / 1000.0 : 0.0;
-    if (!std::isfinite(sinceStart)) return {std::nullopt, kNeedsScanTime};
+    if (!std::isfinite(sinceStart)) return {std::nullopt, kNeedsReferenceTime};
     const double mean = mean_count_time(msg, halfLife);
     if (std::isnan(mean)) return {std::nullopt, kNeedsFrameDuration};
     acquisition->seconds += mean - sinceStart;
