@@ -1,5 +1,6 @@
 #include "atomic_file.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -58,16 +59,18 @@ mode_t permissions_of_a_new_file() {
     return kNewFile & ~mask;
 }
 
-/// A temporary whose lock can be had belongs to a run that is dead.
+/// A temporary whose lock can be had belongs to a run that is dead. A folder that cannot be listed keeps its
+/// own. The standard library's iterator calls terminate when memory runs out.
 void remove_leftovers(const fs::path& target) {
-    const std::string start = target.filename().string() + kMark;
-    std::error_code error;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder_of(target), error)) {
-        const std::string name = entry.path().filename().string();
-        if (name.rfind("." + start, 0) != 0 || name.size() != 1 + start.size() + kRandomLetters) continue;
-        const int file = open(entry.path().c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    const std::string start = "." + target.filename().string() + kMark;
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(folder_of(target).c_str()), &closedir);
+    while (const dirent* entry = folder ? readdir(folder.get()) : nullptr) {
+        const std::string name = entry->d_name;
+        if (name.rfind(start, 0) != 0 || name.size() != start.size() + kRandomLetters) continue;
+        const std::string path = (folder_of(target) / name).string();
+        const int file = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
         if (file < 0) continue;
-        if (flock(file, LOCK_EX | LOCK_NB) == 0) unlink(entry.path().c_str());
+        if (flock(file, LOCK_EX | LOCK_NB) == 0) unlink(path.c_str());
         close(file);
     }
 }
@@ -110,7 +113,7 @@ void AtomicFile::open_temporary() {
     name += std::string(kRandomLetters, 'X');
     m_File = mkostemp(name.data(), O_CLOEXEC);
     if (m_File < 0) fail(errno);
-    m_Temporary = name;
+    m_Temporary = std::move(name);
     // Before another run takes it for a leftover. Where there are no locks, nothing is ever taken for one.
     flock(m_File, LOCK_EX | LOCK_NB);
     const std::optional<struct stat> older = status_of(m_Target);

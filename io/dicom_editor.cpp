@@ -237,16 +237,15 @@ std::string encode(std::uint32_t tag, const DicomElement& element, const DicomEd
     std::string value;
     if (element.IsSequence()) {
         for (const DicomDataSet& item : element.items) {
-            std::string content;
-            for (const auto& [inner, innerElement] : item.elements)
-                content += encode(inner, innerElement, encoding);
+            const std::string content = EncodeDataSet(item, encoding);
             append_tag(value, tag::kItem, encoding.bigEndian);
             append_number(value, length_of(content), 4, encoding.bigEndian);
             value += content;
         }
     } else {
         value = element.bytes;
-        if (value.size() % 2 != 0) value += element.vr == "UI" || number_size(element.vr) > 1 ? '\0' : ' ';
+        const bool isText = element.vr != "UI" && element.vr != "OB" && element.vr != "UN";
+        if (value.size() % 2 != 0) value += isText && number_size(element.vr) == 1 ? ' ' : '\0';
         const std::size_t size = encoding.bigEndian ? number_size(element.vr) : 1;
         for (std::size_t i = 0; size > 1 && i + size <= value.size(); i += size)
             std::reverse(value.begin() + static_cast<std::ptrdiff_t>(i),
@@ -268,6 +267,12 @@ std::string encode(std::uint32_t tag, const DicomElement& element, const DicomEd
 }
 
 }  // namespace
+
+std::string EncodeDataSet(const DicomDataSet& set, const DicomEditor::Encoding& encoding) {
+    std::string bytes;
+    for (const auto& [tag, element] : set.elements) bytes += encode(tag, element, encoding);
+    return bytes;
+}
 
 DicomEditor::DicomEditor(const std::string& path) : m_Path(path) {
     std::ifstream file(path, std::ios::binary | std::ios::ate);

@@ -75,5 +75,8 @@ private:
     std::map<std::uint32_t, std::pair<std::size_t, std::size_t>> m_TopLevel;
 };
 
+/// The elements of a data set as bytes. Throws std::runtime_error when a value is too long for its VR.
+std::string EncodeDataSet(const DicomDataSet& set, const DicomEditor::Encoding& encoding = {});
+
 /// A new UID from a random number (PS3.5 B.2).
 std::string MakeUid();

@@ -8,6 +8,7 @@ constexpr std::uint32_t DicomTag(unsigned group, unsigned element) { return (gro
 /// The attributes that more than one line of the project reads or writes, by the standard's keywords.
 namespace tag {
 
+constexpr std::uint32_t kMediaStorageSopClass = DicomTag(0x0002, 0x0002);
 constexpr std::uint32_t kMediaStorageSopInstance = DicomTag(0x0002, 0x0003);
 constexpr std::uint32_t kTransferSyntax = DicomTag(0x0002, 0x0010);
 constexpr std::uint32_t kLengthToEnd = DicomTag(0x0008, 0x0001);

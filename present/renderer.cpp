@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <type_traits>
 
 #include "io/present_error.h"
@@ -18,13 +19,13 @@ std::vector<std::uint32_t> grey_palette() {
     return palette;
 }
 
-/// Calls visit with the table as what it must be for the raster's pixels. False when it is something else or
-/// empty.
+/// Calls visit with the table as what it must be for the raster's pixels. False when it is something else.
 template <typename Out, typename Visit>
 bool visit_table(ZEV_AbstractWindowingTable& table, const KIT_Raster& raster, Visit visit) {
     const auto as = [&](auto sample) {
         auto* typed = dynamic_cast<ZEV_WindowingTable<decltype(sample), Out>*>(&table);
-        if (typed == nullptr || typed->GetTable() == nullptr) return false;
+        if (typed == nullptr) return false;
+        if (typed->GetTable() == nullptr) throw std::bad_alloc();
         visit(*typed, sample);
         return true;
     };
@@ -76,8 +77,9 @@ std::unique_ptr<ZEV_AbstractWindowingTable> BuildTable(OpenedImage& image, const
     std::unique_ptr<ZEV_AbstractWindowingTable> table(frozen.BuildTable(tableParams));
     frozen.Finalize(tableParams);
     frozen.Defrost();
-    if (table == nullptr)
+    if (table == nullptr && target.mode == TableTarget::kLevels && target.depth > 16)
         throw PresentError(image.File().Path(), "no table is defined for that target and depth");
+    if (table == nullptr) throw std::bad_alloc();
     return table;
 }
 
