@@ -105,16 +105,13 @@ TEST(AutomaticWindow, SecondOpeningReadsTheCache) {
     EXPECT_FALSE(log.Has("ZEV_Dicom::auto_win"));
 }
 
-TEST(AutomaticWindow, WithoutPixelsTheWindowFallsBack) {
-    support::Message msg = ct_image();
+TEST(AutomaticWindow, WithoutPixelsOrAWholeCacheThereIsNone) {
+    support::Message image = ct_image();
     refhost::MemoryRaster none;
     ZEV_Params params;
     params.InitCenter(7), params.InitWidth(8);
-    open_image(msg, &none, params);
+    open_image(image, &none, params);
     EXPECT_EQ(std::pair(params.GetCenter(), params.GetWidth()), std::pair(1000, 4095));
-}
-
-TEST(AutomaticWindow, CacheOfOneValueIsNone) {
     int width = -7, center = -7;
     support::Message half;
     half.Put(Dicom_Dictionary::MIREL_AUTO_WIN_WIDTH, Dicom_DS(3));

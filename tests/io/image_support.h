@@ -27,17 +27,13 @@ inline std::string BytesOf(const std::vector<std::uint32_t>& values, int size) {
 /// A file of one row with these pixel values as they lie in the allocated samples.
 inline DicomDataSet OneRow(const std::vector<std::uint32_t>& values, int allocated, int stored, int high,
                            bool isSigned) {
-    DicomDataSet set;
-    set.PutText(DicomTag(0x0008, 0x0016), "UI", "1.2.840.10008.5.1.4.1.1.7");
-    set.PutText(DicomTag(0x0008, 0x0018), "UI", "2.25.1");
-    set.PutWord(DicomTag(0x0028, 0x0002), "US", 1);
-    set.PutText(kPhotometric, "CS", "MONOCHROME2");
-    set.PutWord(DicomTag(0x0028, 0x0010), "US", 1);
-    set.PutWord(DicomTag(0x0028, 0x0011), "US", static_cast<int>(values.size()));
-    set.PutWord(DicomTag(0x0028, 0x0100), "US", allocated);
-    set.PutWord(DicomTag(0x0028, 0x0101), "US", stored);
-    set.PutWord(DicomTag(0x0028, 0x0102), "US", high);
-    set.PutWord(DicomTag(0x0028, 0x0103), "US", isSigned ? 1 : 0);
+    DicomDataSet set = Ramp("", {});
+    set.PutWord(tag::kRows, "US", 1);
+    set.PutWord(tag::kColumns, "US", static_cast<int>(values.size()));
+    set.PutWord(tag::kBitsAllocated, "US", allocated);
+    set.PutWord(tag::kBitsStored, "US", stored);
+    set.PutWord(tag::kHighBit, "US", high);
+    set.PutWord(tag::kPixelRepresentation, "US", isSigned ? 1 : 0);
     set.elements[kPixels] = DicomElement{"OW", BytesOf(values, allocated / 8), {}};
     return set;
 }
