@@ -229,36 +229,4 @@ TEST(PresetsInOneProcess, OrderOfImagesDoesNotShow) {
     EXPECT_EQ(widths, std::vector<int>(4, widths[0]));
 }
 
-TEST_F(Presets, ConfigurationsThatLackThings) {
-    WriteSamples(m_Directory.Path());
-    const struct {
-        const char* name;
-        const char* text;
-        int info, presets, maps;  ///< status
-    } rows[] = {
-        {"empty", "{}", 0, 2, 2},
-        {"no presets", R"({"trees": {"colormaps": {"p": [{"Modality": "CT"}]}}})", 0, 2, 0},
-        {"no maps",
-         R"({"settings": {"colormaps": {"PT": "1.2.840.10008.1.5.2"}}, "trees": {"windowing": {"p": []}}})",
-         0, 2, 2},
-        {"of other types",
-         R"({"settings": 5, "trees": {"windowing": [1, {"Modality": 7}], "colormaps": "x"}})", 0, 2, 2},
-        {"broken", R"({"trees": )", 2, 2, 2},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        const std::string config = m_Directory / "c.json";
-        support::WriteFile(config, row.text);
-        const support::Outcome shown = Run("info --json " + m_Directory / "pt.dcm" + " --config " + config);
-        ASSERT_EQ(shown.status, row.info) << shown.err;
-        const support::Outcome presets = Run("presets --json --config " + config);
-        EXPECT_EQ(presets.status, row.presets);
-        EXPECT_NE(presets.err.find(config), std::string::npos) << "names the file: " << presets.err;
-        EXPECT_EQ(Run("colormaps --config " + config).status, row.maps);
-        if (row.info != 0) continue;
-        EXPECT_EQ(Json::parse(shown.out)["center"], 24000);
-        EXPECT_EQ(Json::parse(shown.out)["colorMap"], nullptr);
-    }
-}
-
 }  // namespace

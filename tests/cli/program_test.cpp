@@ -19,7 +19,11 @@ TEST_F(Program, ExitStatusAndOneLinePerFailure) {
     const std::string ct = m_Directory / "ct.dcm", png = m_Directory / "x.png";
     const std::string render = "render " + ct + " -o " + png;
     support::WriteFile(m_Directory / "text.dcm", "no image at all");
+    support::WriteFile(m_Directory / "empty.dcm", "");
     support::WriteFile(m_Directory / "broken.json", "{ \"settings\": ");
+    support::WriteFile(m_Directory / "bare.json",
+                       R"({"settings": 5, "trees": {"windowing": [1], "colormaps": "x"}})");
+    const std::string bare = " --config " + m_Directory / "bare.json";
     const struct {
         std::string arguments;
         int status;
@@ -55,13 +59,19 @@ TEST_F(Program, ExitStatusAndOneLinePerFailure) {
         {render + " --frame -1", 2, "--frame"},
         {render + " --config " + m_Directory / "absent.json", 2, "absent.json"},
         {render + " --config " + m_Directory / "broken.json", 2, "broken.json"},
+        {render + bare, 0, ""},
+        {"presets" + bare, 2, "bare.json"},
+        {"colormaps" + bare, 2, "bare.json"},
         {"table " + ct + " -o " + png + " --out-depth 12", 2, "--out-depth"},
         {"table " + ct + " -o " + png + " --target paper", 2, "--target"},
         {"table " + ct + " -o " + png + " --target levels --out-depth 32", 1, "ct.dcm"},
         {render + " --voi 1", 1, "windowing entry 1"},
         {render + " --frame 1", 1, "frame 1"},
         {"render " + m_Directory / "text.dcm" + " -o " + png, 1, "text.dcm: not a DICOM file"},
+        {"info " + m_Directory / "empty.dcm", 1, "empty.dcm: not a DICOM file"},
         {"info " + m_Directory / "absent.dcm", 1, "absent.dcm"},
+        {"info " + m_Directory.Path(), 1, ": not a file"},
+        {"info /dev/zero", 1, "/dev/zero: not a file"},
         {"render " + ct + " -o " + m_Directory / "absent/x.png", 1, "absent/x.png"},
         {"sample " + ct + "/below", 1, "ct.dcm"},
     };

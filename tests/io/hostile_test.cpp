@@ -84,16 +84,6 @@ TEST(Hostile, ChangedBytesAreRefusedOrDrawn) {
     }
 }
 
-TEST(Hostile, OtherFilesAreRefused) {
-    support::TemporaryDirectory directory;
-    support::WriteFile(directory / "text", std::string(5000, 'x'));
-    support::WriteFile(directory / "empty", "");
-    for (const std::string& path : {directory / "text", directory / "empty", directory / "absent",
-                                    directory.Path(), std::string("/dev/zero")}) {
-        EXPECT_FALSE(present(path)) << path;
-    }
-}
-
 TEST(Isolated, NoEndOfTheWorkEndsTheCaller) {
     const unsigned long long memory = 1ULL << 30;
     const std::string large(300000, 'a');
