@@ -51,7 +51,8 @@ void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory
 namespace {
 
 constexpr const char* kConfiguration = R"({"trees": {
-    "windowing": {"p": [{"Modality": "PT", "windowing2": {"Name": "SUV", "Min": 1, "Max": 9, "Units": "suv_bw"}}]},
+    "windowing": {"p": [{"Modality": "PT",
+                         "windowing2": {"Name": "SUV", "Min": 1, "Max": 9, "Units": "suv_bw"}}]},
     "colormaps": {"p": [{"Modality": "PT", "m": {"Display Name": "Two", "UID": "1.2", "SUV Type": 1,
                          "map": {"0.0": "102030", "0.5": "A0B0C0", "1.0": "FFFFFF"}}}]}}})";
 
