@@ -29,11 +29,12 @@ void AddRenderCommand(CLI::App& app, Run& run) {
             OpenedImage image(options->input, options->presentation);
             ZEV_RGBParams rgb;
             ReadBrightness(image, options->brightness, rgb);
+            BurnBrightness(image, rgb);
             const std::vector<RegionSpec> regions = AllRegions(image, options->view);
-            Picture picture = regions.empty() && !options->view.IsView()
-                                  ? Render(image)
-                                  : RegionView(image, options->presentation, regions, options->view).Draw();
-            if (image.File().IsColour()) BurnBrightness(picture, rgb);
+            const Picture picture =
+                regions.empty() && !options->view.IsView()
+                    ? Render(image)
+                    : RegionView(image, options->presentation, regions, options->view).Draw();
             WritePng(options->output, picture);
         };
     });

@@ -37,7 +37,8 @@ DicomFile DicomFile::Load(const std::string& path, LoadOptions options) {
     } else {
         file.take_mono(content.frame);
     }
-    file.note_missing(content.frame);
+    file.m_Present = content.frame.present;
+    file.note_missing();
     return file;
 }
 
@@ -84,8 +85,6 @@ void DicomFile::take_colour(const StoredFrame& frame) {
         if (frame.bitsStored > 16) throw PresentError(m_Path, "has palette indexes of more than 16 bits");
     }
     m_Colour = ConvertToTrueColour(frame, palette);
-    std::fill(m_Colour.rgb.begin() + static_cast<std::ptrdiff_t>(3 * frame.present), m_Colour.rgb.end(),
-              std::uint8_t{0});
 }
 
 void DicomFile::take_mono(const StoredFrame& frame) {
@@ -94,7 +93,8 @@ void DicomFile::take_mono(const StoredFrame& frame) {
     } else {
         reduce(frame);
     }
-    fill_missing(frame);
+    // What is missing is not drawn. For whatever measures, it repeats what is there.
+    for (std::size_t i = frame.present; i < frame.Pixels(); ++i) m_Mono.Put(i, m_Mono.Get(i - frame.present));
     describe_pixels();
 }
 
@@ -157,26 +157,10 @@ void DicomFile::reduce(const StoredFrame& frame) {
         m_DataSet.Remove(tag);
 }
 
-void DicomFile::fill_missing(const StoredFrame& frame) {
-    if (frame.present == frame.Pixels()) return;
-    std::int32_t value = m_DataSet.Word(tag::kPixelPaddingValue, 0);
-    if (m_Mono.isSigned) value = static_cast<std::int16_t>(value);
-    if (!m_DataSet.Has(tag::kPixelPaddingValue)) {
-        const bool isLowDark =
-            (frame.photometric == "MONOCHROME1") == (m_DataSet.Number(tag::kRescaleSlope, 1) < 0);
-        value = m_Mono.Get(0);
-        for (std::size_t i = 1; i < frame.present; ++i) {
-            value = isLowDark ? std::min(value, m_Mono.Get(i)) : std::max(value, m_Mono.Get(i));
-        }
-    }
-    for (std::size_t i = frame.present; i < frame.Pixels(); ++i) m_Mono.Put(i, value);
-}
-
-void DicomFile::note_missing(const StoredFrame& frame) {
-    if (frame.present == frame.Pixels()) return;
-    const std::size_t whole = frame.present / static_cast<std::size_t>(m_Columns);
-    m_Notes.push_back({"partial", "the pixel data are cut short: " +
-                                      std::to_string(static_cast<std::size_t>(m_Rows) - whole) + " of " +
+void DicomFile::note_missing() {
+    const int whole = static_cast<int>(m_Present / static_cast<std::size_t>(m_Columns));
+    if (whole == m_Rows) return;
+    m_Notes.push_back({"partial", "the pixel data are cut short: " + std::to_string(m_Rows - whole) + " of " +
                                       std::to_string(m_Rows) + " rows missing or incomplete"});
 }
 

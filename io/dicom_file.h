@@ -25,9 +25,7 @@ struct Note {
 /// these values, not the stored ones.
 class DicomFile {
 public:
-    /// A frame that is cut short is refused unless options.partial. Then the rest of it has the padding value
-    /// if the image has one, else that of the darkest pixel there is; in colour it is black. Throws
-    /// PresentError.
+    /// A frame that is cut short is refused unless options.partial. Throws PresentError.
     static DicomFile Load(const std::string& path, LoadOptions options);
     static DicomFile Load(const std::string& path, int frame = 0) { return Load(path, LoadOptions{frame}); }
 
@@ -40,6 +38,9 @@ public:
     bool IsColour() const { return !m_Colour.rgb.empty(); }
     const Picture& Colour() const { return m_Colour; }
     const MonoPixels& Mono() const { return m_Mono; }
+    /// The file has this many pixels of the frame, in the order of rows. The others are to be drawn black,
+    /// whatever their values, which repeat those that are there.
+    std::size_t PresentPixels() const { return m_Present; }
 
     /// Every attribute but the pixel data; an enhanced multi-frame image's functional groups of this frame at
     /// the top level.
@@ -59,8 +60,7 @@ private:
     void take_mono(const StoredFrame& frame);
     void look_up(const StoredFrame& frame);
     void reduce(const StoredFrame& frame);
-    void fill_missing(const StoredFrame& frame);
-    void note_missing(const StoredFrame& frame);
+    void note_missing();
     void describe_pixels();
     std::optional<std::pair<double, double>> range_of_file() const;
 
@@ -70,6 +70,7 @@ private:
     int m_Columns = 0;
     int m_Frames = 0;
     DicomDataSet m_DataSet;
+    std::size_t m_Present = 0;
     Picture m_Colour;
     MonoPixels m_Mono;
     /// From stored values to those of Mono(); nothing after a table.

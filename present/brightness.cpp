@@ -39,8 +39,8 @@ void ReadBrightness(OpenedImage& image, const BrightnessOptions& options, ZEV_RG
     }
 }
 
-void BurnBrightness(Picture& picture, ZEV_RGBParams& params) {
-    if (!params.IsBurnToRasterNeeded()) return;
+void BurnBrightness(OpenedImage& image, ZEV_RGBParams& params) {
+    if (!image.File().IsColour() || !params.IsBurnToRasterNeeded()) return;
     const std::int64_t brightness = params.GetBrightness(), contrast = params.GetContrast();
     std::array<std::uint8_t, 256> table{};
     for (std::int64_t v = 0; v < 256; ++v) {
@@ -48,5 +48,5 @@ void BurnBrightness(Picture& picture, ZEV_RGBParams& params) {
         table[static_cast<std::size_t>(v)] =
             static_cast<std::uint8_t>(std::clamp<std::int64_t>(twoHundredths / 200, 0, 255));
     }
-    for (std::uint8_t& sample : picture.rgb) sample = table[sample];
+    for (std::uint8_t& sample : image.Raster().Bytes()) sample = table[sample];
 }

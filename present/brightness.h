@@ -4,7 +4,6 @@
 
 #include <optional>
 
-#include "io/picture.h"
 #include "presentation.h"
 
 /// What the user asks of an image in colour, from -100 to 100, over what its file says.
@@ -17,6 +16,7 @@ struct BrightnessOptions {
 /// image, or one number without the other) are told on standard error, in one line.
 void ReadBrightness(OpenedImage& image, const BrightnessOptions& options, ZEV_RGBParams& params);
 
-/// Applies brightness and contrast where they have an effect: v becomes (v - 128) * (100 + contrast) / 100 +
-/// 128 + 255 * brightness / 200, worked out exactly, then truncated and limited to 0 to 255.
-void BurnBrightness(Picture& picture, ZEV_RGBParams& params);
+/// Applies brightness and contrast to the raster of an image in colour where they have an effect: v becomes
+/// (v - 128) * (100 + contrast) / 100 + 128 + 255 * brightness / 200, worked out exactly, then truncated and
+/// limited to 0 to 255.
+void BurnBrightness(OpenedImage& image, ZEV_RGBParams& params);

@@ -60,10 +60,14 @@ const unsigned int* origin_of(ZEV_AbstractWindowingTable* table, const KIT_Raste
     return raster.m_bSigned ? origin_of<short>(table) : origin_of<unsigned short>(table);
 }
 
-/// The image's pixels through a table, or the pixels of an image in colour as they are.
+/// The image's pixels through a table, or the pixels of an image in colour as they are; black where the file
+/// lacks them.
 class Pixels {
 public:
-    explicit Pixels(OpenedImage& image) : m_Raster(image.Raster()), m_IsColour(image.File().IsColour()) {
+    explicit Pixels(OpenedImage& image)
+        : m_Raster(image.Raster()),
+          m_Present(image.File().PresentPixels()),
+          m_IsColour(image.File().IsColour()) {
         m_Raster.Lock();
         m_Bytes = static_cast<const unsigned char*>(m_Raster.GetPixels());
     }
@@ -74,6 +78,7 @@ public:
     unsigned int At(int x, int y, const unsigned int* table) const {
         const std::size_t i = static_cast<std::size_t>(y) * static_cast<std::size_t>(m_Raster.m_Width) +
                               static_cast<std::size_t>(x);
+        if (i >= m_Present) return 0;
         if (m_IsColour) {
             unsigned int pixel;
             std::memcpy(&pixel, m_Bytes + 4 * i, 4);
@@ -109,6 +114,7 @@ public:
 
 private:
     refhost::MemoryRaster& m_Raster;
+    std::size_t m_Present;
     bool m_IsColour;
     const unsigned char* m_Bytes;
 };

@@ -91,23 +91,29 @@ std::vector<std::uint8_t> TableBytes(ZEV_AbstractWindowingTable& table, const KI
 }
 
 Picture Render(OpenedImage& image) {
-    if (image.File().IsColour()) return image.File().Colour();
-    const std::unique_ptr<ZEV_AbstractWindowingTable> table = BuildTable(image, TableTarget());
+    const bool isColour = image.File().IsColour();
+    const std::unique_ptr<ZEV_AbstractWindowingTable> table =
+        isColour ? nullptr : BuildTable(image, TableTarget());
     refhost::MemoryRaster& raster = image.Raster();
     Picture picture(raster.m_Width, raster.m_Height);
-    const std::size_t pixels = picture.rgb.size() / 3;
-    raster.Lock();
-    const bool drawn = visit_table<unsigned int>(*table, raster, [&](auto& typed, auto sample) {
-        using Sample = decltype(sample);
-        const auto* source = static_cast<const Sample*>(raster.GetPixels());
-        const unsigned int* display = typed.GetTable();
-        for (std::size_t i = 0; i < pixels; ++i) {
-            const unsigned int colour = display[source[i]];
+    const auto draw = [&picture, present = image.File().PresentPixels()](auto colourOf) {
+        for (std::size_t i = 0; i < present; ++i) {
+            const unsigned int colour = colourOf(i);
             picture.rgb[3 * i] = static_cast<std::uint8_t>(colour >> 16);
             picture.rgb[3 * i + 1] = static_cast<std::uint8_t>(colour >> 8);
             picture.rgb[3 * i + 2] = static_cast<std::uint8_t>(colour);
         }
-    });
+    };
+    raster.Lock();
+    bool drawn = isColour;
+    if (isColour) {
+        draw([source = static_cast<const std::uint32_t*>(raster.GetPixels())](auto i) { return source[i]; });
+    } else {
+        drawn = visit_table<unsigned int>(*table, raster, [&](auto& typed, auto sample) {
+            const auto* source = static_cast<const decltype(sample)*>(raster.GetPixels());
+            draw([source, display = typed.GetTable()](auto i) { return display[source[i]]; });
+        });
+    }
     raster.Unlock();
     if (!drawn) throw PresentError(image.File().Path(), "no table can be made for its pixels");
     return picture;

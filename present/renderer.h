@@ -25,5 +25,5 @@ std::unique_ptr<ZEV_AbstractWindowingTable> BuildTable(OpenedImage& image, const
 std::vector<std::uint8_t> TableBytes(ZEV_AbstractWindowingTable& table, const KIT_Raster& raster,
                                      int outputDepth);
 
-/// One picture pixel per image pixel.
+/// One picture pixel per image pixel; pixels that the file lacks are black.
 Picture Render(OpenedImage& image);

@@ -208,4 +208,37 @@ TEST_F(SavedRegions, AReopenedImageShowsThemAgain) {
     EXPECT_EQ(Run("render " + m_Directory / "us.dcm" + " --region rect:1,2,3,4 -o " + b).status, 1);
 }
 
+TEST_F(SavedRegions, WhatACutFileLacksIsBlack) {
+    const std::string image = m_Directory / "cut.dcm", picture = m_Directory / "cut.png";
+    DicomDataSet mono = support::Ramp("CT", {}), padded = mono, colour = mono;
+    padded.PutWord(tag::kPixelPaddingValue, "US", 5);
+    colour.PutWord(tag::kSamplesPerPixel, "US", 3);
+    colour.PutText(tag::kPhotometricInterpretation, "CS", "YBR_FULL");
+    colour.elements[tag::kPixelData].bytes.resize(3 * 256, 'x');
+    const struct {
+        const char* name;
+        const DicomDataSet& set;
+        std::string options;
+    } rows[] = {
+        {"plain", mono, ""},
+        {"inverted", mono, "--invert"},
+        {"inverse map", support::PetRamp({}), ""},
+        {"padded, low window", padded, "--center -1000 --width 10"},
+        {"region", mono, "--region 'rect:0,0,16,16;invert'"},
+        {"smooth", mono, "--invert --smooth --region rect:0,0,1,1"},
+        {"colour", colour, "--brightness 90 --contrast 10"},
+        {"colour in a view", colour, "--brightness 90 --contrast 10 --rotate 360"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const std::string bytes = EncodeDicomFile(row.set);
+        const std::size_t pixel = row.set.elements.at(tag::kPixelData).bytes.size() / 256;
+        support::WriteFile(image, bytes.substr(0, bytes.size() - 100 * pixel));
+        ASSERT_EQ(Run("render --partial " + image + " -o " + picture + " " + row.options).status, 0);
+        const std::vector<std::uint8_t> drawn = ReadPng(picture).rgb;
+        EXPECT_EQ(std::count(drawn.begin() + 3 * 156, drawn.end(), 0), drawn.end() - drawn.begin() - 3 * 156);
+        EXPECT_GT(std::count_if(drawn.begin(), drawn.begin() + 3 * 156, [](int v) { return v > 0; }), 100);
+    }
+}
+
 }  // namespace
