@@ -26,6 +26,7 @@ DicomFile DicomFile::Load(const std::string& path, LoadOptions options) {
     DicomFileContent content = ReadDicomFile(path, options);
     DicomFile file;
     file.m_Path = path;
+    file.m_bPartial = options.partial;
     file.m_TransferSyntax = content.transferSyntax;
     file.m_Rows = content.frame.rows;
     file.m_Columns = content.frame.columns;
@@ -186,9 +187,9 @@ std::optional<std::pair<double, double>> DicomFile::range_of_file() const {
 std::optional<std::pair<double, double>> DicomFile::WholeImageRange() const {
     if (m_Frames == 1 || IsColour() || !m_Reduction) return std::nullopt;
     if (const auto range = range_of_file()) return range;
-    std::optional<std::pair<std::int64_t, std::int64_t>> stored;
+    ValueRange stored;
     try {
-        stored = ReadStoredRange(m_Path);
+        stored = ReadStoredRange(m_Path, m_bPartial);
     } catch (const PresentError&) {
     }
     if (!stored) return std::nullopt;

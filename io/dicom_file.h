@@ -49,9 +49,9 @@ public:
     const std::vector<Note>& Notes() const { return m_Notes; }
 
     /// Smallest and largest value over all frames, padding left out, on the scale of Mono(). Reads every
-    /// frame unless the file gives the range. Nothing where the frame's own range must do: for a single
-    /// frame, an image in colour, one with a Modality LUT, one of nothing but padding or one with a frame
-    /// that cannot be read.
+    /// frame unless the file gives the range; with options.partial, the frames before the cut. Nothing where
+    /// the frame's own range must do: for a single frame, an image in colour, one with a Modality LUT, one of
+    /// nothing but padding or one with a frame that cannot be read.
     std::optional<std::pair<double, double>> WholeImageRange() const;
 
 private:
@@ -70,6 +70,7 @@ private:
     int m_Columns = 0;
     int m_Frames = 0;
     DicomDataSet m_DataSet;
+    bool m_bPartial = false;
     std::size_t m_Present = 0;
     Picture m_Colour;
     MonoPixels m_Mono;

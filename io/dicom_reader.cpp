@@ -12,7 +12,6 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-#include <limits>
 #include <memory>
 
 #include "dicom_tags.h"
@@ -97,11 +96,11 @@ void require_pixels(const DicomDataSet& dataSet, const gdcm::DataSet& source) {
 /// A padding value that the stored bits cannot hold is meant for the whole allocated sample.
 void widen_for_padding(const DicomDataSet& dataSet, StoredFrame* frame) {
     const bool isMono = frame->samples == 1 && frame->photometric != "PALETTE COLOR";
-    if (!isMono || frame->bitsAllocated > 16 || !dataSet.Has(tag::kPixelPaddingValue)) return;
-    const int word = dataSet.Word(tag::kPixelPaddingValue, 0);
-    const int padding = frame->isSigned ? static_cast<std::int16_t>(word) : word;
+    const std::optional<Padding> padding = ReadPadding(dataSet, frame->isSigned);
+    if (!isMono || frame->bitsAllocated > 16 || !padding) return;
     const int half = 1 << (frame->bitsStored - 1);
-    const bool fits = frame->isSigned ? padding >= -half && padding < half : padding < 2 * half;
+    const bool fits =
+        frame->isSigned ? padding->value >= -half && padding->value < half : padding->value < 2 * half;
     if (fits) return;
     frame->bitsStored = frame->bitsAllocated;
     frame->highBit = frame->bitsAllocated - 1;
@@ -370,32 +369,31 @@ std::string read_file(const std::string& path, LoadOptions options) {
     return answer.Take();
 }
 
-std::string read_range(const std::string& path) {
-    const Image image = open_image(path, false);
-    const DicomDataSet& dataSet = image.dataSet;
-    const bool hasPadding = dataSet.Has(tag::kPixelPaddingValue) && image.header.frame.bitsAllocated <= 16;
-    const auto word = [&](std::uint32_t tag, int fallback) {
-        const int value = dataSet.Word(tag, fallback);
-        return image.header.frame.isSigned ? static_cast<std::int16_t>(value) : value;
-    };
-    const int padding = word(tag::kPixelPaddingValue, 0);
-    const int limit = word(tag::kPixelPaddingRangeLimit, padding);
-    std::int64_t low = std::numeric_limits<std::int64_t>::max(),
-                 high = std::numeric_limits<std::int64_t>::min();
+std::string read_range(const std::string& path, bool partial) {
+    const Image image = open_image(path, partial);
+    std::optional<Padding> padding;
+    if (image.header.frame.bitsAllocated <= 16)
+        padding = ReadPadding(image.dataSet, image.header.frame.isSigned);
+    ValueRange range;
     for (int index = 0; index < image.header.frames; ++index) {
-        const StoredFrame frame = image.Decode(index, false);
-        for (std::size_t i = 0; i < frame.Pixels(); ++i) {
+        StoredFrame frame;
+        try {
+            frame = image.Decode(index, partial);
+        } catch (const Refusal&) {
+            // The frames before the cut are all that there is.
+            if (!partial) throw;
+            break;
+        }
+        for (std::size_t i = 0; i < frame.present; ++i) {
             const std::int64_t value = SampleValue(frame, i);
-            if (hasPadding && value >= std::min(padding, limit) && value <= std::max(padding, limit))
-                continue;
-            low = std::min(low, value);
-            high = std::max(high, value);
+            if (!padding || !padding->Has(value)) Widen(range, value);
         }
     }
     ByteWriter answer;
     answer.Bytes("");
-    answer.Number(static_cast<std::uint64_t>(low));
-    answer.Number(static_cast<std::uint64_t>(high));
+    answer.Number(range ? 1 : 0);
+    answer.Number(static_cast<std::uint64_t>(range ? range->first : 0));
+    answer.Number(static_cast<std::uint64_t>(range ? range->second : 0));
     return answer.Take();
 }
 
@@ -468,14 +466,15 @@ DicomFileContent ReadDicomFile(const std::string& path, LoadOptions options) {
         path, [options](const std::string& file) { return read_file(file, options); }, parse_answer);
 }
 
-std::optional<std::pair<std::int64_t, std::int64_t>> ReadStoredRange(const std::string& path) {
-    return read_isolated(path, read_range,
-                         [](ByteReader& answer) -> std::optional<std::pair<std::int64_t, std::int64_t>> {
-                             const auto low = static_cast<std::int64_t>(answer.Number());
-                             const auto high = static_cast<std::int64_t>(answer.Number());
-                             if (low > high) return std::nullopt;
-                             return std::make_pair(low, high);
-                         });
+ValueRange ReadStoredRange(const std::string& path, bool partial) {
+    return read_isolated(
+        path, [partial](const std::string& file) { return read_range(file, partial); },
+        [](ByteReader& answer) {
+            const bool isAny = answer.Number() != 0;
+            const auto low = static_cast<std::int64_t>(answer.Number());
+            const auto high = static_cast<std::int64_t>(answer.Number());
+            return isAny ? ValueRange({low, high}) : std::nullopt;
+        });
 }
 
 DicomDataSet ReadDicomDataSet(const std::string& path) {

@@ -40,6 +40,9 @@ struct StoredFrame {
     }
 };
 
+/// Smallest and largest of some values; nothing where there are none.
+using ValueRange = std::optional<std::pair<std::int64_t, std::int64_t>>;
+
 struct DicomFileContent {
     /// Every element but the pixel data.
     DicomDataSet dataSet;
@@ -62,9 +65,10 @@ inline DicomFileContent ReadDicomFile(const std::string& path, int frame) {
     return ReadDicomFile(path, LoadOptions{frame});
 }
 
-/// Smallest and largest stored value over all frames, padding left out, in the same way; nothing for an image
-/// of nothing but padding. Throws PresentError.
-std::optional<std::pair<std::int64_t, std::int64_t>> ReadStoredRange(const std::string& path);
+/// Smallest and largest stored value over all frames, padding left out, in the same way; with `partial` over
+/// the frames before the first one that cannot be read. Nothing for an image of nothing but padding. Throws
+/// PresentError.
+ValueRange ReadStoredRange(const std::string& path, bool partial);
 
 /// Reads a DICOM file that need not hold an image, in the same way: every element but the pixel data. Throws
 /// PresentError.

@@ -4,6 +4,15 @@
 #include <cmath>
 #include <cstring>
 
+std::optional<Padding> ReadPadding(const DicomDataSet& dataSet, bool isSigned) {
+    constexpr int kAbsent = -1;
+    const int value = dataSet.Word(tag::kPixelPaddingValue, kAbsent);
+    if (value == kAbsent) return std::nullopt;
+    const int limit = dataSet.Word(tag::kPixelPaddingRangeLimit, value);
+    if (!isSigned) return Padding{value, limit};
+    return Padding{static_cast<std::int16_t>(value), static_cast<std::int16_t>(limit)};
+}
+
 void MonoPixels::Put(std::size_t pixel, std::int32_t value) {
     if (bits <= 8) {
         bytes[pixel] = static_cast<std::uint8_t>(value);

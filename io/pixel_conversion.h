@@ -1,13 +1,32 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <string>
+#include <optional>
 #include <vector>
 
 #include "dicom_elements.h"
 #include "dicom_reader.h"
 #include "picture.h"
+
+inline void Widen(ValueRange& range, std::int64_t value) {
+    if (!range) range.emplace(value, value);
+    range->first = std::min(range->first, value);
+    range->second = std::max(range->second, value);
+}
+
+/// The values from PixelPaddingValue to PixelPaddingRangeLimit, one way or the other.
+struct Padding {
+    int value = 0;
+    int limit = 0;
+
+    bool Has(std::int64_t pixel) const {
+        return pixel >= std::min(value, limit) && pixel <= std::max(value, limit);
+    }
+};
+/// The attributes' 16 bits are read with the sign of the pixels. Nothing without PixelPaddingValue.
+std::optional<Padding> ReadPadding(const DicomDataSet& dataSet, bool isSigned);
 
 /// Pixel values as the reference host's rasters take them: in bytes up to 8 bits, else in 16-bit words of
 /// this machine; shifted down, masked and, when signed, sign-extended.

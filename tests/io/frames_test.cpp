@@ -221,6 +221,10 @@ TEST_F(Frames, RangeOfAllFrames) {
         EXPECT_EQ(Load(set).WholeImageRange(), row.expected);
     }
     EXPECT_EQ(Load(OneRow({1, 2}, 16, 16, 15, false)).WholeImageRange(), Range());
+    DicomDataSet cut = OneRow({5, 6, 1, 7}, 16, 16, 15, false);
+    cut.PutText(kFrameCount, "IS", "9");
+    cut.PutWord(kColumns, "US", 2);
+    EXPECT_EQ(LoadBytes(EncodeDicomFile(cut), kPartial).WholeImageRange(), Range({1, 7}));
 }
 
 TEST_F(Frames, TransferSyntaxesThatCannotBeReadAreNamed) {
