@@ -123,7 +123,7 @@ void describe_window(OpenedImage& image, Json& info) {
     info["localizer"] = params.IsLocalizer();
     info["bitsPerPixel"] = image.Raster().m_BitsPerPixel;
     info["signed"] = image.Raster().m_bSigned;
-    info["storedRange"] = RangeOf(image.StoredRange());
+    info["storedRange"] = RangeOf(image.File().StoredRange());
     info["modalityRange"] = RangeOf(image.ModalityRange());
     info["windowSource"] = NameOf(image.GetWindowSource());
     info["windowUnits"] = image.InStoredValues() ? "stored" : "modality";

@@ -106,7 +106,13 @@ void DicomFile::look_up(const StoredFrame& frame) {
     if (lut.entries.empty()) throw PresentError(m_Path, "its Modality LUT is missing or damaged");
     m_Mono.bits = lut.bits;
     m_Mono.Resize(frame.Pixels());
-    for (std::size_t i = 0; i < frame.present; ++i) m_Mono.Put(i, lut.At(SampleValue(frame, i)));
+    m_bAsStored = false;
+    const std::optional<Padding> padding = ReadPadding(m_DataSet, frame.isSigned);
+    for (std::size_t i = 0; i < frame.present; ++i) {
+        const std::int64_t value = SampleValue(frame, i);
+        if (!padding || !padding->Has(value)) Widen(m_StoredRange, value);
+        m_Mono.Put(i, lut.At(value));
+    }
     // From here on the data set describes the values that the table gives. They need no rescale, and none of
     // them is padding.
     for (std::uint32_t tag :
@@ -123,13 +129,8 @@ void DicomFile::reduce(const StoredFrame& frame) {
     DeepReduction reduction;
     reduction.isSigned = frame.isSigned;
     if (isDeep) {
-        std::int64_t low = SampleValue(frame, 0), high = low;
-        for (std::size_t i = 1; i < frame.present; ++i) {
-            const std::int64_t value = SampleValue(frame, i);
-            low = std::min(low, value);
-            high = std::max(high, value);
-        }
-        reduction = ReduceDeepPixels(low, high, slope);
+        for (std::size_t i = 0; i < frame.present; ++i) Widen(m_StoredRange, SampleValue(frame, i));
+        reduction = ReduceDeepPixels(m_StoredRange->first, m_StoredRange->second, slope);
     }
     m_Reduction = reduction;
     m_Mono.bits = std::min(frame.bitsStored, 16);
@@ -148,6 +149,7 @@ void DicomFile::reduce(const StoredFrame& frame) {
     m_Notes.push_back({"pixels", was + "(value - " + std::to_string(reduction.offset) + ") / " +
                                      std::to_string(reduction.divisor) +
                                      ", taken back by the rescale slope and intercept"});
+    m_bAsStored = false;
     m_DataSet.PutText(tag::kRescaleSlope, "DS", decimal(slope * static_cast<double>(reduction.divisor)));
     m_DataSet.PutText(tag::kRescaleIntercept, "DS",
                       decimal(intercept + slope * static_cast<double>(reduction.offset)));
@@ -163,6 +165,17 @@ void DicomFile::note_missing() {
     if (whole == m_Rows) return;
     m_Notes.push_back({"partial", "the pixel data are cut short: " + std::to_string(m_Rows - whole) + " of " +
                                       std::to_string(m_Rows) + " rows missing or incomplete"});
+}
+
+ValueRange DicomFile::Range() const {
+    ValueRange range;
+    if (IsColour()) return range;
+    const std::optional<Padding> padding = ReadPadding(m_DataSet, m_Mono.isSigned);
+    for (std::size_t i = 0; i < m_Present; ++i) {
+        const int value = m_Mono.Get(i);
+        if (!padding || !padding->Has(value)) Widen(range, value);
+    }
+    return range;
 }
 
 /// Smallest and Largest Image Pixel Value are of 16 bits, and may include padding or be those of another

@@ -48,6 +48,11 @@ public:
     /// Of the code "pixels": values were reduced to 16 bits; "partial": rows are missing.
     const std::vector<Note>& Notes() const { return m_Notes; }
 
+    /// Smallest and largest pixel value of the frame, padding left out: of Mono(), and of the pixels as
+    /// stored, before a Modality LUT and a reduction to 16 bits. Nothing for an image in colour or of nothing
+    /// but padding.
+    ValueRange Range() const;
+    ValueRange StoredRange() const { return m_bAsStored ? Range() : m_StoredRange; }
     /// Smallest and largest value over all frames, padding left out, on the scale of Mono(). Reads every
     /// frame unless the file gives the range; with options.partial, the frames before the cut. Nothing where
     /// the frame's own range must do: for a single frame, an image in colour, one with a Modality LUT, one of
@@ -76,5 +81,8 @@ private:
     MonoPixels m_Mono;
     /// From stored values to those of Mono(); nothing after a table.
     std::optional<DeepReduction> m_Reduction;
+    /// The values of Mono() are the stored ones; else these have a range of their own.
+    bool m_bAsStored = true;
+    ValueRange m_StoredRange;
     std::vector<Note> m_Notes;
 };

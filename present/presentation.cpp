@@ -210,28 +210,13 @@ void OpenedImage::offer_maximal_range() {
     });
 }
 
-std::optional<std::pair<int, int>> OpenedImage::StoredRange() {
-    if (File().IsColour()) return std::nullopt;
-    const MonoPixels& pixels = File().Mono();
-    const auto [first, last] =
-        std::minmax({m_Params.GetPixelPaddingValue(), m_Params.GetPixelPaddingValueLimit()});
-    int low = std::numeric_limits<int>::max(), high = std::numeric_limits<int>::min();
-    const std::size_t count =
-        static_cast<std::size_t>(File().Rows()) * static_cast<std::size_t>(File().Columns());
-    for (std::size_t i = 0; i < count; ++i) {
-        const int pixel = pixels.Get(i);
-        if (pixel >= first && pixel <= last) continue;
-        low = std::min(low, pixel);
-        high = std::max(high, pixel);
-    }
-    if (low > high) return std::nullopt;
-    return std::pair{low, high};
-}
-
 std::optional<std::pair<double, double>> OpenedImage::ModalityRange() {
-    const auto stored = StoredRange();
-    if (!stored) return std::nullopt;
-    return std::minmax({stored->first * m_Slope + m_Intercept, stored->second * m_Slope + m_Intercept});
+    const ValueRange range = File().Range();
+    if (!range) return std::nullopt;
+    const auto rescaled = [this](std::int64_t value) {
+        return static_cast<double>(value) * m_Slope + m_Intercept;
+    };
+    return std::minmax({rescaled(range->first), rescaled(range->second)});
 }
 
 std::string OpenedImage::UnitsText() const {

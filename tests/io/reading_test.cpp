@@ -96,6 +96,8 @@ TEST_F(Reading, ReducedPixelsGiveTheirModalityValuesThroughTheRescale) {
                 EXPECT_NEAR(file.Mono().Get(i) * newSlope + newIntercept, wanted, newSlope * 1.001);
             }
             EXPECT_EQ(newIntercept, static_cast<int>(newIntercept));
+            const auto range = std::minmax_element(stored.begin(), stored.end());
+            EXPECT_EQ(file.StoredRange(), ValueRange({*range.first, *range.second}));
         }
     }
 }
@@ -108,9 +110,10 @@ TEST_F(Reading, ModalityLutIsAppliedOnceAndTakesTheRescaleAway) {
     lut.elements[DicomTag(0x0028, 0x3006)] = DicomElement{"OW", BytesOf({5, 6, 7, 1023}, 2), {}};
     set.elements[DicomTag(0x0028, 0x3000)] = DicomElement{"SQ", "", {lut}};
     set.PutText(DicomTag(0x0028, 0x1053), "DS", "3");
-    set.PutWord(DicomTag(0x0028, 0x0120), "SS", 2);
+    set.PutWord(DicomTag(0x0028, 0x0120), "SS", 99);
     const DicomFile file = Load(set);
     EXPECT_EQ(Values(file), (std::vector<int>{5, 6, 1023, 1023}));
+    EXPECT_EQ(file.StoredRange(), ValueRange({-3, 2}));
     EXPECT_EQ(file.Mono().bits, 10);
     EXPECT_FALSE(file.Mono().isSigned);
     EXPECT_EQ(file.DataSet().Word(DicomTag(0x0028, 0x0103), 1), 0);
