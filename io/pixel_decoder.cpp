@@ -287,6 +287,7 @@ struct UnreadableSyntax {
 };
 
 constexpr std::string_view kStandard = "1.2.840.10008.1.2.";
+constexpr std::size_t kLongestUid = 64;
 constexpr UnreadableSyntax kUnreadable[] = {
     {"1.", 98, 98, "Encapsulated Uncompressed Explicit VR Little Endian", false},
     {"4.", 52, 56, "a retired JPEG process"},
@@ -321,7 +322,9 @@ std::string WhyUnreadable(const std::string& transferSyntax) {
         return std::string(row.isCompression ? "is compressed with " : "contains ") + row.name + " (" +
                transferSyntax + "), which cannot be read";
     }
-    return std::string();
+    const bool isKnown = uid.empty() || gdcm::TransferSyntax::GetTSType(transferSyntax.c_str()) !=
+                                            gdcm::TransferSyntax::TS_END;
+    return isKnown ? "" : "has an unknown transfer syntax (" + transferSyntax.substr(0, kLongestUid) + ")";
 }
 
 std::string CountOf(std::uint64_t number, const char* noun) {

@@ -38,6 +38,6 @@ constexpr std::uint64_t kMaxFrameBytes = std::uint64_t{1} << 30;
 StoredFrame DecodePixels(const PixelSource& source, const gdcm::TransferSyntax& syntax,
                          const PixelHeader& header, int index, bool partial);
 
-/// "is compressed with High-Throughput JPEG 2000 (1.2.840.10008.1.2.4.201), which cannot be read"; empty for
-/// a transfer syntax that can be read or is not the standard's.
+/// "is compressed with High-Throughput JPEG 2000 (1.2.840.10008.1.2.4.201), which cannot be read" or "has an
+/// unknown transfer syntax (1.2.3)"; empty for one that can be read and for a file without any.
 std::string WhyUnreadable(const std::string& transferSyntax);

@@ -237,6 +237,7 @@ TEST_F(Frames, TransferSyntaxesThatCannotBeReadAreNamed) {
         {"1.2.840.10008.1.2.4.100.1", "is compressed with MPEG-2 ("},
         {"1.2.840.10008.1.2.4.53", "is compressed with a retired JPEG process ("},
         {"1.2.840.10008.1.2.4.94", "contains JPIP references to pixels elsewhere ("},
+        {"1.2.3.4", "has an unknown transfer syntax (1.2.3.4)"},
         {"1.2.840.10008.1.2.8.1", "is compressed with Deflated Image Frame Compression ("},
     };
     const DicomDataSet set = OneRow({0, 0, 0}, 8, 8, 7, false);
