@@ -1,13 +1,15 @@
 #!/bin/sh
 # Builds everything and runs every test: scripts/check.sh [PRESET] [CTEST-OPTION...], by default the preset dev.
-# scripts/check.sh PRESET --build-only builds and runs nothing. ZEV_CMAKE_FLAGS goes to cmake.
+# scripts/check.sh PRESET --build-only builds and runs nothing. ZEV_CMAKE_FLAGS goes to cmake, ZEV_TARGETS are built
+# instead of everything.
 set -eu
 cd "$(dirname "$0")/.."
 preset="${1:-dev}"
 [ $# -eq 0 ] || shift
 
 sh scripts/install-packages.sh tests
-# shellcheck disable=SC2086  # the flags are meant to be split
+# shellcheck disable=SC2086  # flags and targets are meant to be split
 cmake --preset "$preset" -DZEV_BUILD_TESTS=ON ${ZEV_CMAKE_FLAGS:-}
-cmake --build --preset "$preset"
+# shellcheck disable=SC2086
+cmake --build --preset "$preset" ${ZEV_TARGETS:+--target $ZEV_TARGETS}
 [ "${1:-}" = --build-only ] || ctest --preset "$preset" "$@"

@@ -63,6 +63,7 @@ const MeasureCase kMeasureCases[] = {
     {"range, 8 bits: one more to each side", kRange, 8, kUnsigned, {{10, 1}, {20, 1}}, 1, 12, 15},
     {"range, 8 bits: up to the end", kRange, 8, kUnsigned, {{10, 1}, {255, 1}}, 1, 246, 132},
     {"range, 8 bits: zeros only", kRange, 8, kUnsigned, {{0, 9}}, 1, 0, 254},
+    {"range, 8 bits: a mask of 0 and 1", kRange, 8, kUnsigned, {{0, 5}, {1, 4}}, 1, 1, 1},
     {"range, 8 bits: zeros do not count", kRange, 8, kUnsigned, {{0, 5}, {100, 1}}, 1, 2, 100},
     {"range, 8 bits: signed, centre in bins", kRange, 8, kSigned, {{-28, 1}, {22, 1}}, 1, 52, 125},
 };
@@ -93,13 +94,13 @@ TEST(Calculators, ChosenByModality) {
 }
 
 TEST(Calculators, Regions) {
-    // 8 by 8: the middle 4 by 4 pixels hold 50, the upper left one 90, the lower left one 210, all others
+    // 8 by 8: the middle 4 by 4 pixels hold 50, the upper left one 40, the lower left one 210, all others
     // 200.
     std::vector<int> values(64, 200);
     for (std::size_t y = 2; y < 6; ++y) {
         for (std::size_t x = 2; x < 6; ++x) values[y * 8 + x] = 50;
     }
-    values[0] = 90, values[56] = 210;
+    values[0] = 40, values[56] = 210;
     refhost::MemoryRaster raster = rasters::Of(8, 8, 8, kUnsigned, values);
     const struct {
         const char* name;
@@ -107,9 +108,9 @@ TEST(Calculators, Regions) {
         KIT_Rect rect;  // top, left, bottom, right
         int width, center;
     } cases[] = {
-        {"range: whole raster", kRange, KIT_Rect(), 162, 130},
+        {"range: whole raster", kRange, KIT_Rect(), 172, 125},
         {"mean: top and left apart", kMean, KIT_Rect(2, 0, 6, 2), 0, 200},
-        {"cuts: clipped region counts", kCuts, KIT_Rect(INT_MIN, INT_MIN, 1, 2), 111, 145},
+        {"cuts: clipped region counts", kCuts, KIT_Rect(INT_MIN, INT_MIN, 1, 2), 161, 120},
         {"cuts: nothing inside", kCuts, KIT_Rect(8, 0, 20, 8), -256, 128},
         {"range: nothing inside", kRange, KIT_Rect(3, 5, 4, 5), 0, 254},
     };

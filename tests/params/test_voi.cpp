@@ -44,6 +44,9 @@ TEST_F(Voi, SelectingAppliesTheWindowEachTime) {
     params.SetVoiLutSelection(-1, false);
     EXPECT_EQ(params.GetCenter(), -127);
     EXPECT_EQ(params.GetGamma(), 1.0f);
+    const int before = params.GetTableCC();
+    params.SetVoiLutSelection(-1, false);
+    EXPECT_GT(params.GetTableCC(), before);
 }
 
 TEST_F(Voi, OnlyATableHasADirection) {

@@ -167,6 +167,12 @@ TEST_F(PresetsTest, CopiesAreDeep) {
     }
     EXPECT_EQ(Describe(*copy.GetSetOfPreset(L"PT")), "a 1 2 -1 -1 0; ");
     EXPECT_NE(copy.GetIthPreset(0)->GetValue(0)->GetButtonId(), 10);
+    EXPECT_NE(copy.FindPreset(L"a", L"PT"), nullptr);
+    EXPECT_NE(copy.FindPreset(L"a", nullptr), nullptr);
+    EXPECT_EQ(copy.FindPreset(L"a", L"CT"), nullptr);
+    ZEV_ColorMap map;
+    map.AddEntry(L"0.0", _bstr_t()), map.AddEntry(L"1.0", L"0"), map.CreateTable();
+    EXPECT_EQ(map.TransformColor(0).toRGB(), 0);
 }
 
 }  // namespace
