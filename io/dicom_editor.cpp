@@ -18,7 +18,7 @@
 namespace {
 
 /// Stands for the file meta information, which is no sequence.
-const DicomEditor::Place kMeta{{DicomTag(0x0002, 0x0000), 0}};
+const DicomEditor::Place kMeta{{tag::kMetaGroupLength, 0}};
 constexpr unsigned kMetaGroup = 0x0002;
 constexpr unsigned kPixelGroup = 0x7FE0;
 
@@ -69,12 +69,6 @@ void append_tag(std::string& bytes, std::uint32_t tag, bool bigEndian) {
 std::uint32_t length_of(const std::string& bytes) {
     if (bytes.size() >= kUndefined) throw Damaged("a value is too long");
     return static_cast<std::uint32_t>(bytes.size());
-}
-
-std::string trimmed(std::string text) {
-    const std::size_t end = text.find_last_not_of(std::string_view(" \0", 2));
-    text.resize(end == std::string::npos ? 0 : end + 1);
-    return text;
 }
 
 std::string inflated(std::string_view bytes) {
@@ -300,7 +294,7 @@ void DicomEditor::read_meta() {
     while (m_DataSet < m_Bytes.size() && parser.Tag(m_DataSet, m_Bytes.size()) >> 16 == kMetaGroup) {
         const Parser::Element element = parser.Read(m_DataSet, m_Bytes.size());
         if (element.tag == tag::kTransferSyntax)
-            syntax = trimmed(m_Bytes.substr(element.value, element.valueEnd - element.value));
+            syntax = Trimmed(m_Bytes.substr(element.value, element.valueEnd - element.value));
         m_DataSet = element.next;
     }
     m_Encoding.explicitVr = syntax != "1.2.840.10008.1.2";
@@ -342,7 +336,7 @@ unsigned DicomEditor::PrivateBlock(unsigned group, const std::string& creator) {
     for (auto it = m_TopLevel.lower_bound(DicomTag(group, 0));
          it != m_TopLevel.end() && it->first >> 16 == group; ++it) {
         const unsigned element = it->first & 0xFFFF;
-        if (element >= kFirst && element <= kLast && trimmed(*Value(it->first)) == creator) return element;
+        if (element >= kFirst && element <= kLast && Trimmed(*Value(it->first)) == creator) return element;
         taken.insert(element <= kLast ? element : element >> 8);
     }
     for (unsigned block = kFirst; block <= kLast; ++block) {

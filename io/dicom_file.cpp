@@ -74,11 +74,11 @@ void DicomFile::take_colour(const StoredFrame& frame) {
     StoredTable palette[3];
     if (frame.photometric == "PALETTE COLOR") {
         for (unsigned c = 0; c < 3; ++c) {
-            const std::uint32_t descriptor = DicomTag(0x0028, 0x1101 + c);
-            palette[c] = ReadStoredTable(m_DataSet, descriptor, DicomTag(0x0028, 0x1201 + c), frame.isSigned);
+            const std::uint32_t descriptor = tag::kPaletteDescriptor + c;
+            palette[c] = ReadStoredTable(m_DataSet, descriptor, tag::kPaletteData + c, frame.isSigned);
             if (palette[c].entries.empty()) {
                 palette[c] =
-                    ReadSegmentedTable(m_DataSet, descriptor, DicomTag(0x0028, 0x1221 + c), frame.isSigned);
+                    ReadSegmentedTable(m_DataSet, descriptor, tag::kSegmentedPaletteData + c, frame.isSigned);
             }
             if (palette[c].entries.empty())
                 throw PresentError(m_Path, "its colour palette is missing or damaged");

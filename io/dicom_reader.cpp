@@ -29,7 +29,7 @@ constexpr std::uint64_t kMaxInflatedBytes = std::uint64_t{1} << 30;
 constexpr unsigned kSecondsLimit = 60;
 /// More than the file meta information takes.
 constexpr std::streamsize kMetaBytes = 65536;
-const gdcm::Tag kPixelTag(0x7FE0, 0x0010);
+const gdcm::Tag kPixelTag(tag::kPixelData);
 
 // ---- Data set
 
@@ -73,7 +73,7 @@ DicomDataSet convert(const gdcm::DataSet& source, bool isSigned, int depth = 0) 
 }
 
 bool has_signed_pixels(const gdcm::DataSet& source) {
-    const gdcm::Tag tag(0x0028, 0x0103);
+    const gdcm::Tag tag(tag::kPixelRepresentation);
     const gdcm::ByteValue* value =
         source.FindDataElement(tag) ? source.GetDataElement(tag).GetByteValue() : nullptr;
     return value != nullptr && value->GetLength() >= 2 && (value->GetPointer()[0] & 1) != 0;
@@ -83,8 +83,8 @@ bool has_signed_pixels(const gdcm::DataSet& source) {
 
 void require_pixels(const DicomDataSet& dataSet, const gdcm::DataSet& source) {
     if (source.FindDataElement(kPixelTag)) return;
-    if (source.FindDataElement(gdcm::Tag(0x7FE0, 0x0008)) ||
-        source.FindDataElement(gdcm::Tag(0x7FE0, 0x0009))) {
+    if (source.FindDataElement(gdcm::Tag(tag::kFloatPixelData)) ||
+        source.FindDataElement(gdcm::Tag(tag::kDoubleFloatPixelData))) {
         throw Refusal("holds floating-point pixels, which cannot be presented");
     }
     if (dataSet.elements.empty()) throw Refusal("not a DICOM file");
@@ -324,7 +324,7 @@ Image open_image(const std::string& path, bool partial) {
     }
     image.header = read_header(image.dataSet);
 
-    const gdcm::Tag tableTag(tag::kExtendedOffsetTable >> 16, tag::kExtendedOffsetTable & 0xFFFF);
+    const gdcm::Tag tableTag(tag::kExtendedOffsetTable);
     const gdcm::ByteValue* table =
         dataSet.FindDataElement(tableTag) ? dataSet.GetDataElement(tableTag).GetByteValue() : nullptr;
     if (table != nullptr)

@@ -9,6 +9,7 @@ constexpr std::uint32_t DicomTag(unsigned group, unsigned element) { return (gro
 namespace tag {
 
 constexpr std::uint32_t kMediaStorageSopClass = DicomTag(0x0002, 0x0002);
+constexpr std::uint32_t kMetaGroupLength = DicomTag(0x0002, 0x0000);
 constexpr std::uint32_t kMediaStorageSopInstance = DicomTag(0x0002, 0x0003);
 constexpr std::uint32_t kTransferSyntax = DicomTag(0x0002, 0x0010);
 constexpr std::uint32_t kLengthToEnd = DicomTag(0x0008, 0x0001);
@@ -47,6 +48,7 @@ constexpr std::uint32_t kRescaleSlope = DicomTag(0x0028, 0x1053);
 constexpr std::uint32_t kRescaleType = DicomTag(0x0028, 0x1054);
 constexpr std::uint32_t kWindowExplanation = DicomTag(0x0028, 0x1055);
 constexpr std::uint32_t kVoiLutFunction = DicomTag(0x0028, 0x1056);
+// Those of the red palette; green and blue follow.
 constexpr std::uint32_t kPaletteDescriptor = DicomTag(0x0028, 0x1101);
 constexpr std::uint32_t kPaletteData = DicomTag(0x0028, 0x1201);
 constexpr std::uint32_t kSegmentedPaletteData = DicomTag(0x0028, 0x1221);
@@ -61,6 +63,8 @@ constexpr std::uint32_t kPresentationLutShape = DicomTag(0x2050, 0x0020);
 constexpr std::uint32_t kSharedFunctionalGroups = DicomTag(0x5200, 0x9229);
 constexpr std::uint32_t kPerFrameFunctionalGroups = DicomTag(0x5200, 0x9230);
 constexpr std::uint32_t kExtendedOffsetTable = DicomTag(0x7FE0, 0x0001);
+constexpr std::uint32_t kFloatPixelData = DicomTag(0x7FE0, 0x0008);
+constexpr std::uint32_t kDoubleFloatPixelData = DicomTag(0x7FE0, 0x0009);
 constexpr std::uint32_t kPixelData = DicomTag(0x7FE0, 0x0010);
 constexpr std::uint32_t kItem = DicomTag(0xFFFE, 0xE000);
 constexpr std::uint32_t kItemDelimitation = DicomTag(0xFFFE, 0xE00D);

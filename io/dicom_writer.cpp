@@ -26,6 +26,6 @@ std::string EncodeDicomFile(const DicomDataSet& dataSet) {
     meta.PutText(DicomTag(0x0002, 0x0012), "UI", kImplementationClass);
     meta.PutText(DicomTag(0x0002, 0x0013), "SH", "ZEV");
     const std::string rest = EncodeDataSet(meta);
-    head.elements[DicomTag(0x0002, 0x0000)] = number(rest.size());
+    head.elements[tag::kMetaGroupLength] = number(rest.size());
     return std::string(128, '\0') + "DICM" + EncodeDataSet(head) + rest + EncodeDataSet(dataSet);
 }

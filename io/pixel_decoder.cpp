@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "codestream.h"
+#include "dicom_tags.h"
 
 namespace {
 
@@ -212,7 +213,7 @@ gdcm::DataElement one_fragment(std::string bytes) {
     fragment.SetByteValue(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
     gdcm::SmartPointer<gdcm::SequenceOfFragments> fragments = new gdcm::SequenceOfFragments;
     fragments->AddFragment(fragment);
-    gdcm::DataElement pixels(gdcm::Tag(0x7FE0, 0x0010));
+    gdcm::DataElement pixels{gdcm::Tag(tag::kPixelData)};
     pixels.SetVR(gdcm::VR::OB);
     pixels.SetValue(*fragments);
     return pixels;

@@ -221,7 +221,7 @@ std::optional<std::pair<double, double>> OpenedImage::ModalityRange() {
 
 std::string OpenedImage::UnitsText() const {
     for (const std::uint32_t tag : {tag::kRescaleType, tag::kPetUnits}) {
-        const std::string text = File().DataSet().Text(tag);
+        std::string text = File().DataSet().Text(tag);
         if (!text.empty() && text != "US") return text;
     }
     const bool isHounsfield =

@@ -1,6 +1,6 @@
 #include "text_codec.h"
 
-#include <fast_float/fast_float.h>
+#include <refhost/Decimal.h>
 #include <refhost/Unicode.h>
 
 #include <algorithm>
@@ -68,24 +68,16 @@ std::wstring Trim(const std::wstring& text, bool leading) {
 }
 
 bool ParseDecimal(const std::wstring& text, double& number) {
-    const std::wstring trimmed = Trim(text, true);
     std::string digits;
-    for (wchar_t character : trimmed) {
-        // Keeps out what from_chars takes beyond decimal numbers: "inf", "nan".
-        const bool allowed = (character >= L'0' && character <= L'9') || character == L'+' ||
-                             character == L'-' || character == L'.' || character == L'e' || character == L'E';
-        if (!allowed) return false;
+    for (wchar_t character : Trim(text, true)) {
+        if (character < L' ' || character > L'~') return false;
         digits += static_cast<char>(character);
     }
-    const char* first = digits.data();
-    const char* const last = first + digits.size();
-    if (digits.size() > 1 && digits[0] == '+' && digits[1] != '-') ++first;
+    const char* const last = digits.data() + digits.size();
     double parsed = 0.0;
-    const auto result = fast_float::from_chars(first, last, parsed);
-    if (result.ptr != last || result.ec != std::errc()) return false;
+    if (refhost::ReadDecimal(digits.data(), last, parsed) != last) return false;
     constexpr double most = std::numeric_limits<double>::max();
-    parsed = std::max(-most, std::min(parsed, most));
-    number = parsed;
+    number = std::clamp(parsed, -most, most);
     return true;
 }
 
