@@ -25,7 +25,10 @@ public:
     /// Adds patches of about `size` pixels that differ by up to +- amplitude.
     void AddTexture(int size, int amplitude, int low, int high);
     void Limit(int low, int high);
-    std::int32_t& At(int x, int y) { return m_Pixels[static_cast<std::size_t>(y * m_Width + x)]; }
+    std::int32_t& At(int x, int y) {
+        return m_Pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(m_Width) +
+                        static_cast<std::size_t>(x)];
+    }
 
 private:
     int m_Width;

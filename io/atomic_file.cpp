@@ -59,6 +59,14 @@ mode_t permissions_of_a_new_file() {
     return kNewFile & ~mask;
 }
 
+/// The name is still that of the open file.
+bool leads_to(const std::string& path, int file) {
+    struct stat status {};
+    const std::optional<struct stat> named = status_of(path);
+    return named && fstat(file, &status) == 0 && named->st_dev == status.st_dev &&
+           named->st_ino == status.st_ino;
+}
+
 /// A temporary whose lock can be had belongs to a run that is dead. A folder that cannot be listed keeps its
 /// own. The standard library's iterator calls terminate when memory runs out.
 void remove_leftovers(const fs::path& target) {
@@ -67,10 +75,13 @@ void remove_leftovers(const fs::path& target) {
     while (const dirent* entry = folder ? readdir(folder.get()) : nullptr) {
         const std::string name = entry->d_name;
         if (name.rfind(start, 0) != 0 || name.size() != start.size() + kRandomLetters) continue;
+        // Nothing that has such a name may block.
         const std::string path = (folder_of(target) / name).string();
-        const int file = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+        const int file = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
         if (file < 0) continue;
-        if (flock(file, LOCK_EX | LOCK_NB) == 0) unlink(path.c_str());
+        struct stat status {};
+        if (fstat(file, &status) == 0 && S_ISREG(status.st_mode) && flock(file, LOCK_EX | LOCK_NB) == 0)
+            unlink(path.c_str());
         close(file);
     }
 }
@@ -109,13 +120,17 @@ void AtomicFile::open_straight() {
 void AtomicFile::open_temporary() {
     const fs::path target = m_Target;
     remove_leftovers(target);
-    std::string name = (folder_of(target) / ("." + target.filename().string() + kMark)).string();
-    name += std::string(kRandomLetters, 'X');
-    m_File = mkostemp(name.data(), O_CLOEXEC);
-    if (m_File < 0) fail(errno);
-    m_Temporary = std::move(name);
-    // Before another run takes it for a leftover. Where there are no locks, nothing is ever taken for one.
-    flock(m_File, LOCK_EX | LOCK_NB);
+    const std::string start = (folder_of(target) / ("." + target.filename().string() + kMark)).string();
+    do {
+        if (m_File >= 0) close(m_File);
+        std::string name = start + std::string(kRandomLetters, 'X');
+        m_File = mkostemp(name.data(), O_CLOEXEC);
+        if (m_File < 0) fail(errno);
+        m_Temporary = std::move(name);
+        // Before the lock another run may take the file for a leftover, whose lock this one waits for. Where
+        // there are no locks, nothing is ever taken for one.
+        while (flock(m_File, LOCK_EX) != 0 && errno == EINTR) continue;
+    } while (!leads_to(m_Temporary, m_File));
     const std::optional<struct stat> older = status_of(m_Target);
     // Only a privileged run may keep the owner; where it cannot, the bits that act for the owner go.
     const bool isOwned = older && fchown(m_File, older->st_uid, older->st_gid) == 0;

@@ -88,7 +88,7 @@ std::uint64_t ByteReader::Number() {
 std::string ByteReader::Bytes() {
     const std::uint64_t size = Number();
     if (size > m_Bytes.size() - m_Next) throw std::runtime_error("the reader's answer is cut short");
-    const std::string bytes = m_Bytes.substr(m_Next, static_cast<std::size_t>(size));
+    std::string bytes = m_Bytes.substr(m_Next, static_cast<std::size_t>(size));
     m_Next += static_cast<std::size_t>(size);
     return bytes;
 }

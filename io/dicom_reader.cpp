@@ -48,7 +48,7 @@ std::string value_representation(const gdcm::DataElement& element, bool isSigned
 DicomDataSet convert(const gdcm::DataSet& source, bool isSigned, int depth = 0) {
     DicomDataSet dataSet;
     for (const gdcm::DataElement& element : source.GetDES()) {
-        const gdcm::Tag tag = element.GetTag();
+        const gdcm::Tag& tag = element.GetTag();
         if (tag.GetGroup() == 0x7FE0 || tag.IsGroupLength() || element.GetSequenceOfFragments() != nullptr)
             continue;
         DicomElement converted;

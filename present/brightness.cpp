@@ -44,7 +44,8 @@ void BurnBrightness(OpenedImage& image, ZEV_RGBParams& params) {
     const std::int64_t brightness = params.GetBrightness(), contrast = params.GetContrast();
     std::array<std::uint8_t, 256> table{};
     for (std::int64_t v = 0; v < 256; ++v) {
-        const std::int64_t twoHundredths = 2 * (v - 128) * (100 + contrast) + 200 * 128 + 255 * brightness;
+        const std::int64_t twoHundredths =
+            2 * (v - 128) * (100 + contrast) + std::int64_t{200} * 128 + 255 * brightness;
         table[static_cast<std::size_t>(v)] =
             static_cast<std::uint8_t>(std::clamp<std::int64_t>(twoHundredths / 200, 0, 255));
     }

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
+
 #include "cli/app_test_support.h"
 #include "io/atomic_file.h"
 #include "io/png_file.h"
@@ -26,6 +28,7 @@ TEST(Output, IsWholeOrNotThere) {
     // Of a run that was killed, and not of this target.
     support::WriteFile(directory / ".out.bin.zev-abcdef", "left");
     support::WriteFile(directory / ".other.bin.zev-abcdef", "kept");
+    ASSERT_EQ(mkfifo((directory / ".out.bin.zev-apipe0").c_str(), 0600), 0);
     {
         AtomicFile file(link);
         file.Write("half", 4);
@@ -33,7 +36,7 @@ TEST(Output, IsWholeOrNotThere) {
         EXPECT_EQ(support::ReadFile(path), "old");
     }
     EXPECT_EQ(support::ReadFile(path), "old");
-    EXPECT_EQ(directory.Count(), 3U) << "the leftover is gone, and so is this run's temporary";
+    EXPECT_EQ(directory.Count(), 4U) << "the leftover is gone, and so is this run's temporary";
     WriteFileAtomically(link, "whole", 5);
     EXPECT_EQ(support::ReadFile(path), "whole");
     EXPECT_TRUE(std::filesystem::is_symlink(link));
@@ -51,7 +54,14 @@ TEST(Output, IsWholeOrNotThere) {
         EXPECT_EQ(support::ReadFile(path), "")
             << "the first output took its place before the second was there";
     }
-    EXPECT_EQ(directory.Count(), 3U);
+    EXPECT_EQ(directory.Count(), 4U);
+    // Runs at the same time do not take each other's temporaries.
+    const auto write = [&] {
+        for (int i = 0; i < 100; ++i) WriteFileAtomically(path, "x", 1);
+    };
+    std::future<void> other = std::async(std::launch::async, write);
+    EXPECT_NO_THROW(write());
+    EXPECT_NO_THROW(other.get());
 }
 
 TEST(Output, WhatIsNotAFileIsWrittenStraight) {
