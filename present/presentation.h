@@ -126,8 +126,8 @@ public:
     /// The direction of the table as it is with rescale in use.
     bool ModalityInverse();
 
-    /// Smallest and largest pixel value of the frame in modality units, padding left out; nothing for an image
-    /// in colour or of nothing but padding.
+    /// Smallest and largest pixel value of the frame in modality units, padding left out. Nothing for an
+    /// image in colour or of nothing but padding.
     std::optional<std::pair<double, double>> ModalityRange();
     /// The units of the values after rescale: the file's Rescale Type or PT Units, else HU for CT; empty
     /// where unknown.
