@@ -107,7 +107,7 @@ public:
             const auto level = [&](int i) { return static_cast<double>((corners[i] >> shift) & 0xFF); };
             const double upper = level(0) * (1 - u) + level(1) * u;
             const double lower = level(2) * (1 - u) + level(3) * u;
-            mixed |= static_cast<unsigned int>(upper * (1 - v) + lower * v + 0.5) << shift;
+            mixed |= static_cast<unsigned int>(std::lround(upper * (1 - v) + lower * v)) << shift;
         }
         return mixed;
     }
@@ -155,6 +155,7 @@ bool ViewOptions::IsView() const {
 
 std::vector<RegionSpec> ParseRegions(const std::vector<std::string>& texts) {
     std::vector<RegionSpec> regions;
+    regions.reserve(texts.size());
     for (const std::string& text : texts) regions.push_back(ParseRegion(text));
     return regions;
 }

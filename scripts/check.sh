@@ -1,7 +1,7 @@
 #!/bin/sh
-# Builds everything and runs every test: scripts/check.sh [PRESET] [CTEST-OPTION...], by default the preset dev.
-# scripts/check.sh PRESET --build-only builds and runs nothing. ZEV_CMAKE_FLAGS goes to cmake, ZEV_TARGETS are built
-# instead of everything.
+# Builds everything and runs every test: scripts/check.sh [PRESET] [CTEST-OPTION...], by default the preset
+# dev. scripts/check.sh PRESET --build-only builds and runs nothing. ZEV_CMAKE_FLAGS goes to cmake, and
+# ZEV_TARGETS are built instead of everything.
 set -eu
 cd "$(dirname "$0")/.."
 preset="${1:-dev}"

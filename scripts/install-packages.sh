@@ -1,6 +1,6 @@
 #!/bin/sh
-# Installs what the build needs from the distribution; with "tests" or "bench" also what those need, with "checks" also the other
-# compiler and the checkers. Does nothing when all of it is there.
+# Installs what the build needs from the distribution; with "tests" or "bench" also what those need, with
+# "checks" also the other compiler and the checkers. Does nothing when all of it is there.
 set -eu
 
 packages="build-essential cmake ninja-build ccache libgdcm-dev libboost-dev nlohmann-json3-dev libspdlog-dev

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Checks the formatting of every source and runs clang-tidy, with warnings as errors, over all but the tests:
-# scripts/lint.sh [--format | --quick] [FILE...]. --format is the formatting alone, --quick leaves out the static
-# analyzer, which takes most of the time. The preset clang must be built.
+# scripts/lint.sh [--format | --quick] [FILE...]. --format is the formatting alone, --quick leaves out the
+# static analyzer, which takes most of the time. The preset clang must be built.
 set -eu
 cd "$(dirname "$0")/.."
 

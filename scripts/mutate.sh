@@ -49,11 +49,13 @@ def prepare():
         sys.exit("cannot build:\n" + text[-3000:])
 
 
-SWAPS = [(r" <= ", [" < "]), (r" >= ", [" > "]), (r" < (?!<)", [" <= ", " > "]), (r" > (?!>)", [" >= ", " < "]),
+SWAPS = [(r" <= ", [" < "]), (r" >= ", [" > "]), (r" < (?!<)", [" <= ", " > "]),
+         (r" > (?!>)", [" >= ", " < "]),
          (r" == ", [" != "]), (r" != ", [" == "]), (r" && ", [" || "]), (r" \|\| ", [" && "]),
          (r" \+ ", [" - "]), (r" - ", [" + "]), (r" \* (?=[\w(])", [" / "]), (r" / ", [" * "]),
          (r"\btrue\b", ["false"]), (r"\bfalse\b", ["true"]), (r"\+\+", ["--"])]
-STATEMENT = re.compile(r"^\s+(?!return|throw|delete|using|static|const|auto|case|break|continue|if|else|for|while)"
+STATEMENT = re.compile(r"^\s+(?!return|throw|delete|using|static|const|auto|case|break|continue"
+                       r"|if|else|for|while)"
                        r"[\w:.>\-\[\]*&]+( [-+|^]?= .+|\(.*\))?;$")
 
 
@@ -119,8 +121,8 @@ for path, number, new in candidates:
     if result["killed"] + result["survived"] + result["equivalent"] >= count:
         break
     old = (tree / path).read_text().split("\n")[number].split("//")[0]
-    if any(entry[:2] == [path, old.strip()] and (new.strip() == entry[2] or fnmatch.fnmatchcase(new.strip(), entry[2]))
-           for entry in equivalent):
+    if any(entry[:2] == [path, old.strip()] and
+           (new.strip() == entry[2] or fnmatch.fnmatchcase(new.strip(), entry[2])) for entry in equivalent):
         result["equivalent"] += 1
         continue
     verdict = judge(path, number, new)

@@ -98,7 +98,7 @@ void ZEV_ProcedurePreset::AddPreset(int min, int max, int center, int width, con
                                     ZEV_WindowingUnits::Units units) {
     auto value = std::make_unique<ZEV_PresetValue>(min, max, center, width, name, units);
     insert(value.get());
-    value.release();
+    static_cast<void>(value.release());
 }
 
 ZEV_PresetValue* ZEV_ProcedurePreset::GetValue(int i) {

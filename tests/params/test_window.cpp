@@ -97,6 +97,13 @@ TEST(Window, PlainSettersThatMarkAndThoseThatDoNot) {
     }
 }
 
+TEST(Window, EitherHalfOfTheRescaleInitialisesIt) {
+    ZEV_Params slope, intercept;
+    EXPECT_FALSE(slope.IsRescaleInitialized());
+    slope.SetRescaleSlope(2.0f), intercept.SetRescaleIntercept(3);
+    EXPECT_TRUE(slope.IsRescaleInitialized() && intercept.IsRescaleInitialized());
+}
+
 TEST(Window, OriginalValuesOfTheSavedPresentationMarkOnChange) {
     ZEV_Params p;
     const int before = p.GetTableCC();

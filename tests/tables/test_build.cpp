@@ -166,6 +166,17 @@ TEST_F(Routes, ATableEntryIsCopiedWithoutGammaOrPadding) {
     EXPECT_EQ(color.Read<unsigned int>(params)[255], 0xFFFFFFFFu);
 }
 
+TEST_F(Routes, APresentationLutChoosesPaletteEntries) {
+    Message msg;
+    Take(msg.Image(4, 4).Lut(0x20500010, 0, 8, {0, 64, 128, 255}));
+    Build build{8, false, false, 8, 4, {10, 20, 30, 40}};
+    const auto upright = build.Read<unsigned char>(params);
+    EXPECT_EQ(upright[1], 10);
+    EXPECT_EQ(upright[199], 40);
+    params.SetInverse(true);
+    EXPECT_EQ(build.Read<unsigned char>(params)[1], 40);
+}
+
 TEST_F(Routes, AnIllegalSelectionIsLoggedAndTheRampDrawn) {
     Message two, one;
     Take(two.Image(4, 4).Window("1\\2", "3\\4"));
