@@ -54,6 +54,7 @@ const MeasureCase kMeasureCases[] = {
     {"cuts, few pixels: nothing cut", kCuts, 16, kUnsigned, {{0, 1}, {20, 1}, {30, 1}}, 1, 31, 15},
     // 100 of 10020 pixels to go, and 20 left.
     {"cuts, everything cut", kCuts, 16, kUnsigned, {{50, 10000}, {100, 20}}, 1, 0, 101},
+    {"cuts, zeros and a spike", kCuts, 8, kUnsigned, {{0, 5}, {100, 1000}}, 1, 0, 1},
     {"cuts, lower end", kCuts, 8, kUnsigned, {{0, 1000}, {1, 3}, {200, 10}, {201, 10}}, 1, 0, 200},
     {"cuts, upper end", kCuts, 16, kUnsigned, {{65535, 1000}, {65534, 3}, {200, 10}, {201, 10}}, 1, 0, 200},
 

@@ -118,6 +118,7 @@ TEST_F(Voi, APresentationLutLeavesGammaAlone) {
     EXPECT_EQ(params.GetGamma(), 2.0f);
     params.CopyMyPval();
     EXPECT_TRUE(log.Has("CopyMyPval - lut input count is:3 \n"));
+    EXPECT_TRUE(log.Has("CopyMyPval - is lut reversing:0 \n"));
 }
 
 }  // namespace

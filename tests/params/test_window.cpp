@@ -41,6 +41,7 @@ const Row kRows[] = {
     {"crossed ends stay crossed", init(50, 100), {kMin, 200}, 1, {150, 0, 200, 100, 0, 100}},
     {"crossed from above", init(50, 100), {kMax, -100}, 1, {-50, 0, 0, -100, 0, 100}},
     {"upper end stops at the lower", init(50, 100), {kMoveMax, -200}, 1, {0, 0, 0, 0, 0, 100}},
+    {"a lower end set widens it", init(50, 100), {kMin, -20}, 1, {40, 120, -20, 100, -20, 100}},
     {"lower end widens the scale", init(50, 100), {kMoveMin, -20}, 1, {40, 120, -20, 100, -20, 100}},
     {"upper end widens the scale", init(50, 100), {kMoveMax, 20}, 1, {60, 120, 0, 120, 0, 120}},
     {"lower end stops at the upper", init(50, 100), {kMoveMin, 300}, 1, {100, 0, 100, 100, 0, 100}},

@@ -44,6 +44,7 @@ TEST(ColorMap, Tables) {
         {"colour texts", "0.0= 0xFFzz, 1.00=-1", false, 256, {{0, 0xFF}, {255, 0xFF}}},
         {"X and a leading 0", "0.0=0X0F,1.0=08x1", false, 256, {{0, 0x0F}}},
         {"the later of two at one position", "0.0=1,0=2,1=3", false, 256, {{0, 2}}},
+        {"no point at 0", "0.5=1,1.0=2", true, 256, {{0, 0xABCDEF}}, "No value for 1.0"},
         {"no point at 1", "0.0=1,0.5=2", true, 256, {{0, 0xABCDEF}, {200, 0xABCDEF}}, "No value for 1.0"},
     };
     for (const Row& row : rows) {
