@@ -21,18 +21,49 @@ void say_what_others_miss(OpenedImage& image, const std::string& output) {
         << "only ZEV will show in this copy: " << list << " (kept in private attributes)\n";
 }
 
+struct SaveOptions {
+    std::string input, output, parameters;
+    bool inPlace = false;
+    long mode = static_cast<long>(SaveMode::kPresent);
+    PresentationOptions presentation;
+    BrightnessOptions brightness;
+    ViewOptions view;
+};
+
+void save(const SaveOptions& options) {
+    RefuseClashes(InputsOf(options.input, options.presentation, &options.view),
+                  {options.output, options.parameters});
+    const std::string output = options.inPlace ? options.input : options.output;
+    LoadConfiguration(options.presentation.config);
+    OpenedImage image(options.input, options.presentation);
+    ZEV_RGBParams rgb;
+    ReadBrightness(image, options.brightness, rgb);
+    // All that may be refused comes before the first file.
+    std::vector<std::pair<std::string, std::string>> files;
+    if (!output.empty()) {
+        files.emplace_back(output, EncodeCopy(image, options.presentation.frame, rgb, output));
+    }
+    std::vector<std::string> regions;
+    if (!options.view.regions.empty() && options.parameters.empty())
+        throw UsageError("--region is kept in a display-parameter file: give --ddp-out");
+    if (const std::vector<RegionSpec> specs = AllRegions(image, options.view); !specs.empty()) {
+        // Made once, so that a setting that does not hold is refused now.
+        const RegionView trial(image, options.presentation, specs, ViewOptions());
+        for (const RegionSpec& spec : specs) regions.push_back(spec.ToText());
+    }
+    if (!options.parameters.empty()) {
+        files.emplace_back(
+            options.parameters,
+            EncodeDisplayParameters(image, static_cast<SaveMode>(options.mode), regions, options.parameters));
+    }
+    WriteFilesAtomically(files);
+    if (!output.empty()) say_what_others_miss(image, output);
+}
+
 }  // namespace
 
 void AddSaveCommand(CLI::App& app, Run& run) {
-    struct Options {
-        std::string input, output, parameters;
-        bool inPlace = false;
-        long mode = static_cast<long>(SaveMode::kPresent);
-        PresentationOptions presentation;
-        BrightnessOptions brightness;
-        ViewOptions view;
-    };
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<SaveOptions>();
     CLI::App* command =
         app.add_subcommand("save", "Write the presentation into a copy, or into a file of its own");
     command->add_option("INPUT", options->input, "DICOM file")->required();
@@ -54,35 +85,6 @@ void AddSaveCommand(CLI::App& app, Run& run) {
     command->callback([options, output, inPlace, parameters, &run] {
         if (output->empty() && inPlace->empty() && parameters->empty())
             throw UsageError("save needs an output: -o, --in-place or --ddp-out; see zev help save");
-        run = [options] {
-            RefuseClashes(InputsOf(options->input, options->presentation, &options->view),
-                          {options->output, options->parameters});
-            if (options->inPlace) options->output = options->input;
-            LoadConfiguration(options->presentation.config);
-            OpenedImage image(options->input, options->presentation);
-            ZEV_RGBParams rgb;
-            ReadBrightness(image, options->brightness, rgb);
-            // All that may be refused comes before the first file.
-            std::vector<std::pair<std::string, std::string>> files;
-            if (!options->output.empty()) {
-                files.emplace_back(options->output,
-                                   EncodeCopy(image, options->presentation.frame, rgb, options->output));
-            }
-            std::vector<std::string> regions;
-            if (!options->view.regions.empty() && options->parameters.empty())
-                throw UsageError("--region is kept in a display-parameter file: give --ddp-out");
-            if (const std::vector<RegionSpec> specs = AllRegions(image, options->view); !specs.empty()) {
-                // Made once, so that a setting that does not hold is refused now.
-                RegionView(image, options->presentation, specs, ViewOptions());
-                for (const RegionSpec& spec : specs) regions.push_back(spec.ToText());
-            }
-            if (!options->parameters.empty()) {
-                files.emplace_back(options->parameters,
-                                   EncodeDisplayParameters(image, static_cast<SaveMode>(options->mode),
-                                                           regions, options->parameters));
-            }
-            WriteFilesAtomically(files);
-            if (!options->output.empty()) say_what_others_miss(image, options->output);
-        };
+        run = [options] { save(*options); };
     });
 }

@@ -24,9 +24,10 @@ void build_once() {
     const std::lock_guard<std::mutex> guard(mutex);
     if (g_TablesBuilt.load(std::memory_order_relaxed)) return;
 
+    constexpr int kHalf = zev::kSquares / 2;
     for (int i = 0; i < zev::kSquares; ++i) {
         const float value = static_cast<float>(i);
-        const float signedValue = static_cast<float>(i - zev::kSquares / 2);
+        const float signedValue = static_cast<float>(i - kHalf);
         zev::g_UnsignedSquares[i] = value * value;
         zev::g_SignedSquares[i] = signedValue * signedValue;
     }

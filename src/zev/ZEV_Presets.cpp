@@ -102,10 +102,10 @@ void copy_sets(const ZEV_ProcedurePresetList& source, ZEV_ProcedurePresetList& t
         for (int k = 0; k < set->NumOfPresets(); ++k) {
             auto value = std::make_unique<ZEV_PresetValue>(*set->GetValue(k));
             copy->insert(value.get());
-            value.release();
+            static_cast<void>(value.release());
         }
         target.append(copy.get());
-        copy.release();
+        static_cast<void>(copy.release());
     }
 }
 
@@ -195,7 +195,7 @@ std::optional<int> ZEV_Presets::read_procedures(PRM_ITreePtr tree) {
             set->AddPreset(min, max, center, width, name, units);
         }
         m_presets.append(set.get());
-        set.release();
+        static_cast<void>(set.release());
     }
     return std::nullopt;
 }
@@ -224,7 +224,7 @@ std::optional<int> ZEV_Presets::read_color_maps(PRM_ITreePtr tree) {
             set->AddColorMap(map.release(), displayName);
         }
         m_pColorMaps->append(set.get());
-        set.release();
+        static_cast<void>(set.release());
     }
     return std::nullopt;
 }

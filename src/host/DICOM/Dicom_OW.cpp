@@ -50,7 +50,7 @@ Dicom_OW::Dicom_OW(void* data, unsigned int length, int unitSize, int* status, b
         SetBytes(data, length);
         return;
     }
-    std::vector<unsigned char> bytes(length / 2 * 2);
+    std::vector<unsigned char> bytes(std::size_t{length} / 2 * 2);
     for (std::size_t i = 0; i < bytes.size(); i += 2) {
         unsigned short word;
         std::memcpy(&word, static_cast<const unsigned char*>(data) + i, sizeof(word));
