@@ -121,7 +121,8 @@ void AddRegionOption(CLI::App& command, ViewOptions& options) {
             "Shapes: polygon:x,y x,y x,y; rect:x0,y0,x1,y1; ellipse:x,y,rx,ry; mask:FILE.png. "
             "Settings: center=C;width=W, preset=NAME, colormap=UID, gamma=G, invert, negate, inactive")
         ->expected(1)
-        ->take_all();
+        ->take_all()
+        ->allow_extra_args(false);
 }
 
 void AddViewOptions(CLI::App& command, ViewOptions& options) {
@@ -130,6 +131,7 @@ void AddViewOptions(CLI::App& command, ViewOptions& options) {
         ->check(NumberFrom(0.001, 1000.0));
     command.add_option("--pan", options.pan, "X,Y: moves the image, in screen pixels")
         ->delimiter(',')
+        ->allow_extra_args(false)
         ->check(NumberFrom(-1e6, 1e6))
         ->expected(2);
     command.add_option("--rotate", options.rotate, "Degrees clockwise")->check(NumberFrom(-36000.0, 36000.0));

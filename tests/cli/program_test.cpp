@@ -48,6 +48,7 @@ TEST_F(Program, ExitStatusAndOneLinePerFailure) {
         {"-x render " + ct, 2, "zev has no option '-x'; see zev help"},
         {render + " --region rect:0,0,2e9,5", 2, "beyond a thousand million"},
         {render + " --centre 40 --width 400", 0, ""},
+        {"render --region rect:0,0,9,9 --pan 1,2 " + ct + " -o " + m_Directory / "view.png", 0, ""},
         {"help paint", 2, "paint"},
         {"render " + ct, 2, "output"},
         {render + " --center 40", 2, "--width"},
