@@ -95,13 +95,13 @@ TEST(Calculators, ChosenByModality) {
 }
 
 TEST(Calculators, Regions) {
-    // 8 by 8: the middle 4 by 4 pixels hold 50, the upper left one 40, the lower left one 210, all others
+    // 8 by 8: the middle 4 by 4 pixels hold 50, the upper left one 40, the lower left one 210, the lower right one 0, all others
     // 200.
     std::vector<int> values(64, 200);
     for (std::size_t y = 2; y < 6; ++y) {
         for (std::size_t x = 2; x < 6; ++x) values[y * 8 + x] = 50;
     }
-    values[0] = 40, values[56] = 210;
+    values[0] = 40, values[56] = 210, values[63] = 0;
     refhost::MemoryRaster raster = rasters::Of(8, 8, 8, kUnsigned, values);
     const struct {
         const char* name;
@@ -110,6 +110,7 @@ TEST(Calculators, Regions) {
         int width, center;
     } cases[] = {
         {"range: whole raster", kRange, KIT_Rect(), 172, 125},
+        {"mean: the low value left out", kMean, KIT_Rect(7, 6, 8, 8), 0, 200},
         {"mean: top and left apart", kMean, KIT_Rect(2, 0, 6, 2), 0, 200},
         {"cuts: clipped region counts", kCuts, KIT_Rect(INT_MIN, INT_MIN, 1, 2), 161, 120},
         {"cuts: nothing inside", kCuts, KIT_Rect(8, 0, 20, 8), -256, 128},

@@ -111,6 +111,13 @@ TEST(PixelRange, Samples) {
             EXPECT_EQ(params.GetPixelRange(), c.range);
         }
     }
+    // Neither nothing nor colours have a range.
+    ZEV_Params bare;
+    bare.CalcPixelRange(nullptr, 0, 4);
+    refhost::MemoryRaster colours = refhost::MemoryRaster::TrueColor(4, 4);
+    bare.SetReferenceRaster(&colours, false);
+    bare.CalcPixelRange(nullptr, 0, 4);
+    EXPECT_EQ(bare.GetPixelRange(), -1);
 }
 
 TEST(PixelRange, FromProcessedData) {
