@@ -123,6 +123,19 @@ const char* NameOf(WindowSource source) {
     return "";
 }
 
+std::pair<double, double> Rescale::Range(const std::pair<double, double>& stored) const {
+    return std::minmax({Value(stored.first), Value(stored.second)});
+}
+
+ModalityWindow Rescale::Window(const StoredWindow& stored) const {
+    return {Value(stored.center), stored.width * std::fabs(slope)};
+}
+
+StoredWindow Rescale::Stored(const ModalityWindow& window) const {
+    return {nearest((window.center - intercept) / slope),
+            std::max(1, nearest(window.width / std::fabs(slope)))};
+}
+
 ImageSource::ImageSource(DicomFile frame)
     : file(std::move(frame)), message(MakeMessage(file.DataSet())), raster(make_raster(file)) {}
 
@@ -141,8 +154,8 @@ OpenedImage::OpenedImage(std::shared_ptr<ImageSource> source, const Presentation
       m_Modality(refhost::FromUtf8(File().DataSet().Text(tag::kModality)).c_str()),
       m_Units(&Message()),
       m_View(L"zev"),
-      m_Slope(File().DataSet().Number(tag::kRescaleSlope, 1.0)),
-      m_Intercept(File().DataSet().Number(tag::kRescaleIntercept, 0.0)) {
+      m_Rescale{File().DataSet().Number(tag::kRescaleSlope, 1.0),
+                File().DataSet().Number(tag::kRescaleIntercept, 0.0)} {
     m_View.Append(&m_Modality);
     m_View.Append(&m_Params);
     open();
@@ -184,7 +197,8 @@ void OpenedImage::settle_width() {
 /// With a negative slope the two ends of a window arrive exchanged in min-max mode, and the ramp becomes a
 /// step.
 void OpenedImage::use_center_and_width() {
-    if (m_Slope < 0.0 && m_bUseRescale && m_Params.GetMinMaxScaleMode()) m_Params.SetMinMaxScaleMode(false);
+    if (m_Rescale.slope < 0.0 && m_bUseRescale && m_Params.GetMinMaxScaleMode())
+        m_Params.SetMinMaxScaleMode(false);
 }
 
 /// A measured window says nothing about an image of one value.
@@ -206,17 +220,14 @@ void OpenedImage::offer_maximal_range() {
     m_Units.SetMaximalRangeSource([this]() -> std::optional<std::pair<double, double>> {
         const auto stored = File().WholeImageRange();
         if (!stored) return ModalityRange();
-        return std::minmax({stored->first * m_Slope + m_Intercept, stored->second * m_Slope + m_Intercept});
+        return m_Rescale.Range(*stored);
     });
 }
 
 std::optional<std::pair<double, double>> OpenedImage::ModalityRange() {
     const ValueRange range = File().Range();
     if (!range) return std::nullopt;
-    const auto rescaled = [this](std::int64_t value) {
-        return static_cast<double>(value) * m_Slope + m_Intercept;
-    };
-    return std::minmax({rescaled(range->first), rescaled(range->second)});
+    return m_Rescale.Range({static_cast<double>(range->first), static_cast<double>(range->second)});
 }
 
 std::string OpenedImage::UnitsText() const {
@@ -263,15 +274,15 @@ std::vector<Note> OpenedImage::Notes() const {
 }
 
 double OpenedImage::ModalityCenter() {
-    return m_bUseRescale ? m_Params.GetCenter() : m_Params.GetCenter() * m_Slope + m_Intercept;
+    return m_bUseRescale ? m_Params.GetCenter() : m_Rescale.Value(m_Params.GetCenter());
 }
 
 double OpenedImage::ModalityWidth() {
-    return m_bUseRescale ? m_Params.GetWidth() : m_Params.GetWidth() * std::fabs(m_Slope);
+    return m_bUseRescale ? m_Params.GetWidth() : m_Params.GetWidth() * std::fabs(m_Rescale.slope);
 }
 
 bool OpenedImage::ModalityInverse() {
-    const bool isTurned = !m_bUseRescale && m_Slope < 0.0;
+    const bool isTurned = !m_bUseRescale && m_Rescale.slope < 0.0;
     return m_Params.IsInverse() != isTurned;
 }
 
@@ -290,7 +301,7 @@ bool OpenedImage::HasNaturalGammaInstead() {
 }
 
 bool OpenedImage::loses_fractions(const ModalityWindow& window) const {
-    if (m_Slope == 0.0 || !(std::fabs(m_Slope) < 1.0)) return false;
+    if (m_Rescale.slope == 0.0 || !(std::fabs(m_Rescale.slope) < 1.0)) return false;
     const double lost = std::fabs(window.center - std::trunc(window.center)) +
                         std::fabs(window.width - std::trunc(window.width));
     return lost > kCoarsest * window.width;
@@ -302,22 +313,20 @@ void OpenedImage::change_to_stored_values() {
     if (!m_bUseRescale) return;
     m_bUseRescale = false;
     m_Params.SetUseRescale(false);
-    if (m_Slope < 0.0) m_Params.InitInverse(!m_Params.IsInverse());
+    if (m_Rescale.slope < 0.0) m_Params.InitInverse(!m_Params.IsInverse());
 }
 
 void OpenedImage::change_to_modality_values() {
     if (m_bUseRescale) return;
     m_bUseRescale = true;
     m_Params.SetUseRescale(true);
-    if (m_Slope < 0.0) m_Params.InitInverse(!m_Params.IsInverse());
+    if (m_Rescale.slope < 0.0) m_Params.InitInverse(!m_Params.IsInverse());
 }
 
 ModalityWindow OpenedImage::on_stored_grid(const ModalityWindow& window) const {
-    const int center = nearest((window.center - m_Intercept) / m_Slope);
-    const int width = nearest(window.width / std::fabs(m_Slope));
+    const ModalityWindow nearest = m_Rescale.Window(m_Rescale.Stored(window));
     // As a decimal string gives it back.
-    return {static_cast<double>(Dicom_DS(center * m_Slope + m_Intercept)),
-            static_cast<double>(Dicom_DS(width * std::fabs(m_Slope)))};
+    return {static_cast<double>(Dicom_DS(nearest.center)), static_cast<double>(Dicom_DS(nearest.width))};
 }
 
 /// The window that counts is the one on the grid: written to a file and opened again, it is told in the same
@@ -368,9 +377,8 @@ void OpenedImage::lay_display_parameters(const SavedPresentation& file) {
         m_SavedWindow = window;
         const double slope = saved.GetDouble(slopeTag, 1.0);
         if (has(interceptTag) && has(slopeTag) && slope != 0.0) {
-            window.center =
-                (window.center - saved.GetDouble(interceptTag, 0.0)) / slope * m_Slope + m_Intercept;
-            window.width = std::fabs(window.width / slope * m_Slope);
+            window.center = m_Rescale.Value((window.center - saved.GetDouble(interceptTag, 0.0)) / slope);
+            window.width = std::fabs(window.width / slope * m_Rescale.slope);
         }
         m_WindowSource = WindowSource::kSaved;
         if (m_SavedWindow->center == 0.0 && m_SavedWindow->width == 0.0) {
@@ -421,7 +429,7 @@ void OpenedImage::use_stored_values_for_fractions() {
     } else if (entry != nullptr) {
         window = {entry->GetCenter(), entry->GetWidth()};
     } else if (ZEV_Dicom::GetAutoWinValuesForImage(&Message(), &storedWidth, &storedCenter)) {
-        window = {storedCenter * m_Slope + m_Intercept, storedWidth * std::fabs(m_Slope)};
+        window = m_Rescale.Window({storedCenter, storedWidth});
     } else {
         return;
     }
@@ -437,8 +445,9 @@ void OpenedImage::use_stored_values_for_fractions() {
     if (entry != nullptr && entry->m_FunctionCode != Mapper_WindowingEntry::FUNCTION_LINEAR) {
         m_Params.SetVoiLutSelection(-1, false);
     }
-    m_Params.InitCenter(nearest((window.center - m_Intercept) / m_Slope));
-    m_Params.InitWidth(std::max(1, nearest(window.width / std::fabs(m_Slope))));
+    const StoredWindow stored = m_Rescale.Stored(window);
+    m_Params.InitCenter(stored.center);
+    m_Params.InitWidth(stored.width);
 }
 
 void OpenedImage::set_window(const ModalityWindow& window) {
@@ -455,8 +464,9 @@ void OpenedImage::set_numbers(const ModalityWindow& window) {
         m_Params.SetCenter(truncated(window.center));
         m_Params.SetWidth(std::max(1, truncated(window.width)));
     } else {
-        m_Params.SetCenter(nearest((window.center - m_Intercept) / m_Slope));
-        m_Params.SetWidth(std::max(1, nearest(window.width / std::fabs(m_Slope))));
+        const StoredWindow stored = m_Rescale.Stored(window);
+        m_Params.SetCenter(stored.center);
+        m_Params.SetWidth(stored.width);
     }
 }
 
@@ -481,7 +491,7 @@ std::optional<StoredWindow> MeasureWindow(OpenedImage& image) {
 void OpenedImage::measure_window() {
     const std::optional<StoredWindow> window = MeasureWindow(*this);
     if (!window) throw PresentError(File().Path(), "no window can be measured from its pixels");
-    ModalityWindow measured{window->center * m_Slope + m_Intercept, window->width * std::fabs(m_Slope)};
+    ModalityWindow measured = m_Rescale.Window(*window);
     choose_units(measured);
     set_window(measured);
     m_WindowSource = WindowSource::kAutomatic;

@@ -48,6 +48,26 @@ struct ModalityWindow {
     double width = 0.0;
 };
 
+/// A window in stored pixel values.
+struct StoredWindow {
+    int center = 0;
+    int width = 0;
+};
+
+/// The rescale of the file, modality value = stored * slope + intercept, in double precision: the library
+/// takes a whole intercept and a float slope.
+struct Rescale {
+    double slope = 1.0;
+    double intercept = 0.0;
+
+    double Value(double stored) const { return stored * slope + intercept; }
+    /// The smaller end first, whatever the sign of the slope.
+    std::pair<double, double> Range(const std::pair<double, double>& stored) const;
+    ModalityWindow Window(const StoredWindow& stored) const;
+    /// To the nearest whole numbers, the width at least 1. The slope is not 0.
+    StoredWindow Stored(const ModalityWindow& window) const;
+};
+
 /// Where the window of an image comes from.
 enum class WindowSource {
     kVoiLutEntry,    ///< a windowing entry of the image
@@ -185,15 +205,8 @@ private:
     OpenedState m_AsOpened;
     std::optional<ModalityWindow> m_SavedWindow;
     std::vector<std::string> m_SavedRegions;
-    double m_Slope = 1.0;
-    double m_Intercept = 0.0;
+    Rescale m_Rescale;
     bool m_bUseRescale = true;
-};
-
-/// A window in stored pixel values.
-struct StoredWindow {
-    int center = 0;
-    int width = 0;
 };
 
 /// The window that opening would measure if the image had none; nothing where none can be measured.
