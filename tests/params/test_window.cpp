@@ -108,8 +108,8 @@ TEST(Window, EitherHalfOfTheRescaleInitialisesIt) {
 TEST(Window, OriginalValuesOfTheSavedPresentationMarkOnChange) {
     ZEV_Params p;
     const int before = p.GetTableCC();
-    p.SetOriginalWidthFromDP(7), p.SetOriginalWidthFromDP(7), p.SetOriginalWidthFromDP(8);
-    EXPECT_EQ(p.GetTableCC(), before + 2);
+    for (const int width : {7, 7, 8, 9}) p.SetOriginalWidthFromDP(width);
+    EXPECT_EQ(p.GetTableCC(), before + 3);
 }
 
 TEST(Region, ActiveCountsOnChangeOnly) {
