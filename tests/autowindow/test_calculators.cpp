@@ -136,8 +136,8 @@ TEST(Calculators, Regions) {
 
 TEST(Calculators, Refusals) {
     refhost::MemoryRaster good(4, 4, 12, kUnsigned), trueColor = refhost::MemoryRaster::TrueColor(4, 4);
-    refhost::MemoryRaster noPixels, deep(4, 4, 12, kUnsigned);
-    noPixels.m_Width = noPixels.m_Height = 4, deep.m_BitsPerPixel = 17;
+    refhost::MemoryRaster noPixels, deep(4, 4, 12, kUnsigned), flat(4, 4, 12, kUnsigned);
+    noPixels.m_Width = noPixels.m_Height = 4, deep.m_BitsPerPixel = 17, flat.m_BitsPerPixel = 0;
     const std::string base = "3 ZEV_AWBaseCalc::Calc ";
     const std::string palette =
         base + " Can not calcultae automatic widnowing if pixel format is not PALETTE \n";
@@ -153,6 +153,7 @@ TEST(Calculators, Refusals) {
         {"true colour", &trueColor, kCuts, true, palette},
         {"no pixels", &noPixels, kMean, true, base + " Wrong raster \n"},
         {"17 bits", &deep, kMean, true, base + " Wrong raster \n"},
+        {"0 bits", &flat, kMean, true, base + " Wrong raster \n"},
         {"mean of nothing", &good, kMean, false, ""},
     };
     for (const auto& c : cases) {
