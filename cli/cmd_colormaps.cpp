@@ -77,7 +77,7 @@ Picture draw_maps() {
                          " colour maps are configured: no picture");
     Picture picture(kStripLeft + ZEV_ColorMap::kTableSize * kColourWidth + kMargin,
                     lines * kLine + 2 * kMargin);
-    std::fill(picture.rgb.begin(), picture.rgb.end(), std::uint8_t{0x28});
+    std::fill(picture.bytes.begin(), picture.bytes.end(), std::uint8_t{0x28});
     int y = kMargin;
     for (int i = 0; i < Catalogue().NumOfColorMaps(); ++i) {
         ZEV_ProcedureColorMaps& set = *Catalogue().GetIthColorMap(i);

@@ -91,7 +91,7 @@ void DrawText(Picture& picture, int x, int y, const std::string& text) {
 Picture MakeContactSheet(const std::vector<CaptionedPicture>& pictures, int columns) {
     const int rows = (static_cast<int>(pictures.size()) + columns - 1) / columns;
     Picture sheet(columns * (kCell + kMargin) + kMargin, rows * (kCell + kCaption + kMargin) + kMargin);
-    std::fill(sheet.rgb.begin(), sheet.rgb.end(), std::uint8_t{0x28});
+    std::fill(sheet.bytes.begin(), sheet.bytes.end(), std::uint8_t{0x28});
     for (std::size_t i = 0; i < pictures.size(); ++i) {
         const Picture& picture = pictures[i].picture;
         const int left = kMargin + static_cast<int>(i) % columns * (kCell + kMargin);

@@ -35,7 +35,7 @@ public:
     int Frames() const { return m_Frames; }
     const std::string& TransferSyntax() const { return m_TransferSyntax; }
 
-    bool IsColour() const { return !m_Colour.rgb.empty(); }
+    bool IsColour() const { return !m_Colour.bytes.empty(); }
     const Picture& Colour() const { return m_Colour; }
     const MonoPixels& Mono() const { return m_Mono; }
     /// The file has this many pixels of the frame, in the order of rows. The others are to be drawn black,

@@ -20,3 +20,7 @@ IsolatedResult RunIsolated(const std::function<std::string()>& work, unsigned lo
 
 /// For the work: lets it take this many bytes from here on, beyond what it has by now.
 void AllowMemory(unsigned long long bytes);
+
+/// Whether this process is a child whose end harms nobody. RunIsolated in one runs the work right here.
+bool IsIsolated();
+void SetIsolated();

@@ -4,21 +4,24 @@
 #include <cstdint>
 #include <vector>
 
-/// A finished picture: rows from the top without a gap, three bytes per pixel, red first.
+/// A finished picture: rows from the top without a gap.
 struct Picture {
+    /// Bytes per pixel: grey in one or in two (a 16-bit word of this machine), or red, green and blue.
+    enum Form { kGrey8 = 1, kGrey16 = 2, kRgb = 3 };
+
     int width = 0;
     int height = 0;
-    std::vector<std::uint8_t> rgb;
+    Form form = kRgb;
+    std::vector<std::uint8_t> bytes;
 
     Picture() = default;
     /// Black.
-    Picture(int w, int h)
-        : width(w), height(h), rgb(static_cast<std::size_t>(w) * static_cast<std::size_t>(h) * 3) {}
+    Picture(int w, int h, Form f = kRgb) : width(w), height(h), form(f), bytes(RowBytes() * Rows()) {}
 
-    std::uint8_t* At(int x, int y) {
-        return &rgb[(static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
-                     static_cast<std::size_t>(x)) *
-                    3];
-    }
+    std::size_t Rows() const { return static_cast<std::size_t>(height); }
+    std::size_t RowBytes() const { return static_cast<std::size_t>(width) * static_cast<std::size_t>(form); }
+    std::uint8_t* Row(int y) { return bytes.data() + static_cast<std::size_t>(y) * RowBytes(); }
+    const std::uint8_t* Row(int y) const { return const_cast<Picture*>(this)->Row(y); }
+    std::uint8_t* At(int x, int y) { return Row(y) + static_cast<std::ptrdiff_t>(x) * form; }
     const std::uint8_t* At(int x, int y) const { return const_cast<Picture*>(this)->At(x, y); }
 };

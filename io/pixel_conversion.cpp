@@ -203,7 +203,7 @@ Picture ConvertToTrueColour(const StoredFrame& frame, const StoredTable* palette
         for (std::size_t i = 0; i < pixels; ++i) {
             const auto value = static_cast<std::int32_t>(SampleValue(frame, i));
             for (std::size_t c = 0; c < 3; ++c) {
-                picture.rgb[3 * i + c] = to_8_bits(palette[c].At(value), palette[c].bits);
+                picture.bytes[3 * i + c] = to_8_bits(palette[c].At(value), palette[c].bits);
             }
         }
         return picture;
@@ -211,10 +211,10 @@ Picture ConvertToTrueColour(const StoredFrame& frame, const StoredTable* palette
     const std::uint64_t mask = (std::uint64_t{1} << frame.bitsStored) - 1;
     for (std::size_t i = 0; i < 3 * pixels; ++i) {
         const std::uint64_t value = static_cast<std::uint64_t>(SampleValue(frame, i)) & mask;
-        picture.rgb[i] = to_8_bits(value, frame.bitsStored);
+        picture.bytes[i] = to_8_bits(value, frame.bitsStored);
     }
     if (frame.photometric == "YBR_FULL") {
-        for (std::size_t i = 0; i < pixels; ++i) ybr_to_rgb(&picture.rgb[3 * i]);
+        for (std::size_t i = 0; i < pixels; ++i) ybr_to_rgb(&picture.bytes[3 * i]);
     }
     return picture;
 }

@@ -10,8 +10,8 @@
 namespace {
 
 bool is_grey(const Picture& picture) {
-    for (std::size_t i = 0; i + 2 < picture.rgb.size(); i += 3) {
-        if (picture.rgb[i] != picture.rgb[i + 1] || picture.rgb[i] != picture.rgb[i + 2]) return false;
+    for (std::size_t i = 0; i + 2 < picture.bytes.size(); i += 3) {
+        if (picture.bytes[i] != picture.bytes[i + 1] || picture.bytes[i] != picture.bytes[i + 2]) return false;
     }
     return true;
 }
@@ -22,10 +22,10 @@ std::vector<std::uint8_t> EncodePng(const Picture& picture) {
     const bool grey = is_grey(picture);
     std::vector<std::uint8_t> levels;
     if (grey) {
-        levels.reserve(picture.rgb.size() / 3);
-        for (std::size_t i = 0; i < picture.rgb.size(); i += 3) levels.push_back(picture.rgb[i]);
+        levels.reserve(picture.bytes.size() / 3);
+        for (std::size_t i = 0; i < picture.bytes.size(); i += 3) levels.push_back(picture.bytes[i]);
     }
-    const std::vector<std::uint8_t>& samples = grey ? levels : picture.rgb;
+    const std::vector<std::uint8_t>& samples = grey ? levels : picture.bytes;
 
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
@@ -53,7 +53,7 @@ Picture ReadPng(const std::string& path) {
     if (png_image_begin_read_from_file(&image, path.c_str()) == 0) throw PresentError(path, image.message);
     image.format = PNG_FORMAT_RGB;
     Picture picture(static_cast<int>(image.width), static_cast<int>(image.height));
-    if (png_image_finish_read(&image, nullptr, picture.rgb.data(), 0, nullptr) == 0) {
+    if (png_image_finish_read(&image, nullptr, picture.bytes.data(), 0, nullptr) == 0) {
         throw PresentError(path, image.message);
     }
     return picture;

@@ -78,8 +78,8 @@ refhost::MemoryRaster make_raster(const DicomFile& file) {
     }
     refhost::MemoryRaster raster = refhost::MemoryRaster::TrueColor(file.Columns(), file.Rows());
     const Picture& picture = file.Colour();
-    for (std::size_t i = 0; i < picture.rgb.size() / 3; ++i) {
-        const std::uint8_t* rgb = &picture.rgb[3 * i];
+    for (std::size_t i = 0; i < picture.bytes.size() / 3; ++i) {
+        const std::uint8_t* rgb = &picture.bytes[3 * i];
         const std::uint32_t pixel = (std::uint32_t{rgb[0]} << 16) | (std::uint32_t{rgb[1]} << 8) | rgb[2];
         std::memcpy(&raster.Bytes()[4 * i], &pixel, 4);
     }

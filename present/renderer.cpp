@@ -99,9 +99,9 @@ Picture Render(OpenedImage& image) {
     const auto draw = [&picture, present = image.File().PresentPixels()](auto colourOf) {
         for (std::size_t i = 0; i < present; ++i) {
             const unsigned int colour = colourOf(i);
-            picture.rgb[3 * i] = static_cast<std::uint8_t>(colour >> 16);
-            picture.rgb[3 * i + 1] = static_cast<std::uint8_t>(colour >> 8);
-            picture.rgb[3 * i + 2] = static_cast<std::uint8_t>(colour);
+            picture.bytes[3 * i] = static_cast<std::uint8_t>(colour >> 16);
+            picture.bytes[3 * i + 1] = static_cast<std::uint8_t>(colour >> 8);
+            picture.bytes[3 * i + 2] = static_cast<std::uint8_t>(colour);
         }
     };
     raster.Lock();

@@ -50,9 +50,9 @@ TEST_F(Presets, ListsTellWhatIsConfigured) {
     EXPECT_EQ(maps[2]["table"][254], "A0B0C0");
     const Picture picture = ReadPng(strips);
     int shown[2] = {};
-    for (std::size_t i = 0; i < picture.rgb.size(); i += 3) {
-        if (picture.rgb[i] == 0x10 && picture.rgb[i + 2] == 0x30) ++shown[0];
-        if (picture.rgb[i] == 0xA0 && picture.rgb[i + 2] == 0xC0) ++shown[1];
+    for (std::size_t i = 0; i < picture.bytes.size(); i += 3) {
+        if (picture.bytes[i] == 0x10 && picture.bytes[i + 2] == 0x30) ++shown[0];
+        if (picture.bytes[i] == 0xA0 && picture.bytes[i + 2] == 0xC0) ++shown[1];
     }
     EXPECT_GT(shown[0], 1000);
     EXPECT_NEAR(shown[0], shown[1], 100);
@@ -208,8 +208,8 @@ TEST_F(Presets, FractionsAreWindowedInStoredValues) {
         EXPECT_NEAR(info[inStored ? "modalityWidth" : "width"].get<double>(), row.width, 0.05);
         ASSERT_EQ(Run("render " + path + " -o " + png + row.options).status, 0);
         const Picture picture = ReadPng(png);
-        EXPECT_EQ(picture.rgb.front(), row.first);
-        EXPECT_EQ(picture.rgb.back(), row.last);
+        EXPECT_EQ(picture.bytes.front(), row.first);
+        EXPECT_EQ(picture.bytes.back(), row.last);
     }
 }
 

@@ -118,7 +118,7 @@ TEST_F(Program, DemoDrawsEverySampleAndAContactSheet) {
         SCOPED_TRACE(name);
         const Picture picture = ReadPng(m_Directory / ("new/demo/" + std::string(name) + ".png"));
         std::size_t levels[256] = {};
-        for (std::uint8_t sample : picture.rgb) ++levels[sample];
+        for (std::uint8_t sample : picture.bytes) ++levels[sample];
         EXPECT_GT(std::count_if(levels, levels + 256, [](std::size_t n) { return n > 0; }), 90);
     }
     support::TemporaryDirectory again;
@@ -141,7 +141,7 @@ void expect_picture_is_table(const std::string& name, const Picture& picture, co
         const auto index = static_cast<std::size_t>(file.Mono().Get(static_cast<std::size_t>(i)) + origin);
         for (int c = 0; c < 3; ++c) {  // the table is little-endian, blue first
             const int entry = static_cast<unsigned char>(table[index * 4 + static_cast<std::size_t>(2 - c)]);
-            ASSERT_EQ(picture.rgb[static_cast<std::size_t>(3 * i + c)], entry) << "pixel " << i;
+            ASSERT_EQ(picture.bytes[static_cast<std::size_t>(3 * i + c)], entry) << "pixel " << i;
         }
     }
 }

@@ -150,8 +150,8 @@ TEST_F(Regions, AMaskPictureCoversWhatItsRunsCover) {
     turned.zoom = 0.7, turned.rotate = 30, turned.pan = {5, -9}, turned.flip = "h", turned.size = "200x150";
     const std::string window = ";center=-600;width=1600";
     for (const ViewOptions& view : {ViewOptions(), turned}) {
-        EXPECT_EQ(Draw("ct.dcm", {"mask:" + m_Directory / "mask.png" + window}, view).rgb,
-                  Draw("ct.dcm", {"rect:60,100,90,140" + window}, view).rgb);
+        EXPECT_EQ(Draw("ct.dcm", {"mask:" + m_Directory / "mask.png" + window}, view).bytes,
+                  Draw("ct.dcm", {"rect:60,100,90,140" + window}, view).bytes);
     }
 }
 
@@ -235,7 +235,7 @@ TEST_F(SavedRegions, WhatACutFileLacksIsBlack) {
         const std::size_t pixel = row.set.elements.at(tag::kPixelData).bytes.size() / 256;
         support::WriteFile(image, bytes.substr(0, bytes.size() - 100 * pixel));
         ASSERT_EQ(Run("render --partial " + image + " -o " + picture + " " + row.options).status, 0);
-        const std::vector<std::uint8_t> drawn = ReadPng(picture).rgb;
+        const std::vector<std::uint8_t> drawn = ReadPng(picture).bytes;
         EXPECT_EQ(std::count(drawn.begin() + 3 * 156, drawn.end(), 0), drawn.end() - drawn.begin() - 3 * 156);
         EXPECT_GT(std::count_if(drawn.begin(), drawn.begin() + 3 * 156, [](int v) { return v > 0; }), 100);
     }

@@ -409,7 +409,7 @@ TEST_F(Save, BrightnessAndContrast) {
             const double exact =
                 (v - 128) * (100.0 + row.contrast) / 100.0 + 128 + 255.0 * row.brightness / 200;
             const int wanted = static_cast<int>(std::clamp(exact + 1e-9, 0.0, 255.0));
-            ASSERT_EQ(shown.rgb[static_cast<std::size_t>(3 * v)], wanted) << v;
+            ASSERT_EQ(shown.bytes[static_cast<std::size_t>(3 * v)], wanted) << v;
         }
         // Saved, they come back without being asked for, and the pixels are as they were.
         ASSERT_EQ(Run("save " + image + " -o " + copy + " " + row.options).status, 0);

@@ -124,12 +124,12 @@ TEST(Output, TextForATerminalCommandsNothing) {
 TEST(Output, PngKeepsEveryPixelAndIsGreyWithoutColour) {
     support::TemporaryDirectory directory;
     Picture picture(7, 3);
-    for (std::size_t i = 0; i < picture.rgb.size(); ++i)
-        picture.rgb[i] = static_cast<std::uint8_t>(i / 3 * 11);
+    for (std::size_t i = 0; i < picture.bytes.size(); ++i)
+        picture.bytes[i] = static_cast<std::uint8_t>(i / 3 * 11);
     for (bool colour : {false, true}) {
         if (colour) picture.At(6, 2)[2] ^= 1;
         WritePng(directory / "p.png", picture);
-        EXPECT_EQ(ReadPng(directory / "p.png").rgb, picture.rgb);
+        EXPECT_EQ(ReadPng(directory / "p.png").bytes, picture.bytes);
         // Byte 25 of a PNG file is its colour type: 0 grey, 2 RGB.
         EXPECT_EQ(support::ReadFile(directory / "p.png")[25], colour ? 2 : 0);
     }
