@@ -39,7 +39,7 @@ Ratio Compare(const Subject& subject, const Baseline& baseline, int rounds = 61,
     }
     std::sort(ratios.begin(), ratios.end());
     const auto at = [&ratios](double part) {
-        return ratios[static_cast<std::size_t>(part * (ratios.size() - 1))];
+        return ratios[static_cast<std::size_t>(part * static_cast<double>(ratios.size() - 1))];
     };
     return {at(0.5), at(0.1), at(0.9)};
 }

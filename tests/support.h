@@ -8,6 +8,7 @@
 #include <SPC/SPC_Modality.h>
 #include <ZEV/ZEV_ColorMap.h>
 #include <ZEV/ZEV_Dicom.h>
+#include <ZEV/ZEV_Painter.h>
 #include <ZEV/ZEV_Params.h>
 #include <ZEV/ZEV_WindowingTable.h>
 #include <gtest/gtest.h>
@@ -140,6 +141,12 @@ struct Build {
         refhost::MemoryRaster target = Target(trueColor, outputDepth);
         return std::unique_ptr<ZEV_AbstractWindowingTable>(
             params.BuildTable(ZEV_TableParams(nullptr, &context, &source, &target, KIT_Rect())));
+    }
+    ZEV_Painter Painter(ZEV_Params& params) const {
+        refhost::MemoryContext context(levels, palette);
+        refhost::MemoryRaster source = Source(inputDepth, isSigned);
+        refhost::MemoryRaster target = Target(trueColor, outputDepth);
+        return ZEV_Painter(params, ZEV_TableParams(nullptr, &context, &source, &target, KIT_Rect()));
     }
     template <class Out>
     std::vector<Out> Read(ZEV_Params& params) const {

@@ -310,7 +310,12 @@ protected:
     static bool m_bAutoSetDicomColormap;    ///< "colormaps\auto_set_dicom_colormap"
 
 private:
+    friend class ZEV_Painter;
+    struct TableSource;
     static void read_defaults_once();
+    bool prepare_table(const ZEV_TableParams& tableParams, TableCreator& creator, TableSource& from);
+    ZEV_AbstractWindowingTable* make_table(const ZEV_TableParams& tableParams, TableCreator& creator,
+                                           const TableSource& from);
     void set_window(int lo, int hi);
     void widen_scale(int lo, int hi);
     void init_window_and_scale(int lo, int hi);

@@ -50,15 +50,31 @@ const Mapper_WindowingEntry* ZEV_Params::entry_to_draw() const {
 }
 
 ZEV_AbstractWindowingTable* ZEV_Params::BuildTable(ZEV_TableParams tableParams) {
+    TableCreator creator;
+    TableSource from;
+    if (!prepare_table(tableParams, creator, from)) return nullptr;
+    return make_table(tableParams, creator, from);
+}
+
+ZEV_AbstractWindowingTable* ZEV_Params::make_table(const ZEV_TableParams& tableParams, TableCreator& creator,
+                                                   const TableSource& from) {
+    const bool isSigned = tableParams.m_pSourceRaster->m_bSigned;
+    return from.isWindow
+               ? creator.PrepareWindowingTable(from.first, from.second, from.inverse, isSigned, m_pColorMap)
+               : creator.CopyWindowingTable(from.lut, from.first, from.second, from.inverse, isSigned,
+                                            m_pColorMap);
+}
+
+/// Reads everything that a table depends on. False without rasters or a context.
+bool ZEV_Params::prepare_table(const ZEV_TableParams& tableParams, TableCreator& creator, TableSource& from) {
     KIT_Raster* const source = tableParams.m_pSourceRaster;
     KIT_Raster* const target = tableParams.m_pTargetRaster;
     GFX_GraphicContext* const context = tableParams.m_pGraphicContext;
-    if (source == nullptr || target == nullptr || context == nullptr) return nullptr;
+    if (source == nullptr || target == nullptr || context == nullptr) return false;
 
     const int outputDepth = target->m_BitsPerPixel;
     const int targetFormat = target->m_PixelFormat;
     const int inputDepth = source->m_BitsPerPixel;
-    const bool isSigned = source->m_bSigned;
 
     const int intercept = GetRescaleIntercept();
     const float slope = GetRescaleSlope();
@@ -67,7 +83,6 @@ ZEV_AbstractWindowingTable* ZEV_Params::BuildTable(ZEV_TableParams tableParams) 
     const int windowMin = GetWindowMin();
     const int windowMax = GetWindowMax();
 
-    TableCreator creator;
     void* palette = nullptr;
     creator.m_NumColors = context->GetPalette(&palette);
     creator.m_pColorTable = creator.m_NumColors > 0 ? static_cast<const std::uint32_t*>(palette) : nullptr;
@@ -95,7 +110,8 @@ ZEV_AbstractWindowingTable* ZEV_Params::BuildTable(ZEV_TableParams tableParams) 
         Mapper_VOILut* const lut =
             m_pVoiLutManager->CreateDicomVOILut(entry, levels - 1, zev::kVoiLutKeptByManager);
         // The LUT knows the rescale: centre and width go to it unconverted.
-        return creator.CopyWindowingTable(lut, center, width, IsInverse(), isSigned, m_pColorMap);
+        from = {false, lut, center, width, IsInverse()};
+        return true;
     }
 
     int storedCenter = center;
@@ -117,5 +133,6 @@ ZEV_AbstractWindowingTable* ZEV_Params::BuildTable(ZEV_TableParams tableParams) 
         storedMax = zev::Add(half, storedCenter);
         storedMin = zev::Subtract(storedCenter, half);
     }
-    return creator.PrepareWindowingTable(storedMin, storedMax, inverse, isSigned, m_pColorMap);
+    from = {true, nullptr, storedMin, storedMax, inverse};
+    return true;
 }

@@ -7,22 +7,32 @@
 #include <ZEV/ZEV_WindowingTable.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstring>
 #include <memory>
 
 #include "zev_log.h"
 #include "zev_numeric.h"
+#include "zev_paint_kernels.h"
+#include "zev_step_multiplier.h"
 #include "zev_table_types.h"
 
 namespace {
 
-/// True colour's factor: not 256 and not 255, so that the last ramp entry stays below the full level.
-constexpr double kTrueColorFactor = 255.999;
 /// What keeps the last palette colour from being passed.
 constexpr double kPaletteMargin = 0.01;
 /// Grey levels of a true colour pixel, and the highest.
 constexpr int kGreys = 256;
 constexpr int kTopGrey = 255;
+
+/// A gamma table that changes nothing.
+const std::array<unsigned char, kGreys> kNaturalLevels = [] {
+    std::array<unsigned char, kGreys> levels{};
+    for (int level = 0; level < kGreys; ++level)
+        levels[static_cast<std::size_t>(level)] = static_cast<unsigned char>(level);
+    return levels;
+}();
 
 }  // namespace
 
@@ -95,8 +105,8 @@ void ZEV_Params::TableCreator::fill_true_color(Out* table, const zev::Ramp& ramp
         Out values[zev::kMaxSteps];
         for (int k = 0; k < zev::kMaxSteps; ++k)
             values[k] = ready[m_Inverse ? kTopGrey - gamma[k] : gamma[k]];
-        const zev::ProductSteps steps{ramp.r, kTrueColorFactor};
-        zev::FillRampBySteps(table, ramp, steps, values, static_cast<double>(ramp.r) * kTrueColorFactor, 0.0);
+        const zev::ProductSteps steps{ramp.r, zev::kTrueColorFactor};
+        zev::FillRampBySteps(table, ramp, steps, values, static_cast<double>(ramp.r) * steps.factor, 0.0);
     }
     zev::FillAbove(table, ramp, ready[m_Inverse ? 0 : kTopGrey]);
 }
@@ -187,17 +197,20 @@ void ZEV_Params::TableCreator::fill_levels(Out* table, const zev::Ramp& ramp) {
     zev::FillAbove(table, ramp, static_cast<Out>(to));
 }
 
-/// Every entry of a padding pixel becomes a plain 0. The range is in pixel values, and cut to the table
-/// first.
-template <class Out>
-void ZEV_Params::TableCreator::blank_padding(Out* table) const {
+/// The range is in pixel values, and cut to the table first.
+std::pair<std::int64_t, std::int64_t> ZEV_Params::TableCreator::padding_entries() const {
     const int first = m_Signed ? m_TableSize / 2 : 0;
     const std::int64_t lowest = std::int64_t{std::min(m_PaddingValue, m_PaddingLimit)} + first;
     const std::int64_t highest = std::int64_t{std::max(m_PaddingValue, m_PaddingLimit)} + first;
-    const std::int64_t from = std::max<std::int64_t>(lowest, 0);
-    const std::int64_t end =
-        std::min<std::int64_t>(highest, std::int64_t{m_Signed ? 2 * first : m_TableSize} - 1);
-    if (from <= end) std::fill(table + from, table + end + 1, Out{0});
+    return {std::max<std::int64_t>(lowest, 0),
+            std::min<std::int64_t>(highest, std::int64_t{m_Signed ? 2 * first : m_TableSize} - 1)};
+}
+
+/// Every entry of a padding pixel becomes a plain 0.
+template <class Out>
+void ZEV_Params::TableCreator::blank_padding(Out* table) const {
+    const auto [from, last] = padding_entries();
+    if (from <= last) std::fill(table + from, table + last + 1, Out{0});
 }
 
 /// The LUT writes every entry it knows; the others stay 0. Neither gamma nor padding applies.
@@ -247,10 +260,8 @@ ZEV_AbstractWindowingTable* ZEV_Params::TableCreator::make_table(const char* fun
     return nullptr;
 }
 
-ZEV_AbstractWindowingTable* ZEV_Params::TableCreator::PrepareWindowingTable(int windowMin, int windowMax,
-                                                                            bool inverse, bool isSigned,
-                                                                            ZEV_ColorMap* colorMap) {
-    if (m_TableSize == 0) return nullptr;
+void ZEV_Params::TableCreator::set_window(int windowMin, int windowMax, bool inverse, bool isSigned,
+                                          ZEV_ColorMap* colorMap) {
     m_Signed = isSigned;
     m_Inverse = inverse;
     m_pColorMap = colorMap;
@@ -264,6 +275,13 @@ ZEV_AbstractWindowingTable* ZEV_Params::TableCreator::PrepareWindowingTable(int 
         m_NormalizedMin += 0.5f;
         m_NormalizedMax += 0.5f;
     }
+}
+
+ZEV_AbstractWindowingTable* ZEV_Params::TableCreator::PrepareWindowingTable(int windowMin, int windowMax,
+                                                                            bool inverse, bool isSigned,
+                                                                            ZEV_ColorMap* colorMap) {
+    if (m_TableSize == 0) return nullptr;
+    set_window(windowMin, windowMax, inverse, isSigned, colorMap);
     return make_table("ZEV_Params::TableCreator::PrepareWindowingTable", true, m_TableSize,
                       [this](auto* entries) { FillFromWindow(entries); });
 }
@@ -281,4 +299,67 @@ ZEV_AbstractWindowingTable* ZEV_Params::TableCreator::CopyWindowingTable(Mapper_
     m_Signed = isSigned;
     return make_table("ZEV_Params::TableCreator::CopyWindowingTable", false, 0,
                       [this](auto* entries) { FillFromVoiLut(entries); });
+}
+
+bool ZEV_Params::TableCreator::PlanRamp(int windowMin, int windowMax, bool inverse, bool isSigned,
+                                        ZEV_ColorMap* colorMap, ZEV_Painter::Plan& plan) {
+    using Plan = ZEV_Painter::Plan;
+    if (!zev::CanPaintRamps() || m_TableSize == 0 || !has_defined_table(true) ||
+        m_OutputDepth > zev::kLongBits)
+        return false;
+    set_window(windowMin, windowMax, inverse, isSigned, colorMap);
+    const bool isTrueColor = mode() == Mode::TrueColor;
+    const bool hasGreyLevels =
+        isTrueColor ? active_color_map() == nullptr
+                    : mode() == Mode::Levels && m_OutputDepth == zev::kByteBits && m_MaxOutput == kTopGrey;
+    if (!hasGreyLevels || has_pval_lut()) return false;
+
+    const zev::Ramp ramp = zev::ResolveRamp(m_TableSize, m_NormalizedMin, m_NormalizedMax);
+    // A window without a ramp is a step, as of a ramp of one position: the above zone starts at its end.
+    const bool isStep = ramp.b <= ramp.a;
+    const int a = isStep ? ramp.hi - 1 : ramp.a;
+    const int b = isStep ? ramp.hi : ramp.b;
+    const std::int64_t width = std::int64_t{b} - a;
+    if (width > zev::kWidestSteps) return false;
+    if (isTrueColor) {
+        const zev::StepMultiplier steps = zev::StepMultiplierOf(static_cast<int>(width));
+        const bool isWide = steps.form == zev::StepMultiplier::kWide;
+        if (steps.form == zev::StepMultiplier::kNone || (isWide && m_InputDepth <= zev::kByteBits))
+            return false;
+        plan.method = isWide ? Plan::kWide : Plan::kNarrow;
+        plan.multiplier = steps.multiplier;
+    } else {
+        plan.method = Plan::kLevels;
+        plan.reciprocal = 1.0f / static_cast<float>(width);
+    }
+
+    const auto* const gamma =
+        static_cast<ZEV_WindowingTable<unsigned char, unsigned char>*>(GetGammaTable())->GetTable();
+    if (std::memcmp(gamma, kNaturalLevels.data(), kGreys) != 0) {
+        // The zones outside the ramp know no gamma: the ends of its table have to agree with them.
+        if (gamma[0] != 0 || gamma[kTopGrey] != kTopGrey) return false;
+        plan.map = gamma;
+    }
+    plan.flip = inverse ? kTopGrey : 0;
+
+    // Index i is limited to the ramp's end, or to the last index, which lies on the ramp still when that ends
+    // at 65,536; then a is taken away.
+    constexpr int kLastIndex = 65535;
+    const int end = std::min({b, m_TableSize, kLastIndex});
+    int raise = kLastIndex - end;
+    int lower = kLastIndex - end + a;
+    if (a >= m_TableSize) raise = 0, lower = kLastIndex;
+    if (b <= 0) raise = kLastIndex, lower = kLastIndex - static_cast<int>(width);
+    plan.raise = static_cast<std::uint16_t>(raise);
+    plan.lower = static_cast<std::uint16_t>(lower);
+
+    int blanks = 0;
+    const auto blank = [&](std::int64_t first, std::int64_t last) {
+        plan.blanks[blanks++] = {static_cast<std::uint16_t>(first), static_cast<std::uint16_t>(last - first)};
+        plan.blanks[1] = plan.blanks[blanks - 1];
+        plan.hasBlanks = true;
+    };
+    if (m_InputDepth != zev::kByteBits && m_InputDepth != zev::kWordBits) blank(m_TableSize, kLastIndex);
+    if (const auto [from, last] = padding_entries(); m_UsePadding && from <= last) blank(from, last);
+    return true;
 }

@@ -2,15 +2,27 @@
 
 #include <MAPPER/Mapper_Pval.h>
 #include <MIR/Mir_AutoPtrThread.h>
+#include <ZEV/ZEV_Painter.h>
 #include <ZEV/ZEV_Params.h>
 
 #include <cstdint>
+#include <utility>
 
 #include "zev_table_fill.h"
 
 class GFX_GraphicContext;
 class Mapper_VOILut;
 class ZEV_AbstractWindowingTable;
+
+/// What a table is made from: a window in stored pixel values, or a VOI LUT, which may be null, with centre and
+/// width in modality units.
+struct ZEV_Params::TableSource {
+    bool isWindow = true;
+    Mapper_VOILut* lut = nullptr;
+    int first = 0;   ///< the window's lower end, or the centre
+    int second = 0;  ///< the upper end, or the width
+    bool inverse = false;
+};
 
 /// What one BuildTable or Finalize call works with. It lives on the stack of that call.
 class ZEV_API ZEV_Params::TableCreator {
@@ -26,6 +38,10 @@ public:
     /// A table from a VOI LUT; zeros with the origin set when there is no LUT.
     ZEV_AbstractWindowingTable* CopyWindowingTable(Mapper_VOILut* lut, int center, int width, bool inverse,
                                                    bool isSigned, ZEV_ColorMap* colorMap);
+    /// How to paint what PrepareWindowingTable would make, where that is a ramp with 256 levels of grey; else
+    /// false, and a table is needed.
+    bool PlanRamp(int windowMin, int windowMax, bool inverse, bool isSigned, ZEV_ColorMap* colorMap,
+                  ZEV_Painter::Plan& plan);
     /// The process-wide gamma table for m_Gamma: unsigned 8 to 8 bits for a true colour target or an output
     /// depth of exactly 8, else 16 to 16 bits, of the depth of the first caller. Built on first use, never
     /// freed, not the caller's. A gamma outside the valid range is logged and gets the table of the nearest
@@ -63,6 +79,7 @@ public:
 private:
     enum class Mode { TrueColor, Palette, Levels };
 
+    void set_window(int windowMin, int windowMax, bool inverse, bool isSigned, ZEV_ColorMap* colorMap);
     Mode mode() const;
     bool has_pval_lut() const;
     bool has_defined_table(bool byRamp) const;
@@ -84,4 +101,6 @@ private:
     void fill_levels(Out* table, const zev::Ramp& ramp);
     template <class Out>
     void blank_padding(Out* table) const;
+    /// The table entries of padding pixels; an empty range where the first is beyond the last.
+    std::pair<std::int64_t, std::int64_t> padding_entries() const;
 };

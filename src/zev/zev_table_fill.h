@@ -39,6 +39,9 @@ inline Ramp ResolveRamp(int S, float normalizedMin, float normalizedMax) {
 
 // ---- Step functions: how far up the ramp a position lies ----
 
+/// True colour's factor: not 256 and not 255, so that the last ramp entry stays below the full level.
+constexpr double kTrueColorFactor = 255.999;
+
 /// u * factor for u = float(x) * r: the position among `factor` steps, truncated by the caller.
 struct ProductSteps {
     float r;

@@ -1,0 +1,367 @@
+// The painting loops: one source for every instruction set, the best of which is chosen at run time.
+
+#include "zev_paint_kernels.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "zev_paint_kernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+HWY_BEFORE_NAMESPACE();
+namespace zev {
+namespace HWY_NAMESPACE {
+namespace {
+
+using Plan = ZEV_Painter::Plan;
+
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
+
+// A machine without byte shuffles reads tables.
+bool HasVectors() { return false; }
+void PaintRamp(const Plan&, const void*, std::size_t, void*, int) {}
+
+#else
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Words = hn::ScalableTag<std::uint16_t>;
+/// As many bytes as there are words in a vector, and as the bytes fill one.
+using WordBytes = hn::Rebind<std::uint8_t, Words>;
+using Bytes = hn::ScalableTag<std::uint8_t>;
+using Word = hn::Vec<Words>;
+
+constexpr std::size_t kMostBytes = HWY_MAX_BYTES;
+/// Pixels whose levels stay in the nearest cache.
+constexpr std::size_t kBlock = 1024;
+
+/// Calls visit(position) for steps of `lanes` that cover 0 to count, the last two perhaps overlapping. Not
+/// for fewer than `lanes`.
+template <class Visit>
+HWY_INLINE void ForEachVector(std::size_t count, std::size_t lanes, const Visit& visit) {
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes) visit(i);
+    if (i < count) visit(count - lanes);
+}
+
+// ---- Pixels to levels ----
+
+HWY_INLINE Word LoadIndices(const Plan& plan, const std::uint16_t* from) {
+    const Words d;
+    return hn::Add(hn::LoadU(d, from), hn::Set(d, plan.origin));
+}
+HWY_INLINE Word LoadIndices(const Plan& plan, const std::uint8_t* from) {
+    const WordBytes d;
+    return hn::PromoteTo(Words(),
+                         hn::Add(hn::LoadU(d, from), hn::Set(d, static_cast<std::uint8_t>(plan.origin))));
+}
+
+/// All ones where an index lies in the range.
+HWY_INLINE hn::Mask<Words> IsIn(const Plan::Blank& blank, Word index) {
+    const Words d;
+    return hn::Eq(hn::SaturatedSub(hn::Sub(index, hn::Set(d, blank.first)), hn::Set(d, blank.more)),
+                  hn::Zero(d));
+}
+HWY_INLINE hn::Mask<Words> IsBlank(const Plan& plan, Word index) {
+    return hn::Or(IsIn(plan.blanks[0], index), IsIn(plan.blanks[1], index));
+}
+
+/// x * multiplier >> 24, in 32 bits.
+HWY_INLINE Word NarrowLevel(const Plan& plan, Word x) {
+    const Words d;
+    const Word high = hn::Mul(x, hn::Set(d, static_cast<std::uint16_t>(plan.multiplier >> 16)));
+    const Word low = hn::MulHigh(x, hn::Set(d, static_cast<std::uint16_t>(plan.multiplier)));
+    return hn::ShiftRight<8>(hn::Add(high, low));
+}
+
+/// (x * multiplier + 2^16) >> 32, in 48 bits. The average is the sum of both with the 1 and the carry, halved.
+HWY_INLINE Word WideLevel(const Plan& plan, Word x) {
+    const Words d;
+    const Word factor = hn::Set(d, static_cast<std::uint16_t>(plan.multiplier >> 16));
+    const Word low = hn::MulHigh(x, hn::Set(d, static_cast<std::uint16_t>(plan.multiplier)));
+    const Word carry = hn::ShiftRight<15>(hn::AverageRound(hn::Mul(x, factor), low));
+    return hn::Add(hn::MulHigh(x, factor), carry);
+}
+
+template <class Half>
+HWY_INLINE hn::Vec<hn::Rebind<std::uint16_t, Half> > NearestHalf(const Plan& plan, Half d32,
+                                                                 hn::Vec<Half> x) {
+    const hn::Rebind<float, Half> f;
+    const auto up = hn::Mul(hn::Mul(hn::ConvertTo(f, x), hn::Set(f, plan.reciprocal)), hn::Set(f, 255.0f));
+    // The largest float below a half: what lies just below a half must not be rounded up to the next level.
+    const auto level = hn::ConvertTo(d32, hn::Add(up, hn::Set(f, 0.49999997f)));
+    return hn::DemoteTo(hn::Rebind<std::uint16_t, Half>(), level);
+}
+
+/// Nearest of the levels.
+HWY_INLINE Word NearestLevel(const Plan& plan, Word x) {
+    const Words d;
+    const hn::Half<Words> half;
+    const hn::Rebind<std::int32_t, hn::Half<Words> > d32;
+    const auto low = NearestHalf(plan, d32, hn::PromoteTo(d32, hn::LowerHalf(half, x)));
+    const auto high = NearestHalf(plan, d32, hn::PromoteTo(d32, hn::UpperHalf(half, x)));
+    return hn::Combine(d, high, low);
+}
+
+template <Plan::Method kMethod>
+HWY_INLINE Word LevelOf(const Plan& plan, Word x) {
+    if constexpr (kMethod == Plan::kNarrow) return NarrowLevel(plan, x);
+    if constexpr (kMethod == Plan::kWide) return WideLevel(plan, x);
+    return NearestLevel(plan, x);
+}
+
+template <Plan::Method kMethod, bool kBlanks, class In>
+void Levels(const Plan& given, const In* in, std::uint8_t* out, std::size_t count) {
+    const Words d;
+    const WordBytes bytes;
+    const hn::RebindToSigned<Words> signedWords;
+    // A copy, so that no store can change it.
+    const Plan plan = given;
+    const auto paint = [&](const In* from, std::uint8_t* to) HWY_ATTR {
+        const Word index = LoadIndices(plan, from);
+        const Word x =
+            hn::SaturatedSub(hn::SaturatedAdd(index, hn::Set(d, plan.raise)), hn::Set(d, plan.lower));
+        Word level = hn::Xor(LevelOf<kMethod>(plan, x), hn::Set(d, std::uint16_t{plan.flip}));
+        if constexpr (kBlanks) level = hn::IfThenZeroElse(IsBlank(plan, index), level);
+        hn::StoreU(hn::DemoteTo(bytes, hn::BitCast(signedWords, level)), bytes, to);
+    };
+    const std::size_t lanes = hn::Lanes(d);
+    if (count >= lanes) {
+        ForEachVector(count, lanes, [&](std::size_t i) HWY_ATTR { paint(in + i, out + i); });
+        return;
+    }
+    In few[kMostBytes] = {};
+    std::uint8_t levels[kMostBytes];
+    std::memcpy(few, in, count * sizeof(In));
+    paint(few, levels);
+    std::memcpy(out, levels, count);
+}
+
+template <bool kBlanks, class In>
+void LevelsByMethod(const Plan& plan, const In* in, std::uint8_t* out, std::size_t count) {
+    switch (plan.method) {
+        case Plan::kWide:
+            if constexpr (sizeof(In) > 1) return Levels<Plan::kWide, kBlanks>(plan, in, out, count);
+            break;
+        case Plan::kLevels:
+            return Levels<Plan::kLevels, kBlanks>(plan, in, out, count);
+        default:
+            return Levels<Plan::kNarrow, kBlanks>(plan, in, out, count);
+    }
+}
+
+// ---- Levels to levels ----
+
+/// Each level becomes map[level], xored with `flip`. The bytes up to the next whole vector change too.
+void MapLevels(const unsigned char* map, std::uint8_t flip, std::uint8_t* levels, std::size_t count) {
+    const Bytes d;
+    const auto sixteen = hn::Set(d, std::uint8_t{16});
+    [[maybe_unused]] const auto beyond = hn::Set(d, std::uint8_t{0x70});
+    const auto turn = hn::Set(d, flip);
+    for (std::size_t i = 0; i < count; i += hn::Lanes(d)) {
+        auto level = hn::LoadU(d, levels + i);
+        auto mapped = turn;
+        // Of each sixteenth of the map only levels 0 to 15, counted from its first, find an entry: the
+        // others carry their top bit into the shuffle, which gives 0 for them.
+        for (int part = 0; part < 16; ++part) {
+            const auto entries = hn::LoadDup128(d, map + 16 * part);
+#if HWY_ARCH_ARM
+            const auto index = level;  // all from 16 on give 0 there
+#else
+            const auto index = hn::SaturatedAdd(level, beyond);  // only the low four bits count below 128
+#endif
+            mapped = hn::Xor(mapped, hn::TableLookupBytesOr0(entries, index));
+            level = hn::Sub(level, sixteen);
+        }
+        hn::StoreU(mapped, d, levels + i);
+    }
+}
+
+template <class In>
+void BlankLevels(const Plan& plan, const In* in, std::uint8_t* levels, std::size_t count) {
+    const WordBytes bytes;
+    const hn::RebindToSigned<Words> d;
+    const auto clear = [&](const In* from, std::uint8_t* at) HWY_ATTR {
+        const auto mask = hn::VecFromMask(Words(), IsBlank(plan, LoadIndices(plan, from)));
+        const auto gone = hn::DemoteTo(bytes, hn::BitCast(d, hn::ShiftRight<8>(mask)));
+        hn::StoreU(hn::AndNot(gone, hn::LoadU(bytes, at)), bytes, at);
+    };
+    const std::size_t lanes = hn::Lanes(d);
+    if (count >= lanes) {
+        ForEachVector(count, lanes, [&](std::size_t i) HWY_ATTR { clear(in + i, levels + i); });
+        return;
+    }
+    In few[kMostBytes] = {};
+    std::memcpy(few, in, count * sizeof(In));
+    clear(few, levels);
+}
+
+// ---- Levels to display values ----
+
+/// Levels as the bytes of display values, Lanes() at a time. Levels have room for one vector more.
+template <int kOutBytes>
+struct Expand;
+
+template <>
+struct Expand<1> {
+    static HWY_INLINE std::size_t Lanes() { return hn::Lanes(Bytes()); }
+    HWY_INLINE void operator()(const std::uint8_t* levels, std::uint8_t* out) const {
+        hn::StoreU(hn::LoadU(Bytes(), levels), Bytes(), out);
+    }
+};
+
+template <>
+struct Expand<2> {
+    static HWY_INLINE std::size_t Lanes() { return hn::Lanes(Words()); }
+    HWY_INLINE void operator()(const std::uint8_t* levels, std::uint8_t* out) const {
+        const Word low = hn::PromoteTo(Words(), hn::LoadU(WordBytes(), levels));
+        hn::StoreU(hn::BitCast(Bytes(), hn::Or(low, hn::ShiftLeft<8>(low))), Bytes(), out);
+    }
+};
+
+template <>
+struct Expand<3> {
+    static HWY_INLINE std::size_t Lanes() { return hn::Lanes(Bytes()); }
+    HWY_INLINE void operator()(const std::uint8_t* levels, std::uint8_t* out) const {
+        const auto level = hn::LoadU(Bytes(), levels);
+        hn::StoreInterleaved3(level, level, level, Bytes(), out);
+    }
+};
+
+template <>
+struct Expand<4> {
+    static HWY_INLINE std::size_t Lanes() { return 16; }
+    HWY_INLINE void operator()(const std::uint8_t* levels, std::uint8_t* out) const {
+        HWY_ALIGN static constexpr std::uint8_t kFourOfEach[64] = {
+            0,  0,  0,  0,  1,  1,  1,  1,  2,  2,  2,  2,  3,  3,  3,  3,  4,  4,  4,  4,  5,  5,
+            5,  5,  6,  6,  6,  6,  7,  7,  7,  7,  8,  8,  8,  8,  9,  9,  9,  9,  10, 10, 10, 10,
+            11, 11, 11, 11, 12, 12, 12, 12, 13, 13, 13, 13, 14, 14, 14, 14, 15, 15, 15, 15};
+        const Bytes d;
+        const auto sixteen = hn::LoadDup128(d, levels);
+        for (std::size_t i = 0; i < sizeof kFourOfEach; i += hn::Lanes(d))
+            hn::StoreU(hn::TableLookupBytes(sixteen, hn::LoadU(d, kFourOfEach + i)), d, out + i);
+    }
+};
+
+template <int kOutBytes>
+void ExpandLevels(const std::uint8_t* levels, std::uint8_t* out, std::size_t count) {
+    const Expand<kOutBytes> expand;
+    const std::size_t lanes = expand.Lanes();
+    if (count >= lanes) {
+        ForEachVector(count, lanes, [&](std::size_t i) HWY_ATTR { expand(levels + i, out + i * kOutBytes); });
+        return;
+    }
+    std::uint8_t few[kOutBytes * kMostBytes];
+    expand(levels, few);
+    std::memcpy(out, few, count * kOutBytes);
+}
+
+template <class In>
+void PaintBlocks(const Plan& plan, const In* in, std::uint8_t* out, std::size_t count, int outBytes) {
+    HWY_ALIGN std::uint8_t buffer[kBlock + kMostBytes];
+    const bool direct = outBytes == 1 && plan.map == nullptr;
+    Plan first = plan;
+    if (plan.map != nullptr) first.flip = 0;
+    for (std::size_t block = 0; block < count; block += kBlock) {
+        const std::size_t pixels = std::min(kBlock, count - block);
+        std::uint8_t* const to = out + block * static_cast<std::size_t>(outBytes);
+        std::uint8_t* const levels = direct ? to : buffer;
+        if (plan.hasBlanks && plan.map == nullptr) {
+            LevelsByMethod<true>(first, in + block, levels, pixels);
+        } else {
+            LevelsByMethod<false>(first, in + block, levels, pixels);
+        }
+        if (direct) continue;
+        if (plan.map != nullptr) {
+            MapLevels(plan.map, plan.flip, levels, pixels);
+            if (plan.hasBlanks) BlankLevels(plan, in + block, levels, pixels);
+        }
+        switch (outBytes) {
+            case 1:
+                ExpandLevels<1>(levels, to, pixels);
+                break;
+            case 2:
+                ExpandLevels<2>(levels, to, pixels);
+                break;
+            case 3:
+                ExpandLevels<3>(levels, to, pixels);
+                break;
+            default:
+                ExpandLevels<4>(levels, to, pixels);
+                break;
+        }
+    }
+}
+
+void PaintRamp(const Plan& plan, const void* pixels, std::size_t count, void* out, int outBytes) {
+    auto* const bytes = static_cast<std::uint8_t*>(out);
+    if (plan.pixelBytes == 1) {
+        PaintBlocks(plan, static_cast<const std::uint8_t*>(pixels), bytes, count, outBytes);
+    } else {
+        PaintBlocks(plan, static_cast<const std::uint16_t*>(pixels), bytes, count, outBytes);
+    }
+}
+
+bool HasVectors() { return true; }
+
+#endif
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace zev
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace zev {
+namespace {
+
+HWY_EXPORT(PaintRamp);
+HWY_EXPORT(HasVectors);
+
+template <class In, class Out, class Put>
+void look_up(const ZEV_Painter::Plan& plan, const void* pixels, std::size_t count, const Put& put) {
+    const auto* const in = static_cast<const In*>(pixels);
+    const auto* const entries = static_cast<const Out*>(plan.entries);
+    const std::uint16_t origin = plan.origin;
+#pragma GCC unroll 8
+    for (std::size_t i = 0; i < count; ++i) put(i, entries[static_cast<In>(in[i] + origin)]);
+}
+
+template <class In>
+void paint_by_table(const ZEV_Painter::Plan& plan, const void* pixels, std::size_t count, void* out,
+                    int outBytes) {
+    const auto into = [out](auto zero) {
+        return
+            [to = static_cast<decltype(zero)*>(out)](std::size_t i, decltype(zero) value) { to[i] = value; };
+    };
+    if (outBytes == 1) return look_up<In, std::uint8_t>(plan, pixels, count, into(std::uint8_t{0}));
+    if (outBytes == 2) return look_up<In, std::uint16_t>(plan, pixels, count, into(std::uint16_t{0}));
+    if (outBytes == 4) return look_up<In, std::uint32_t>(plan, pixels, count, into(std::uint32_t{0}));
+    look_up<In, std::uint32_t>(plan, pixels, count, [out](std::size_t i, std::uint32_t value) {
+        std::uint8_t* const rgb = static_cast<std::uint8_t*>(out) + 3 * i;
+        rgb[0] = static_cast<std::uint8_t>(value >> 16);
+        rgb[1] = static_cast<std::uint8_t>(value >> 8);
+        rgb[2] = static_cast<std::uint8_t>(value);
+    });
+}
+
+}  // namespace
+
+bool CanPaintRamps() { return HWY_DYNAMIC_DISPATCH(HasVectors)(); }
+
+void PaintRun(const ZEV_Painter::Plan& plan, const void* pixels, std::size_t count, void* out, int outBytes) {
+    if (plan.method != ZEV_Painter::Plan::kTable) {
+        HWY_DYNAMIC_DISPATCH(PaintRamp)(plan, pixels, count, out, outBytes);
+    } else if (plan.pixelBytes == 1) {
+        paint_by_table<std::uint8_t>(plan, pixels, count, out, outBytes);
+    } else {
+        paint_by_table<std::uint16_t>(plan, pixels, count, out, outBytes);
+    }
+}
+
+}  // namespace zev
+#endif  // HWY_ONCE
