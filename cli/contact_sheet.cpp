@@ -56,7 +56,8 @@ Picture fit(const Picture& source, int width, int height) {
             int sum[3] = {0, 0, 0};
             for (int sy = y0; sy < y1; ++sy) {
                 for (int sx = x0; sx < x1; ++sx) {
-                    for (int c = 0; c < 3; ++c) sum[c] += source.At(sx, sy)[c];
+                    for (int c = 0; c < 3; ++c)
+                        sum[c] += source.At(sx, sy)[source.form == Picture::kRgb ? c : 0];
                 }
             }
             const int count = (y1 - y0) * (x1 - x0);

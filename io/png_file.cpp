@@ -11,7 +11,8 @@ namespace {
 
 bool is_grey(const Picture& picture) {
     for (std::size_t i = 0; i + 2 < picture.bytes.size(); i += 3) {
-        if (picture.bytes[i] != picture.bytes[i + 1] || picture.bytes[i] != picture.bytes[i + 2]) return false;
+        if (picture.bytes[i] != picture.bytes[i + 1] || picture.bytes[i] != picture.bytes[i + 2])
+            return false;
     }
     return true;
 }
@@ -19,13 +20,13 @@ bool is_grey(const Picture& picture) {
 }  // namespace
 
 std::vector<std::uint8_t> EncodePng(const Picture& picture) {
-    const bool grey = is_grey(picture);
+    const bool grey = picture.form == Picture::kGrey8 || is_grey(picture);
     std::vector<std::uint8_t> levels;
-    if (grey) {
+    if (grey && picture.form == Picture::kRgb) {
         levels.reserve(picture.bytes.size() / 3);
         for (std::size_t i = 0; i < picture.bytes.size(); i += 3) levels.push_back(picture.bytes[i]);
     }
-    const std::vector<std::uint8_t>& samples = grey ? levels : picture.bytes;
+    const std::vector<std::uint8_t>& samples = levels.empty() ? picture.bytes : levels;
 
     png_image image{};
     image.version = PNG_IMAGE_VERSION;

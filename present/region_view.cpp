@@ -2,15 +2,17 @@
 
 #include <KIT/KIT_LinesMask.h>
 #include <KIT/KIT_PolygonMask.h>
-#include <ZEV/ZEV_WindowingTable.h>
+#include <ZEV/ZEV_Painter.h>
 
-#include <refhost/MemoryContext.h>
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <map>
+#include <new>
 
 #include "io/number.h"
 #include "io/present_error.h"
+#include "renderer.h"
 
 namespace {
 
@@ -46,77 +48,128 @@ KIT_Rect on_screen(const KIT_Rect& inImage, const SPC_Affine& toScreen, int widt
     return {within(top, height), within(left, width), within(bottom, height), within(right, width)};
 }
 
-/// The entry of pixel value 0 of a table for true colour; null for none.
-template <class In>
-const unsigned int* origin_of(ZEV_AbstractWindowingTable* table) {
-    auto* const typed = dynamic_cast<ZEV_WindowingTable<In, unsigned int>*>(table);
-    return typed == nullptr ? nullptr : typed->GetTable();
-}
-
-const unsigned int* origin_of(ZEV_AbstractWindowingTable* table, const KIT_Raster& raster) {
-    if (raster.m_BitsPerPixel <= 8) {
-        return raster.m_bSigned ? origin_of<signed char>(table) : origin_of<unsigned char>(table);
-    }
-    return raster.m_bSigned ? origin_of<short>(table) : origin_of<unsigned short>(table);
-}
-
-/// The image's pixels through a table, or the pixels of an image in colour as they are; black where the file
-/// lacks them.
-class Pixels {
+/// One row of the screen: the stored pixels under it, or with `smooth` the four around each of its points,
+/// which are painted first and mixed then, since a window is no straight line.
+class ScreenRow {
 public:
-    explicit Pixels(OpenedImage& image)
+    ScreenRow(OpenedImage& image, const SPC_Affine& toRaster, int width, bool smooth, Picture::Form form)
         : m_Raster(image.Raster()),
           m_Present(image.File().PresentPixels()),
-          m_IsColour(image.File().IsColour()) {
+          m_bColour(image.File().IsColour()),
+          m_PixelBytes(m_bColour                      ? 4
+                       : m_Raster.m_BitsPerPixel <= 8 ? 1
+                                                      : 2),
+          m_ToRaster(toRaster),
+          m_Form(form),
+          m_Samples(smooth ? 4 : 1),
+          m_Pixels(Count(width) * m_PixelBytes),
+          m_Shown(Count(width)),
+          m_Painted(Count(width) * static_cast<std::size_t>(form)),
+          m_Weights(smooth ? static_cast<std::size_t>(width) : 0) {
         m_Raster.Lock();
-        m_Bytes = static_cast<const unsigned char*>(m_Raster.GetPixels());
+        m_pBytes = static_cast<const unsigned char*>(m_Raster.GetPixels());
     }
-    ~Pixels() { m_Raster.Unlock(); }
-    Pixels(const Pixels&) = delete;
-    Pixels& operator=(const Pixels&) = delete;
+    ~ScreenRow() { m_Raster.Unlock(); }
+    ScreenRow(const ScreenRow&) = delete;
+    ScreenRow& operator=(const ScreenRow&) = delete;
 
-    unsigned int At(int x, int y, const unsigned int* table) const {
-        const std::size_t i = static_cast<std::size_t>(y) * static_cast<std::size_t>(m_Raster.m_Width) +
-                              static_cast<std::size_t>(x);
-        if (i >= m_Present) return 0;
-        if (m_IsColour) {
-            unsigned int pixel;
-            std::memcpy(&pixel, m_Bytes + 4 * i, 4);
-            return pixel;
+    void Gather(int y, int width) {
+        for (int x = 0; x < width; ++x) {
+            const double rx = m_ToRaster.X(x + 0.5, y + 0.5), ry = m_ToRaster.Y(x + 0.5, y + 0.5);
+            const int column = pixel_of(rx, m_Raster.m_Width), row = pixel_of(ry, m_Raster.m_Height);
+            const bool isInside = column >= 0 && row >= 0;
+            const std::size_t at = Count(x);
+            if (m_Samples == 1 || !isInside) {
+                for (std::size_t i = 0; i < m_Samples; ++i) take(at + i, column, row, isInside);
+                continue;
+            }
+            const double left = std::floor(rx - 0.5), top = std::floor(ry - 0.5);
+            const auto within = [](int i, int size) { return std::clamp(i, 0, size - 1); };
+            for (int corner = 0; corner < 4; ++corner) {
+                take(at + static_cast<std::size_t>(corner),
+                     within(static_cast<int>(left) + corner % 2, m_Raster.m_Width),
+                     within(static_cast<int>(top) + corner / 2, m_Raster.m_Height), true);
+            }
+            m_Weights[static_cast<std::size_t>(x)] = {rx - 0.5 - left, ry - 0.5 - top};
         }
-        if (table == nullptr) return 0;
-        if (m_Raster.m_BitsPerPixel <= 8) {
-            return m_Raster.m_bSigned ? table[static_cast<signed char>(m_Bytes[i])] : table[m_Bytes[i]];
-        }
-        if (m_Raster.m_bSigned) return table[reinterpret_cast<const short*>(m_Bytes)[i]];
-        return table[reinterpret_cast<const unsigned short*>(m_Bytes)[i]];
     }
 
-    /// Between the four pixels around a point, in display values: a table is no straight line.
-    unsigned int Between(double x, double y, const unsigned int* table) const {
-        const auto column = [this](int i) { return std::clamp(i, 0, m_Raster.m_Width - 1); };
-        const auto row = [this](int i) { return std::clamp(i, 0, m_Raster.m_Height - 1); };
-        const double left = std::floor(x - 0.5), top = std::floor(y - 0.5);
-        const double u = x - 0.5 - left, v = y - 0.5 - top;
-        const int x0 = static_cast<int>(left), y0 = static_cast<int>(top);
-        const unsigned int corners[4] = {At(column(x0), row(y0), table), At(column(x0 + 1), row(y0), table),
-                                         At(column(x0), row(y0 + 1), table),
-                                         At(column(x0 + 1), row(y0 + 1), table)};
-        unsigned int mixed = 0;
-        for (int shift = 0; shift <= 16; shift += 8) {
-            const auto level = [&](int i) { return static_cast<double>((corners[i] >> shift) & 0xFF); };
-            const double upper = level(0) * (1 - u) + level(1) * u;
-            const double lower = level(2) * (1 - u) + level(3) * u;
-            mixed |= static_cast<unsigned int>(std::lround(upper * (1 - v) + lower * v)) << shift;
+    /// Columns `from` to `to` of the row with a painter; what is in colour already needs none.
+    void Paint(const ZEV_Painter* painter, int from, int to, std::uint8_t* out) {
+        if (from >= to) return;
+        const std::size_t first = Count(from), count = Count(to) - first,
+                          bytes = static_cast<std::size_t>(m_Form);
+        std::uint8_t* const painted = m_Painted.data() + first * bytes;
+        const unsigned char* const pixels = m_Pixels.data() + first * m_PixelBytes;
+        if (painter == nullptr) {
+            for (std::size_t i = 0; i < count; ++i) {
+                std::uint32_t pixel;
+                std::memcpy(&pixel, pixels + 4 * i, 4);
+                for (int c = 0; c < 3; ++c)
+                    painted[3 * i + static_cast<std::size_t>(c)] =
+                        static_cast<std::uint8_t>(pixel >> (16 - 8 * c));
+            }
+        } else {
+            const auto paint = m_Form == Picture::kRgb ? &ZEV_Painter::PaintRgb : &ZEV_Painter::Paint;
+            (painter->*paint)(pixels, 0, static_cast<int>(count), 1, painted, 0);
         }
-        return mixed;
+        for (std::size_t i = 0; i < count; ++i) {
+            if (!m_Shown[first + i]) std::memset(painted + i * bytes, 0, bytes);
+        }
+        if (m_Samples == 1) {
+            std::memcpy(out + static_cast<std::size_t>(from) * bytes, painted, count * bytes);
+        } else if (m_Form == Picture::kGrey16) {
+            for (int x = from; x < to; ++x) mix<std::uint16_t>(x, 1, out);
+        } else {
+            for (int x = from; x < to; ++x) mix<std::uint8_t>(x, 3, out);
+        }
     }
 
 private:
+    struct Weights {
+        double u, v;
+    };
+
+    std::size_t Count(int columns) const { return static_cast<std::size_t>(columns) * m_Samples; }
+
+    void take(std::size_t at, int column, int row, bool isInside) {
+        const std::size_t i = static_cast<std::size_t>(row) * static_cast<std::size_t>(m_Raster.m_Width) +
+                              static_cast<std::size_t>(column);
+        m_Shown[at] = isInside && i < m_Present;
+        if (m_Shown[at]) std::memcpy(&m_Pixels[at * m_PixelBytes], m_pBytes + i * m_PixelBytes, m_PixelBytes);
+    }
+
+    template <class Sample>
+    void mix(int x, std::size_t channels, std::uint8_t* out) const {
+        const Weights w = m_Weights[static_cast<std::size_t>(x)];
+        for (std::size_t c = 0; c < channels; ++c) {
+            double level[4];
+            for (std::size_t i = 0; i < 4; ++i) {
+                Sample sample;
+                std::memcpy(&sample, &m_Painted[((Count(x) + i) * channels + c) * sizeof sample],
+                            sizeof sample);
+                level[i] = sample;
+            }
+            const double upper = level[0] * (1 - w.u) + level[1] * w.u;
+            const double lower = level[2] * (1 - w.u) + level[3] * w.u;
+            const auto mixed = static_cast<Sample>(std::lround(upper * (1 - w.v) + lower * w.v));
+            std::memcpy(out + (static_cast<std::size_t>(x) * channels + c) * sizeof mixed, &mixed,
+                        sizeof mixed);
+        }
+    }
+
     refhost::MemoryRaster& m_Raster;
     std::size_t m_Present;
-    bool m_IsColour;
-    const unsigned char* m_Bytes;
+    bool m_bColour;
+    std::size_t m_PixelBytes;
+    SPC_Affine m_ToRaster;
+    Picture::Form m_Form;
+    std::size_t m_Samples;
+    std::vector<unsigned char> m_Pixels;
+    std::vector<unsigned char> m_Shown;
+    std::vector<std::uint8_t> m_Painted;
+    std::vector<Weights> m_Weights;
+    const unsigned char* m_pBytes = nullptr;
 };
 
 }  // namespace
@@ -181,6 +234,12 @@ RegionView::RegionView(OpenedImage& image, const PresentationOptions& presentati
     if (image.File().IsColour() && !regions.empty()) {
         throw PresentError(image.File().Path(), "is in colour and takes no regions");
     }
+    if (options.size.empty() && options.zoom != 1.0) {
+        const auto zoomed = [&options](int side) {
+            return static_cast<int>(std::clamp(std::round(side * options.zoom), 1.0, double{kLongestSide}));
+        };
+        m_Width = zoomed(m_Width), m_Height = zoomed(m_Height);
+    }
     m_Space.SetRasterSize(image.File().Columns(), image.File().Rows());
     m_Space.SetScreenSize(m_Width, m_Height);
     m_Space.SetZoom(options.zoom);
@@ -244,14 +303,11 @@ void RegionView::enter_masks() {
     }
 }
 
-Picture RegionView::Draw() {
+Picture RegionView::Draw(int bits) {
+    RefuseColourIn16Bits(m_Image, bits);
     enter_masks();
-    refhost::MemoryContext context(256);
-    refhost::MemoryRaster target;
-    target.m_PixelFormat = refhost::MemoryRaster::kTrueColor;
-    target.m_BitsPerPixel = 32;
-    const ZEV_TableParams tableParams(&m_Image.View(), &context, &m_Image.Raster(), &target,
-                                      KIT_Rect(0, 0, m_Height, m_Width));
+    const TargetForm form(m_Image, PictureTarget(bits), KIT_Rect(0, 0, m_Height, m_Width));
+    const ZEV_TableParams& tableParams = form.Params();
     const bool isColour = m_Image.File().IsColour();
     try {
         if (!isColour) m_Masks.UpdateMasks(tableParams);
@@ -259,41 +315,33 @@ Picture RegionView::Draw() {
         throw UsageError(std::string("--region: ") + error.what());
     }
 
-    const KIT_Raster& raster = m_Image.Raster();
-    const unsigned int* const standard = isColour ? nullptr : origin_of(m_Masks.GetDefaultTable(), raster);
-    if (!isColour && standard == nullptr)
-        throw PresentError(m_Image.File().Path(), "no table can be made for its pixels");
-
-    const SPC_Affine toRaster = m_Space.GetScreen2Raster();
-    const Pixels pixels(m_Image);
-    Picture picture(m_Width, m_Height);
-    const auto draw = [&](int y, int from, int to, const unsigned int* table) {
-        for (int x = from; x < to; ++x) {
-            const double rx = toRaster.X(x + 0.5, y + 0.5), ry = toRaster.Y(x + 0.5, y + 0.5);
-            const int column = pixel_of(rx, raster.m_Width), row = pixel_of(ry, raster.m_Height);
-            if (column < 0 || row < 0) continue;
-            const unsigned int display =
-                m_Options.smooth ? pixels.Between(rx, ry, table) : pixels.At(column, row, table);
-            std::uint8_t* const out = picture.At(x, y);
-            out[0] = static_cast<std::uint8_t>(display >> 16);
-            out[1] = static_cast<std::uint8_t>(display >> 8);
-            out[2] = static_cast<std::uint8_t>(display);
-        }
+    Picture picture(m_Width, m_Height, bits == 16 ? Picture::kGrey16 : Picture::kRgb);
+    ScreenRow row(m_Image, m_Space.GetScreen2Raster(), m_Width, m_Options.smooth, picture.form);
+    std::unique_ptr<ZEV_Painter> standard;
+    if (!isColour) {
+        standard = std::make_unique<ZEV_Painter>(m_Image.Frozen(), tableParams);
+        if (!standard->IsReady()) throw std::bad_alloc();
+    }
+    // One painter for each region's table.
+    std::map<const KIT_Mask::Data*, ZEV_Painter> painters;
+    const auto painter_of = [&](const KIT_Mask::Data* tag) {
+        auto* const params = dynamic_cast<ZEV_Params*>(m_Masks.GetParamOf(tag));
+        if (params == nullptr) return standard.get();
+        return &painters.try_emplace(tag, *params, tableParams).first->second;
     };
     const std::vector<KIT_LinesMask::Run>& runs = m_Masks.GetCombinedMask()->GetRuns();
     auto run = runs.begin();
     for (int y = 0; y < m_Height; ++y) {
+        row.Gather(y, m_Width);
         int x = 0;
         while (run != runs.end() && run->y < y) ++run;
         for (; run != runs.end() && run->y == y; ++run) {
             const int from = std::clamp(run->left, 0, m_Width), to = std::clamp(run->right, 0, m_Width);
-            draw(y, x, from, standard);
-            const unsigned int* const own =
-                origin_of(static_cast<ZEV_AbstractWindowingTable*>(run->data), raster);
-            draw(y, from, to, own == nullptr ? standard : own);
+            row.Paint(standard.get(), x, from, picture.Row(y));
+            row.Paint(painter_of(run->data), from, to, picture.Row(y));
             x = to;
         }
-        draw(y, x, m_Width, standard);
+        row.Paint(standard.get(), x, m_Width, picture.Row(y));
     }
     m_Masks.FinalizeAll(tableParams);
     m_Image.Frozen().Defrost();

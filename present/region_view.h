@@ -18,7 +18,7 @@ struct ViewOptions {
     std::vector<double> pan;  ///< x,y in screen pixels
     double rotate = 0.0;      ///< degrees clockwise
     std::string flip;         ///< "h", "v", "hv" or empty
-    std::string size;         ///< WxH; the image's own size when empty
+    std::string size;         ///< WxH; when empty the image's own size times the zoom
     bool smooth = false;      ///< bilinear instead of the nearest pixel
     /// Anything but the picture at its own size.
     bool IsView() const;
@@ -37,8 +37,8 @@ public:
     RegionView& operator=(const RegionView&) = delete;
 
     /// Draws by the combined mask: each run with its own table, the default table elsewhere, black outside
-    /// the image.
-    Picture Draw();
+    /// the image. In 8 bits of red, green and blue, or in 16 bits of grey.
+    Picture Draw(int bits = 8);
 
 private:
     struct Region;

@@ -1,6 +1,9 @@
 #include "renderer.h"
 
-#include <refhost/MemoryContext.h>
+#include <ZEV/ZEV_ColorMap.h>
+#include <ZEV/ZEV_Painter.h>
+
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -55,27 +58,45 @@ std::vector<std::uint8_t> storage_bytes(ZEV_AbstractWindowingTable& table, const
     return bytes;
 }
 
+/// The screen of a picture at the image's own size.
+KIT_Rect whole(const OpenedImage& image) { return {0, 0, image.File().Rows(), image.File().Columns()}; }
+
+/// The pixels of an image in colour as they are.
+Picture colour_picture(OpenedImage& image) {
+    refhost::MemoryRaster& raster = image.Raster();
+    Picture picture(raster.m_Width, raster.m_Height);
+    raster.Lock();
+    const auto* const source = static_cast<const std::uint32_t*>(raster.GetPixels());
+    for (std::size_t i = 0; i < image.File().PresentPixels(); ++i) {
+        picture.bytes[3 * i] = static_cast<std::uint8_t>(source[i] >> 16);
+        picture.bytes[3 * i + 1] = static_cast<std::uint8_t>(source[i] >> 8);
+        picture.bytes[3 * i + 2] = static_cast<std::uint8_t>(source[i]);
+    }
+    raster.Unlock();
+    return picture;
+}
+
 }  // namespace
+
+TargetForm::TargetForm(OpenedImage& image, const TableTarget& target, const KIT_Rect& outputRect)
+    : m_Context(target.mode != TableTarget::kLevels ? kLevels
+                : target.depth < 31                 ? 1 << target.depth
+                                                    : std::numeric_limits<int>::max(),
+                target.mode == TableTarget::kPalette ? grey_palette() : std::vector<std::uint32_t>()),
+      m_Params(&image.View(), &m_Context, &image.Raster(), &m_Raster, outputRect) {
+    m_Raster.m_PixelFormat = target.mode == TableTarget::kTrueColour ? refhost::MemoryRaster::kTrueColor
+                                                                     : refhost::MemoryRaster::kPalette;
+    m_Raster.m_BitsPerPixel = target.depth;
+}
 
 std::unique_ptr<ZEV_AbstractWindowingTable> BuildTable(OpenedImage& image, const TableTarget& target) {
     if (image.File().IsColour())
         throw PresentError(image.File().Path(), "is in colour and has no windowing table");
-    int levels = kLevels;
-    if (target.mode == TableTarget::kLevels) {
-        levels = target.depth < 31 ? 1 << target.depth : std::numeric_limits<int>::max();
-    }
-    refhost::MemoryContext context(
-        levels, target.mode == TableTarget::kPalette ? grey_palette() : std::vector<std::uint32_t>());
-    refhost::MemoryRaster form;
-    form.m_PixelFormat = target.mode == TableTarget::kTrueColour ? refhost::MemoryRaster::kTrueColor
-                                                                 : refhost::MemoryRaster::kPalette;
-    form.m_BitsPerPixel = target.depth;
+    const TargetForm form(image, target, whole(image));
     ZEV_Params& frozen = image.Frozen();
     frozen.Freeze();
-    const ZEV_TableParams tableParams(&image.View(), &context, &image.Raster(), &form,
-                                      KIT_Rect(0, 0, image.File().Rows(), image.File().Columns()));
-    std::unique_ptr<ZEV_AbstractWindowingTable> table(frozen.BuildTable(tableParams));
-    frozen.Finalize(tableParams);
+    std::unique_ptr<ZEV_AbstractWindowingTable> table(frozen.BuildTable(form.Params()));
+    frozen.Finalize(form.Params());
     frozen.Defrost();
     if (table == nullptr && target.mode == TableTarget::kLevels && target.depth > 16)
         throw PresentError(image.File().Path(), "no table is defined for that target and depth");
@@ -90,31 +111,44 @@ std::vector<std::uint8_t> TableBytes(ZEV_AbstractWindowingTable& table, const KI
     return storage_bytes<unsigned int>(table, raster);
 }
 
-Picture Render(OpenedImage& image) {
-    const bool isColour = image.File().IsColour();
-    const std::unique_ptr<ZEV_AbstractWindowingTable> table =
-        isColour ? nullptr : BuildTable(image, TableTarget());
+TableTarget PictureTarget(int bits) {
+    return bits == 16 ? TableTarget{TableTarget::kLevels, 16} : TableTarget{TableTarget::kTrueColour, 32};
+}
+
+void RefuseColourIn16Bits(const OpenedImage& image, int bits) {
+    if (image.File().IsColour() && bits == 16)
+        throw PresentError(image.File().Path(), "is in colour, and a picture of 16 bits is grey");
+}
+
+Picture Render(OpenedImage& image, int bits) {
+    RefuseColourIn16Bits(image, bits);
+    if (image.File().IsColour()) return colour_picture(image);
+    ZEV_Params& frozen = image.Frozen();
+    frozen.Freeze();
+    const ZEV_ColorMap* const map = frozen.GetColorMap();
+    const bool isGrey = map == nullptr || map->IsDummy();
+    TableTarget target = PictureTarget(bits);
+    if (isGrey && bits == 8) target.depth = 8;
+    const TargetForm form(image, target, whole(image));
+    const ZEV_Painter painter(frozen, form.Params());
+    frozen.Finalize(form.Params());
+    frozen.Defrost();
+    if (!painter.IsReady()) throw std::bad_alloc();
+
     refhost::MemoryRaster& raster = image.Raster();
-    Picture picture(raster.m_Width, raster.m_Height);
-    const auto draw = [&picture, present = image.File().PresentPixels()](auto colourOf) {
-        for (std::size_t i = 0; i < present; ++i) {
-            const unsigned int colour = colourOf(i);
-            picture.bytes[3 * i] = static_cast<std::uint8_t>(colour >> 16);
-            picture.bytes[3 * i + 1] = static_cast<std::uint8_t>(colour >> 8);
-            picture.bytes[3 * i + 2] = static_cast<std::uint8_t>(colour);
-        }
-    };
+    Picture picture(raster.m_Width, raster.m_Height,
+                    target.depth == 8    ? Picture::kGrey8
+                    : target.depth == 16 ? Picture::kGrey16
+                                         : Picture::kRgb);
+    const int pixelBytes = raster.m_BitsPerPixel <= 8 ? 1 : 2;
+    const auto outBytes = static_cast<std::ptrdiff_t>(picture.RowBytes());
     raster.Lock();
-    bool drawn = isColour;
-    if (isColour) {
-        draw([source = static_cast<const std::uint32_t*>(raster.GetPixels())](auto i) { return source[i]; });
-    } else {
-        drawn = visit_table<unsigned int>(*table, raster, [&](auto& typed, auto sample) {
-            const auto* source = static_cast<const decltype(sample)*>(raster.GetPixels());
-            draw([source, display = typed.GetTable()](auto i) { return display[source[i]]; });
-        });
-    }
+    const auto paint = target.depth == 32 ? &ZEV_Painter::PaintRgb : &ZEV_Painter::Paint;
+    (painter.*paint)(raster.GetPixels(), std::ptrdiff_t{pixelBytes} * raster.m_Width, raster.m_Width,
+                     raster.m_Height, picture.bytes.data(), outBytes);
     raster.Unlock();
-    if (!drawn) throw PresentError(image.File().Path(), "no table can be made for its pixels");
+    const std::size_t present = image.File().PresentPixels() * static_cast<std::size_t>(picture.form);
+    std::fill(picture.bytes.begin() + static_cast<std::ptrdiff_t>(present), picture.bytes.end(),
+              std::uint8_t{0});
     return picture;
 }

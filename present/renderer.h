@@ -2,6 +2,8 @@
 
 #include <ZEV/ZEV_WindowingTable.h>
 
+#include <refhost/MemoryContext.h>
+#include <refhost/MemoryRaster.h>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,6 +19,18 @@ struct TableTarget {
     int depth = 32;
 };
 
+/// What a table or a painter is made for: the arguments of both, for one image.
+class TargetForm {
+public:
+    TargetForm(OpenedImage& image, const TableTarget& target, const KIT_Rect& outputRect);
+    const ZEV_TableParams& Params() const { return m_Params; }
+
+private:
+    refhost::MemoryContext m_Context;
+    refhost::MemoryRaster m_Raster;
+    ZEV_TableParams m_Params;
+};
+
 /// The table that the image's parameters give for a target. Throws PresentError when none is defined for the
 /// two.
 std::unique_ptr<ZEV_AbstractWindowingTable> BuildTable(OpenedImage& image, const TableTarget& target);
@@ -25,5 +39,12 @@ std::unique_ptr<ZEV_AbstractWindowingTable> BuildTable(OpenedImage& image, const
 std::vector<std::uint8_t> TableBytes(ZEV_AbstractWindowingTable& table, const KIT_Raster& raster,
                                      int outputDepth);
 
-/// One picture pixel per image pixel; pixels that the file lacks are black.
-Picture Render(OpenedImage& image);
+/// The target of a picture with 8 or 16 bits per sample: true colour, or 65,536 levels of grey.
+TableTarget PictureTarget(int bits);
+
+/// Throws PresentError for an image in colour that is to be drawn in 16 bits.
+void RefuseColourIn16Bits(const OpenedImage& image, int bits);
+
+/// One picture pixel per image pixel; pixels that the file lacks are black. In 8 bits, grey unless the image
+/// or its colour map has colours, or in 16 bits of grey.
+Picture Render(OpenedImage& image, int bits = 8);

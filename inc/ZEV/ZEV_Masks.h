@@ -3,6 +3,7 @@
 #include <KIT/KIT_BaseParams.h>
 #include <KIT/KIT_ChangeCounter.h>
 #include <KIT/KIT_LinesMask.h>
+#include <KIT/KIT_Mask.h>
 #include <KIT/KIT_Rect.h>
 #include <ZEV/ZEV_Export.h>
 #include <ZEV/ZEV_TableParams.h>
@@ -69,6 +70,9 @@ public:
     KIT_LinesMask* GetCombinedMask();
     /// The table of the first item; null if it has none or the list is empty.
     ZEV_AbstractWindowingTable* GetDefaultTable();
+    /// The parameter of the item whose table a run's tag is; null for any other. A front end that paints its
+    /// runs makes a ZEV_Painter from it.
+    ZEV_MaskableParam* GetParamOf(const KIT_Mask::Data* tag) const;
     /// The sum of all mask and table counters: two results differ if anything changed in between.
     KIT_ChangeCounter GetTotalCC();
     bool IsDynamicMask() const;

@@ -117,6 +117,13 @@ ZEV_AbstractWindowingTable* ZEV_Masks::GetDefaultTable() {
     return m_Items.empty() ? nullptr : m_Items.front()->GetTable();
 }
 
+ZEV_MaskableParam* ZEV_Masks::GetParamOf(const KIT_Mask::Data* tag) const {
+    for (BaseItem* item : m_Items) {
+        if (tag != nullptr && item->GetTable() == tag) return item->GetParam();
+    }
+    return nullptr;
+}
+
 KIT_ChangeCounter ZEV_Masks::GetTotalCC() {
     KIT_ChangeCounter total(0);
     for (BaseItem* item : m_Items) {
