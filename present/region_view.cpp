@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <map>
+#include <unordered_map>
 #include <new>
 
 #include "io/number.h"
@@ -323,7 +323,7 @@ Picture RegionView::Draw(int bits) {
         if (!standard->IsReady()) throw std::bad_alloc();
     }
     // One painter for each region's table.
-    std::map<const KIT_Mask::Data*, ZEV_Painter> painters;
+    std::unordered_map<const KIT_Mask::Data*, ZEV_Painter> painters;
     const auto painter_of = [&](const KIT_Mask::Data* tag) {
         auto* const params = dynamic_cast<ZEV_Params*>(m_Masks.GetParamOf(tag));
         if (params == nullptr) return standard.get();

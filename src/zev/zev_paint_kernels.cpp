@@ -38,15 +38,6 @@ constexpr std::size_t kMostBytes = HWY_MAX_BYTES;
 /// Pixels whose levels stay in the nearest cache.
 constexpr std::size_t kBlock = 1024;
 
-/// Calls visit(position) for steps of `lanes` that cover 0 to count, the last two perhaps overlapping. Not
-/// for fewer than `lanes`.
-template <class Visit>
-HWY_INLINE void ForEachVector(std::size_t count, std::size_t lanes, const Visit& visit) {
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes) visit(i);
-    if (i < count) visit(count - lanes);
-}
-
 // ---- Pixels to levels ----
 
 HWY_INLINE Word LoadIndices(const Plan& plan, const std::uint16_t* from) {
@@ -113,44 +104,85 @@ HWY_INLINE Word LevelOf(const Plan& plan, Word x) {
     return NearestLevel(plan, x);
 }
 
-template <Plan::Method kMethod, bool kBlanks, class In>
-void Levels(const Plan& given, const In* in, std::uint8_t* out, std::size_t count) {
-    const Words d;
-    const WordBytes bytes;
-    const hn::RebindToSigned<Words> signedWords;
-    // A copy, so that no store can change it.
-    const Plan plan = given;
-    const auto paint = [&](const In* from, std::uint8_t* to) HWY_ATTR {
-        const Word index = LoadIndices(plan, from);
-        const Word x =
-            hn::SaturatedSub(hn::SaturatedAdd(index, hn::Set(d, plan.raise)), hn::Set(d, plan.lower));
-        Word level = hn::Xor(LevelOf<kMethod>(plan, x), hn::Set(d, std::uint16_t{plan.flip}));
-        if constexpr (kBlanks) level = hn::IfThenZeroElse(IsBlank(plan, index), level);
-        hn::StoreU(hn::DemoteTo(bytes, hn::BitCast(signedWords, level)), bytes, to);
-    };
-    const std::size_t lanes = hn::Lanes(d);
+// ---- Levels to display values ----
+
+/// Puts a vector of levels into display values of so many bytes: the level in each of them, for 3 as red, green and
+/// blue.
+template <int kOutBytes>
+HWY_INLINE void Put(Word level, std::uint8_t* out) {
+    if constexpr (kOutBytes == 2) {
+        hn::StoreU(hn::BitCast(Bytes(), hn::Or(level, hn::ShiftLeft<8>(level))), Bytes(), out);
+    } else if constexpr (kOutBytes == 4) {
+        // Four times the lowest byte of each number.
+        alignas(16) static constexpr std::uint8_t kLowest[16] = {0, 0, 0, 0, 4,  4,  4,  4,
+                                                                 8, 8, 8, 8, 12, 12, 12, 12};
+        const hn::Half<Words> half;
+        const hn::ScalableTag<std::uint32_t> d32;
+        const auto lowest = hn::LoadDup128(Bytes(), kLowest);
+        const auto put = [&](auto longs, std::uint8_t* to) HWY_ATTR {
+            hn::StoreU(hn::TableLookupBytes(hn::BitCast(Bytes(), longs), lowest), Bytes(), to);
+        };
+        put(hn::PromoteTo(d32, hn::LowerHalf(half, level)), out);
+        put(hn::PromoteTo(d32, hn::UpperHalf(half, level)), out + hn::Lanes(Bytes()));
+    } else {
+        const WordBytes bytes;
+        const auto packed = hn::DemoteTo(bytes, hn::BitCast(hn::RebindToSigned<Words>(), level));
+        if constexpr (kOutBytes == 1) {
+            hn::StoreU(packed, bytes, out);
+        } else {
+            hn::StoreInterleaved3(packed, packed, packed, bytes, out);
+        }
+    }
+}
+
+/// Calls paint(pixels, out) for whole vectors of pixels that cover them all, the last two perhaps overlapping; few
+/// pixels go through a buffer.
+template <int kOutBytes, class In, class Paint>
+HWY_INLINE void ForEachVector(const In* in, std::uint8_t* out, std::size_t count, const Paint& paint) {
+    const std::size_t lanes = hn::Lanes(Words());
     if (count >= lanes) {
-        ForEachVector(count, lanes, [&](std::size_t i) HWY_ATTR { paint(in + i, out + i); });
+        std::size_t i = 0;
+        for (; i + lanes <= count; i += lanes) paint(in + i, out + i * kOutBytes);
+        if (i < count) paint(in + (count - lanes), out + (count - lanes) * kOutBytes);
         return;
     }
     In few[kMostBytes] = {};
-    std::uint8_t levels[kMostBytes];
+    std::uint8_t painted[kOutBytes * kMostBytes];
     std::memcpy(few, in, count * sizeof(In));
-    paint(few, levels);
-    std::memcpy(out, levels, count);
+    std::memcpy(painted, out, count * kOutBytes);
+    paint(few, painted);
+    std::memcpy(out, painted, count * kOutBytes);
 }
 
-template <bool kBlanks, class In>
-void LevelsByMethod(const Plan& plan, const In* in, std::uint8_t* out, std::size_t count) {
-    switch (plan.method) {
-        case Plan::kWide:
-            if constexpr (sizeof(In) > 1) return Levels<Plan::kWide, kBlanks>(plan, in, out, count);
-            break;
-        case Plan::kLevels:
-            return Levels<Plan::kLevels, kBlanks>(plan, in, out, count);
-        default:
-            return Levels<Plan::kNarrow, kBlanks>(plan, in, out, count);
+template <Plan::Method kMethod, bool kBlanks, int kOutBytes, class In>
+void PaintLevels(const Plan& given, const In* in, std::uint8_t* out, std::size_t count) {
+    const Words d;
+    // A copy, so that no store can change it.
+    const Plan plan = given;
+    // A map is to be laid over the levels first.
+    const std::uint16_t flip = plan.map == nullptr ? plan.flip : 0;
+    ForEachVector<kOutBytes>(in, out, count, [&](const In* from, std::uint8_t* to) HWY_ATTR {
+        const Word index = LoadIndices(plan, from);
+        const Word x =
+            hn::SaturatedSub(hn::SaturatedAdd(index, hn::Set(d, plan.raise)), hn::Set(d, plan.lower));
+        Word level = hn::Xor(LevelOf<kMethod>(plan, x), hn::Set(d, flip));
+        if constexpr (kBlanks) level = hn::IfThenZeroElse(IsBlank(plan, index), level);
+        Put<kOutBytes>(level, to);
+    });
+}
+
+template <bool kBlanks, int kOutBytes, class In>
+void PaintByMethod(const Plan& plan, const In* in, std::uint8_t* out, std::size_t count) {
+    // Levels have 8 bits, and so have the pixels of no wide ramp.
+    if constexpr (sizeof(In) > 1) {
+        if (plan.method == Plan::kWide)
+            return PaintLevels<Plan::kWide, kBlanks, kOutBytes>(plan, in, out, count);
     }
+    if constexpr (kOutBytes == 1) {
+        if (plan.method == Plan::kLevels)
+            return PaintLevels<Plan::kLevels, kBlanks, kOutBytes>(plan, in, out, count);
+    }
+    PaintLevels<Plan::kNarrow, kBlanks, kOutBytes>(plan, in, out, count);
 }
 
 // ---- Levels to levels ----
@@ -182,127 +214,48 @@ void MapLevels(const unsigned char* map, std::uint8_t flip, std::uint8_t* levels
 
 template <class In>
 void BlankLevels(const Plan& plan, const In* in, std::uint8_t* levels, std::size_t count) {
-    const WordBytes bytes;
-    const hn::RebindToSigned<Words> d;
-    const auto clear = [&](const In* from, std::uint8_t* at) HWY_ATTR {
-        const auto mask = hn::VecFromMask(Words(), IsBlank(plan, LoadIndices(plan, from)));
-        const auto gone = hn::DemoteTo(bytes, hn::BitCast(d, hn::ShiftRight<8>(mask)));
-        hn::StoreU(hn::AndNot(gone, hn::LoadU(bytes, at)), bytes, at);
-    };
-    const std::size_t lanes = hn::Lanes(d);
-    if (count >= lanes) {
-        ForEachVector(count, lanes, [&](std::size_t i) HWY_ATTR { clear(in + i, levels + i); });
-        return;
-    }
-    In few[kMostBytes] = {};
-    std::memcpy(few, in, count * sizeof(In));
-    clear(few, levels);
+    ForEachVector<1>(in, levels, count, [&](const In* from, std::uint8_t* at) HWY_ATTR {
+        const Word level = hn::PromoteTo(Words(), hn::LoadU(WordBytes(), at));
+        Put<1>(hn::IfThenZeroElse(IsBlank(plan, LoadIndices(plan, from)), level), at);
+    });
 }
 
-// ---- Levels to display values ----
-
-/// Levels as the bytes of display values, Lanes() at a time. Levels have room for one vector more.
-template <int kOutBytes>
-struct Expand;
-
-template <>
-struct Expand<1> {
-    static HWY_INLINE std::size_t Lanes() { return hn::Lanes(Bytes()); }
-    HWY_INLINE void operator()(const std::uint8_t* levels, std::uint8_t* out) const {
-        hn::StoreU(hn::LoadU(Bytes(), levels), Bytes(), out);
+/// Through a map, in blocks.
+template <int kOutBytes, class In>
+void PaintMapped(const Plan& plan, const In* in, std::uint8_t* out, std::size_t count) {
+    HWY_ALIGN std::uint8_t levels[kBlock + kMostBytes];
+    for (std::size_t block = 0; block < count; block += kBlock) {
+        const std::size_t pixels = std::min(kBlock, count - block);
+        PaintByMethod<false, 1>(plan, in + block, levels, pixels);
+        MapLevels(plan.map, plan.flip, levels, pixels);
+        if (plan.hasBlanks) BlankLevels(plan, in + block, levels, pixels);
+        ForEachVector<kOutBytes>(levels, out + block * kOutBytes, pixels,
+                                 [](const std::uint8_t* from, std::uint8_t* to) HWY_ATTR {
+                                     Put<kOutBytes>(hn::PromoteTo(Words(), hn::LoadU(WordBytes(), from)), to);
+                                 });
     }
-};
+}
 
-template <>
-struct Expand<2> {
-    static HWY_INLINE std::size_t Lanes() { return hn::Lanes(Words()); }
-    HWY_INLINE void operator()(const std::uint8_t* levels, std::uint8_t* out) const {
-        const Word low = hn::PromoteTo(Words(), hn::LoadU(WordBytes(), levels));
-        hn::StoreU(hn::BitCast(Bytes(), hn::Or(low, hn::ShiftLeft<8>(low))), Bytes(), out);
-    }
-};
-
-template <>
-struct Expand<3> {
-    static HWY_INLINE std::size_t Lanes() { return hn::Lanes(Bytes()); }
-    HWY_INLINE void operator()(const std::uint8_t* levels, std::uint8_t* out) const {
-        const auto level = hn::LoadU(Bytes(), levels);
-        hn::StoreInterleaved3(level, level, level, Bytes(), out);
-    }
-};
-
-template <>
-struct Expand<4> {
-    static HWY_INLINE std::size_t Lanes() { return 16; }
-    HWY_INLINE void operator()(const std::uint8_t* levels, std::uint8_t* out) const {
-        HWY_ALIGN static constexpr std::uint8_t kFourOfEach[64] = {
-            0,  0,  0,  0,  1,  1,  1,  1,  2,  2,  2,  2,  3,  3,  3,  3,  4,  4,  4,  4,  5,  5,
-            5,  5,  6,  6,  6,  6,  7,  7,  7,  7,  8,  8,  8,  8,  9,  9,  9,  9,  10, 10, 10, 10,
-            11, 11, 11, 11, 12, 12, 12, 12, 13, 13, 13, 13, 14, 14, 14, 14, 15, 15, 15, 15};
-        const Bytes d;
-        const auto sixteen = hn::LoadDup128(d, levels);
-        for (std::size_t i = 0; i < sizeof kFourOfEach; i += hn::Lanes(d))
-            hn::StoreU(hn::TableLookupBytes(sixteen, hn::LoadU(d, kFourOfEach + i)), d, out + i);
-    }
-};
-
-template <int kOutBytes>
-void ExpandLevels(const std::uint8_t* levels, std::uint8_t* out, std::size_t count) {
-    const Expand<kOutBytes> expand;
-    const std::size_t lanes = expand.Lanes();
-    if (count >= lanes) {
-        ForEachVector(count, lanes, [&](std::size_t i) HWY_ATTR { expand(levels + i, out + i * kOutBytes); });
-        return;
-    }
-    std::uint8_t few[kOutBytes * kMostBytes];
-    expand(levels, few);
-    std::memcpy(out, few, count * kOutBytes);
+template <int kOutBytes, class In>
+void PaintInto(const Plan& plan, const In* in, void* out, std::size_t count) {
+    auto* const bytes = static_cast<std::uint8_t*>(out);
+    if (plan.map != nullptr) return PaintMapped<kOutBytes>(plan, in, bytes, count);
+    if (plan.hasBlanks) return PaintByMethod<true, kOutBytes>(plan, in, bytes, count);
+    PaintByMethod<false, kOutBytes>(plan, in, bytes, count);
 }
 
 template <class In>
-void PaintBlocks(const Plan& plan, const In* in, std::uint8_t* out, std::size_t count, int outBytes) {
-    HWY_ALIGN std::uint8_t buffer[kBlock + kMostBytes];
-    const bool direct = outBytes == 1 && plan.map == nullptr;
-    Plan first = plan;
-    if (plan.map != nullptr) first.flip = 0;
-    for (std::size_t block = 0; block < count; block += kBlock) {
-        const std::size_t pixels = std::min(kBlock, count - block);
-        std::uint8_t* const to = out + block * static_cast<std::size_t>(outBytes);
-        std::uint8_t* const levels = direct ? to : buffer;
-        if (plan.hasBlanks && plan.map == nullptr) {
-            LevelsByMethod<true>(first, in + block, levels, pixels);
-        } else {
-            LevelsByMethod<false>(first, in + block, levels, pixels);
-        }
-        if (direct) continue;
-        if (plan.map != nullptr) {
-            MapLevels(plan.map, plan.flip, levels, pixels);
-            if (plan.hasBlanks) BlankLevels(plan, in + block, levels, pixels);
-        }
-        switch (outBytes) {
-            case 1:
-                ExpandLevels<1>(levels, to, pixels);
-                break;
-            case 2:
-                ExpandLevels<2>(levels, to, pixels);
-                break;
-            case 3:
-                ExpandLevels<3>(levels, to, pixels);
-                break;
-            default:
-                ExpandLevels<4>(levels, to, pixels);
-                break;
-        }
-    }
+void PaintPixels(const Plan& plan, const void* pixels, void* out, std::size_t count, int outBytes) {
+    const auto* const in = static_cast<const In*>(pixels);
+    if (outBytes == 1) return PaintInto<1>(plan, in, out, count);
+    if (outBytes == 2) return PaintInto<2>(plan, in, out, count);
+    if (outBytes == 3) return PaintInto<3>(plan, in, out, count);
+    PaintInto<4>(plan, in, out, count);
 }
 
 void PaintRamp(const Plan& plan, const void* pixels, std::size_t count, void* out, int outBytes) {
-    auto* const bytes = static_cast<std::uint8_t*>(out);
-    if (plan.pixelBytes == 1) {
-        PaintBlocks(plan, static_cast<const std::uint8_t*>(pixels), bytes, count, outBytes);
-    } else {
-        PaintBlocks(plan, static_cast<const std::uint16_t*>(pixels), bytes, count, outBytes);
-    }
+    if (plan.pixelBytes == 1) return PaintPixels<std::uint8_t>(plan, pixels, out, count, outBytes);
+    PaintPixels<std::uint16_t>(plan, pixels, out, count, outBytes);
 }
 
 bool HasVectors() { return true; }
