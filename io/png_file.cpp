@@ -5,38 +5,20 @@
 #include <stdexcept>
 
 #include "atomic_file.h"
+#include "picture_file.h"
 #include "present_error.h"
 
-namespace {
-
-bool is_grey(const Picture& picture) {
-    for (std::size_t i = 0; i + 2 < picture.bytes.size(); i += 3) {
-        if (picture.bytes[i] != picture.bytes[i + 1] || picture.bytes[i] != picture.bytes[i + 2])
-            return false;
-    }
-    return true;
-}
-
-}  // namespace
-
 std::vector<std::uint8_t> EncodePng(const Picture& picture) {
-    const bool grey = picture.form == Picture::kGrey8 || is_grey(picture);
-    std::vector<std::uint8_t> levels;
-    if (grey && picture.form == Picture::kRgb) {
-        levels.reserve(picture.bytes.size() / 3);
-        for (std::size_t i = 0; i < picture.bytes.size(); i += 3) levels.push_back(picture.bytes[i]);
-    }
-    const std::vector<std::uint8_t>& samples = levels.empty() ? picture.bytes : levels;
-
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
     image.width = static_cast<png_uint_32>(picture.width);
     image.height = static_cast<png_uint_32>(picture.height);
-    image.format = grey ? PNG_FORMAT_GRAY : PNG_FORMAT_RGB;
-
+    image.format = picture.form == Picture::kRgb      ? PNG_FORMAT_RGB
+                   : picture.form == Picture::kGrey16 ? PNG_FORMAT_LINEAR_Y
+                                                      : PNG_FORMAT_GRAY;
     png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
     std::vector<std::uint8_t> bytes(size);
-    if (png_image_write_to_memory(&image, bytes.data(), &size, 0, samples.data(), 0, nullptr) == 0) {
+    if (png_image_write_to_memory(&image, bytes.data(), &size, 0, picture.bytes.data(), 0, nullptr) == 0) {
         throw std::runtime_error(std::string("PNG: ") + image.message);
     }
     bytes.resize(size);
@@ -44,7 +26,7 @@ std::vector<std::uint8_t> EncodePng(const Picture& picture) {
 }
 
 void WritePng(const std::string& path, const Picture& picture) {
-    const std::vector<std::uint8_t> bytes = EncodePng(picture);
+    const std::vector<std::uint8_t> bytes = EncodePicture(picture, PictureFormat::kPng);
     WriteFileAtomically(path, bytes.data(), bytes.size());
 }
 

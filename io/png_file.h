@@ -6,11 +6,11 @@
 
 #include "picture.h"
 
-/// The picture as a PNG file: 8-bit grey when no colour is in it, else 8-bit RGB. The same picture gives the
-/// same bytes.
+/// The picture as a PNG file, in the form that it has. The same picture gives the same bytes.
 std::vector<std::uint8_t> EncodePng(const Picture& picture);
 
-/// Throws PresentError when the file cannot be written; a file that was there before is then unchanged.
+/// A picture without colour is written as grey. Throws PresentError when the file cannot be written; a file
+/// that was there before is then unchanged.
 void WritePng(const std::string& path, const Picture& picture);
 
 /// Reads an 8-bit grey or RGB picture. Throws PresentError.
