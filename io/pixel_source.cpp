@@ -1,7 +1,6 @@
 #include "pixel_source.h"
 
 #include <fcntl.h>
-#include <gdcmSequenceOfFragments.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -117,37 +116,5 @@ std::optional<PixelSource> FindPixels(const std::string& path, std::uint64_t val
         source.isCutShort = length > left;
         source.extents = {{value, std::min(length, left)}};
     }
-    return source;
-}
-
-PixelSource PixelsInMemory(const gdcm::DataElement& element) {
-    PixelSource source;
-    const gdcm::SequenceOfFragments* fragments = element.GetSequenceOfFragments();
-    std::vector<const gdcm::ByteValue*> values;
-    if (fragments == nullptr) {
-        values.push_back(element.GetByteValue());
-    } else {
-        source.isEncapsulated = true;
-        for (std::size_t i = 0; i < fragments->GetNumberOfFragments(); ++i)
-            values.push_back(fragments->GetFragment(i).GetByteValue());
-        if (const gdcm::ByteValue* table = fragments->GetTable().GetByteValue())
-            source.frameOffsets = OffsetsOf(std::string(table->GetPointer(), table->GetLength()), 4);
-    }
-    std::uint64_t offset = 0;
-    for (const gdcm::ByteValue* value : values) {
-        const std::uint64_t size = value == nullptr ? 0 : std::uint32_t{value->GetLength()};
-        source.extents.push_back({offset, size});
-        offset += size + kItemHeader;
-    }
-    if (fragments == nullptr) source.claimed = source.extents.front().size;
-    source.read = [values, extents = source.extents](Extent wanted) {
-        for (std::size_t i = 0; i < extents.size(); ++i) {
-            const std::uint64_t skip = wanted.offset - extents[i].offset;
-            if (wanted.offset < extents[i].offset || skip >= extents[i].size) continue;
-            const std::uint64_t size = std::min(wanted.size, extents[i].size - skip);
-            return std::string(values[i]->GetPointer() + skip, static_cast<std::size_t>(size));
-        }
-        return std::string();
-    };
     return source;
 }

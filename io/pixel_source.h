@@ -1,7 +1,5 @@
 #pragma once
 
-#include <gdcmDataElement.h>
-
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -35,6 +33,3 @@ std::vector<std::uint64_t> OffsetsOf(const std::string& table, std::size_t size)
 /// Pixel data whose value begins at `value` in a file of little-endian elements; lengths are tested against
 /// the file's size. Nothing where the structure is not the standard's.
 std::optional<PixelSource> FindPixels(const std::string& path, std::uint64_t value);
-
-/// Pixel data that have been read. The element must outlive the source.
-PixelSource PixelsInMemory(const gdcm::DataElement& element);
