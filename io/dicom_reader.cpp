@@ -1,17 +1,22 @@
 #include "dicom_reader.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
+#include <ctime>
+#include <memory>
+#include <mutex>
+#include <tuple>
 
 #include "dicom_library.h"
 #include "dicom_tags.h"
 #include "isolated.h"
 #include "pixel_conversion.h"
 #include "pixel_decoder.h"
+#include "plain_reader.h"
 #include "present_error.h"
 #include "refusal.h"
 
@@ -82,88 +87,149 @@ PixelHeader read_header(const DicomDataSet& dataSet) {
 
 // ---- The file
 
-/// An image that is open for decoding.
+constexpr const char* kDamaged = "the DICOM data are damaged or cut short";
+
+/// One state of one file.
+struct FileKey {
+    std::string path;
+    struct stat status {};
+    bool partial = false;
+
+    std::uint64_t Size() const { return static_cast<std::uint64_t>(status.st_size); }
+    bool operator==(const FileKey& other) const {
+        const auto state = [](const FileKey& key) {
+            return std::make_tuple(key.status.st_dev, key.status.st_ino, key.status.st_size,
+                                   key.status.st_mtim.tv_sec, key.status.st_mtim.tv_nsec,
+                                   key.status.st_ctim.tv_sec, key.status.st_ctim.tv_nsec, key.partial);
+        };
+        return path == other.path && state(*this) == state(other);
+    }
+    /// A file that was just written may be written again without a change of its times.
+    bool IsSettled() const {
+        constexpr std::time_t kGranularity = 2;
+        return std::max(status.st_mtim.tv_sec, status.st_ctim.tv_sec) + kGranularity < std::time(nullptr);
+    }
+};
+
+/// Throws PresentError for what is not a file or cannot be opened.
+FileKey require_file(const std::string& path, bool partial) {
+    FileKey key{path, {}, partial};
+    if (stat(path.c_str(), &key.status) != 0) throw PresentError(path, std::strerror(errno));
+    if (!S_ISREG(key.status.st_mode)) throw PresentError(path, "not a file");
+    if (access(path.c_str(), R_OK) != 0) throw PresentError(path, std::strerror(errno));
+    return key;
+}
+
+/// An image that is open for decoding, by any number of threads.
 struct Image {
     DicomHead head;
     PixelHeader header;
 
+    /// Reading the image is up to this project's own code, which checks what it reads.
+    bool IsSafe() const { return !NeedsLibrary(head.pixels, head.transferSyntax); }
     StoredFrame Decode(int index, bool partial) const {
         return DecodePixels(head.pixels, head.transferSyntax, header, index, partial);
     }
 };
+using ImagePtr = std::shared_ptr<const Image>;
 
-Image open_image(const std::string& path, bool partial) {
-    Image image;
-    image.head = LoadDicomLibrary().ReadHead(path, partial);
-    image.header = read_header(image.head.dataSet);
-    AllowMemory(4 * kMaxFrameBytes);
+/// The image that was opened last: frames of one file are often asked for one by one.
+class LastImage {
+public:
+    ImagePtr Get(const FileKey& key) {
+        const std::lock_guard<std::mutex> lock(m_Mutex);
+        return m_Image != nullptr && m_Key == key ? m_Image : nullptr;
+    }
+    void Put(const FileKey& key, ImagePtr image) {
+        if (!key.IsSettled()) return;
+        const std::lock_guard<std::mutex> lock(m_Mutex);
+        m_Key = key;
+        m_Image = std::move(image);
+    }
+
+private:
+    std::mutex m_Mutex;
+    FileKey m_Key;
+    ImagePtr m_Image;
+};
+
+LastImage& last_image() {
+    static LastImage last;
+    return last;
+}
+
+ImagePtr keep_image(const FileKey& key, DicomHead head) {
+    const auto image = std::make_shared<Image>();
+    image->head = std::move(head);
+    image->header = read_header(image->head.dataSet);
+    last_image().Put(key, image);
     return image;
 }
 
-std::string read_data_set(const std::string& path) {
-    ByteWriter answer;
-    answer.Bytes("");
-    answer.DataSet(LoadDicomLibrary().ReadDataSet(path));
-    return answer.Take();
+/// Null where the file needs the library.
+ImagePtr open_plain(const FileKey& key) {
+    if (ImagePtr image = last_image().Get(key)) return image;
+    std::optional<DicomHead> head = ReadPlainHead(key.path);
+    if (!head || (head->pixels.isCutShort && !key.partial)) return nullptr;
+    return keep_image(key, std::move(*head));
 }
 
-std::string read_file(const std::string& path, LoadOptions options) {
-    const Image image = open_image(path, options.partial);
+ImagePtr open_by_library(const FileKey& key) {
+    return keep_image(key, LoadDicomLibrary().ReadHead(key.path, key.partial));
+}
+
+DicomFileContent read_frame(const Image& image, LoadOptions options) {
     const int frames = image.header.frames;
     if (options.frame < 0 || options.frame >= frames) {
         throw Refusal("has no frame " + std::to_string(options.frame) + ": its frames are 0 to " +
                       std::to_string(frames - 1));
     }
-    const StoredFrame frame = image.Decode(options.frame, options.partial);
-    ByteWriter answer;
-    answer.Bytes("");
-    answer.Bytes(image.head.transferSyntax);
-    answer.DataSet(image.head.dataSet);
+    DicomFileContent content;
+    content.frame = image.Decode(options.frame, options.partial);
+    content.dataSet = image.head.dataSet;
+    content.transferSyntax = image.head.transferSyntax;
+    content.frames = frames;
+    return content;
+}
+
+ValueRange read_range(const Image& image, bool partial) {
+    std::optional<Padding> padding;
+    if (image.header.frame.bitsAllocated <= 16)
+        padding = ReadPadding(image.head.dataSet, image.header.frame.isSigned);
+    ValueRange range;
+    for (int index = 0; index < image.header.frames; ++index) {
+        try {
+            WidenBySamples(image.Decode(index, partial), padding, &range);
+        } catch (const Refusal&) {
+            // The frames before the cut are all that there is.
+            if (!partial) throw;
+            break;
+        }
+    }
+    return range;
+}
+
+// ---- The process of its own
+
+void write(ByteWriter& answer, const DicomFileContent& content) {
+    const StoredFrame& frame = content.frame;
+    answer.Bytes(content.transferSyntax);
+    answer.DataSet(content.dataSet);
     for (int number :
-         {frames, frame.rows, frame.columns, frame.samples, frame.sampleBytes, frame.bitsAllocated,
+         {content.frames, frame.rows, frame.columns, frame.samples, frame.sampleBytes, frame.bitsAllocated,
           frame.bitsStored, frame.highBit, static_cast<int>(frame.isSigned)}) {
         answer.Number(static_cast<std::uint64_t>(number));
     }
     answer.Number(frame.present);
     answer.Bytes(frame.photometric);
     answer.Bytes(frame.data);
-    return answer.Take();
 }
 
-std::string read_range(const std::string& path, bool partial) {
-    const Image image = open_image(path, partial);
-    std::optional<Padding> padding;
-    if (image.header.frame.bitsAllocated <= 16)
-        padding = ReadPadding(image.head.dataSet, image.header.frame.isSigned);
-    ValueRange range;
-    for (int index = 0; index < image.header.frames; ++index) {
-        StoredFrame frame;
-        try {
-            frame = image.Decode(index, partial);
-        } catch (const Refusal&) {
-            // The frames before the cut are all that there is.
-            if (!partial) throw;
-            break;
-        }
-        for (std::size_t i = 0; i < frame.present; ++i) {
-            const std::int64_t value = SampleValue(frame, i);
-            if (!padding || !padding->Has(value)) Widen(range, value);
-        }
-    }
-    ByteWriter answer;
-    answer.Bytes("");
-    answer.Number(range ? 1 : 0);
-    answer.Number(static_cast<std::uint64_t>(range ? range->first : 0));
-    answer.Number(static_cast<std::uint64_t>(range ? range->second : 0));
-    return answer.Take();
-}
-
-DicomFileContent parse_answer(ByteReader& answer) {
-    DicomFileContent content;
-    content.transferSyntax = answer.Bytes();
-    content.dataSet = answer.DataSet();
-    StoredFrame& frame = content.frame;
-    for (int* number : {&content.frames, &frame.rows, &frame.columns, &frame.samples, &frame.sampleBytes,
+void parse(ByteReader& answer, DicomFileContent* content) {
+    content->transferSyntax = answer.Bytes();
+    content->dataSet = answer.DataSet();
+    StoredFrame& frame = content->frame;
+    for (int* number : {&content->frames, &frame.rows, &frame.columns, &frame.samples, &frame.sampleBytes,
                         &frame.bitsAllocated, &frame.bitsStored, &frame.highBit}) {
         *number = static_cast<int>(answer.Number());
     }
@@ -171,6 +237,88 @@ DicomFileContent parse_answer(ByteReader& answer) {
     frame.present = answer.Number();
     frame.photometric = answer.Bytes();
     frame.data = answer.Bytes();
+}
+
+void write(ByteWriter& answer, const ValueRange& range) {
+    answer.Number(range ? 1 : 0);
+    answer.Number(static_cast<std::uint64_t>(range ? range->first : 0));
+    answer.Number(static_cast<std::uint64_t>(range ? range->second : 0));
+}
+
+void parse(ByteReader& answer, ValueRange* range) {
+    const bool isAny = answer.Number() != 0;
+    const auto low = static_cast<std::int64_t>(answer.Number());
+    const auto high = static_cast<std::int64_t>(answer.Number());
+    if (isAny) *range = {low, high};
+}
+
+void write(ByteWriter& answer, const DicomDataSet& dataSet) { answer.DataSet(dataSet); }
+
+void parse(ByteReader& answer, DicomDataSet* dataSet) { *dataSet = answer.DataSet(); }
+
+/// Does the work right here. Throws PresentError.
+template <typename Work>
+auto read_here(const std::string& path, Work work) -> decltype(work()) {
+    try {
+        return work();
+    } catch (const Refusal& refusal) {
+        throw PresentError(path, refusal.what());
+    } catch (...) {
+        throw PresentError(path, kDamaged);
+    }
+}
+
+/// Does work that needs the library: in a process of its own, unless this is one. Throws PresentError.
+template <typename Work>
+auto read_by_library(const FileKey& key, Work work) -> decltype(work()) {
+    if (IsIsolated()) return read_here(key.path, work);
+    // Lengths in a file are claims: nothing may take more than a small multiple of the file.
+    const unsigned long long memory = kReadingBytes + 8 * key.Size();
+    const IsolatedResult result = RunIsolated(
+        [&] {
+            ByteWriter answer;
+            try {
+                // Loading it takes memory that is not the file's.
+                LoadDicomLibrary();
+                AllowMemory(memory);
+                const auto content = work();
+                answer.Bytes("");
+                write(answer, content);
+            } catch (const Refusal& refusal) {
+                answer.Bytes(refusal.what());
+            }
+            return answer.Take();
+        },
+        memory, kSecondsLimit);
+    if (result.end == IsolatedResult::kOutOfTime)
+        throw PresentError(key.path, "cannot be decoded in reasonable time");
+    if (result.end == IsolatedResult::kDied) throw PresentError(key.path, kDamaged);
+    try {
+        ByteReader answer(result.answer);
+        const std::string reason = answer.Bytes();
+        if (!reason.empty()) throw Refusal(reason);
+        decltype(work()) content;
+        parse(answer, &content);
+        return content;
+    } catch (const std::runtime_error& error) {
+        throw PresentError(key.path, error.what());
+    }
+}
+
+/// Does work with the open image.
+template <typename Work>
+auto read_image(const std::string& path, bool partial, Work work) {
+    const FileKey key = require_file(path, partial);
+    const ImagePtr plain = read_here(path, [&] { return open_plain(key); });
+    if (plain != nullptr && plain->IsSafe()) return read_here(path, [&] { return work(*plain); });
+    return read_by_library(key, [&] {
+        const ImagePtr image = plain != nullptr ? plain : open_by_library(key);
+        AllowMemory(4 * kMaxFrameBytes);
+        return work(*image);
+    });
+}
+
+void require_sane(const std::string& path, const StoredFrame& frame) {
     const bool sane = frame.rows > 0 && frame.rows <= 65535 && frame.columns > 0 && frame.columns <= 65535 &&
                       (frame.samples == 1 || frame.samples == 3) &&
                       (frame.sampleBytes == 1 || frame.sampleBytes == 2 || frame.sampleBytes == 4) &&
@@ -179,68 +327,26 @@ DicomFileContent parse_answer(ByteReader& answer) {
                       frame.present >= 1 && frame.present <= frame.Pixels();
     if (!sane ||
         frame.data.size() != frame.Pixels() * static_cast<std::size_t>(frame.samples * frame.sampleBytes)) {
-        throw Refusal("the pixel data cannot be decoded");
-    }
-    return content;
-}
-
-/// Reads a file in a process of its own and parses the answer here. Throws PresentError.
-template <typename Read, typename Parse>
-auto read_isolated(const std::string& path, Read read, Parse parse) {
-    struct stat status {};
-    if (stat(path.c_str(), &status) != 0) throw PresentError(path, std::strerror(errno));
-    if (!S_ISREG(status.st_mode)) throw PresentError(path, "not a file");
-    if (!std::ifstream(path, std::ios::binary)) throw PresentError(path, std::strerror(errno));
-
-    const auto size = static_cast<unsigned long long>(status.st_size);
-    // Lengths in a file are claims: nothing may take more than a small multiple of the file.
-    const unsigned long long memory = kReadingBytes + 8 * size;
-    const IsolatedResult result = RunIsolated(
-        [&] {
-            try {
-                // Loading it takes memory that is not the file's.
-                LoadDicomLibrary();
-                AllowMemory(memory);
-                return read(path);
-            } catch (const Refusal& refusal) {
-                ByteWriter answer;
-                answer.Bytes(refusal.what());
-                return answer.Take();
-            }
-        },
-        memory, kSecondsLimit);
-    if (result.end == IsolatedResult::kOutOfTime)
-        throw PresentError(path, "cannot be decoded in reasonable time");
-    if (result.end == IsolatedResult::kDied)
-        throw PresentError(path, "the DICOM data are damaged or cut short");
-    try {
-        ByteReader answer(result.answer);
-        const std::string reason = answer.Bytes();
-        if (!reason.empty()) throw Refusal(reason);
-        return parse(answer);
-    } catch (const std::runtime_error& error) {
-        throw PresentError(path, error.what());
+        throw PresentError(path, "the pixel data cannot be decoded");
     }
 }
 
 }  // namespace
 
 DicomFileContent ReadDicomFile(const std::string& path, LoadOptions options) {
-    return read_isolated(
-        path, [options](const std::string& file) { return read_file(file, options); }, parse_answer);
+    DicomFileContent content = read_image(
+        path, options.partial, [options](const Image& image) { return read_frame(image, options); });
+    require_sane(path, content.frame);
+    return content;
 }
 
 ValueRange ReadStoredRange(const std::string& path, bool partial) {
-    return read_isolated(
-        path, [partial](const std::string& file) { return read_range(file, partial); },
-        [](ByteReader& answer) {
-            const bool isAny = answer.Number() != 0;
-            const auto low = static_cast<std::int64_t>(answer.Number());
-            const auto high = static_cast<std::int64_t>(answer.Number());
-            return isAny ? ValueRange({low, high}) : std::nullopt;
-        });
+    return read_image(path, partial, [partial](const Image& image) { return read_range(image, partial); });
 }
 
 DicomDataSet ReadDicomDataSet(const std::string& path) {
-    return read_isolated(path, read_data_set, [](ByteReader& answer) { return answer.DataSet(); });
+    const FileKey key = require_file(path, false);
+    std::optional<DicomDataSet> plain = read_here(path, [&] { return ReadPlainDataSet(path); });
+    if (plain) return std::move(*plain);
+    return read_by_library(key, [&] { return LoadDicomLibrary().ReadDataSet(path); });
 }

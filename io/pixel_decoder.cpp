@@ -237,6 +237,10 @@ bool is_among(const char* const (&uids)[N], const std::string& uid) {
 
 }  // namespace
 
+bool NeedsLibrary(const PixelSource& source, const std::string& transferSyntax) {
+    return source.isEncapsulated && is_among(kStreams, transferSyntax);
+}
+
 StoredFrame DecodePixels(const PixelSource& source, const std::string& syntax, const PixelHeader& header,
                          int index, bool partial) {
     StoredFrame frame = header.frame;
@@ -245,7 +249,7 @@ StoredFrame DecodePixels(const PixelSource& source, const std::string& syntax, c
         read_native(source, header, index, partial, &frame);
     } else if (syntax == kRunLength) {
         decode_rle(frame_bytes(source, header.frames, index, true), &frame);
-    } else if (is_among(kStreams, syntax)) {
+    } else if (NeedsLibrary(source, syntax)) {
         decode_stream(frame_bytes(source, header.frames, index, false), syntax, header, &frame);
     } else {
         throw Refusal("transfer syntax " + (syntax.empty() ? "?" : syntax) + " cannot be decoded");

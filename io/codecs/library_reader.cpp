@@ -194,9 +194,9 @@ FileBeginning read_beginning(const std::string& path) {
 bool inflates(const std::string& path, std::uint64_t at) {
     std::ifstream file(path, std::ios::binary);
     file.seekg(static_cast<std::streamoff>(at));
+    std::vector<unsigned char> in(65536), out(65536);
     z_stream stream{};
     if (inflateInit2(&stream, -MAX_WBITS) != Z_OK) return false;
-    std::vector<unsigned char> in(65536), out(65536);
     int result = Z_OK;
     std::uint64_t total = 0;
     while (result == Z_OK && total <= kMaxInflatedBytes) {
@@ -242,7 +242,7 @@ bool read_head(const std::string& path, Source* source) {
         source->Syntax() == gdcm::TransferSyntax::ExplicitVRBigEndian) {
         return false;
     }
-    source->pixels = FindPixels(path, static_cast<std::uint64_t>(at));
+    source->pixels = FindPixels(std::make_shared<const FileBytes>(path), static_cast<std::uint64_t>(at));
     return source->pixels.has_value();
 }
 
