@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <random>
 #include <set>
 #include <stdexcept>
@@ -19,40 +20,11 @@ namespace {
 
 /// Stands for the file meta information, which is no sequence.
 const DicomEditor::Place kMeta{{tag::kMetaGroupLength, 0}};
-constexpr unsigned kMetaGroup = 0x0002;
 constexpr unsigned kPixelGroup = 0x7FE0;
 
-constexpr std::size_t kMetaStart = 132;
-constexpr std::uint32_t kUndefined = 0xFFFFFFFF;
+/// The tag of what fills a file up behind its pixel data.
 constexpr std::uint32_t kRest = 0xFFFFFFFF;
-constexpr int kMaxDepth = 64;
 constexpr std::size_t kMaxInflatedBytes = std::size_t{1} << 30;
-
-struct Damaged : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
-/// Representations whose length takes four bytes behind two that are reserved (PS3.5 7.1.2).
-bool has_long_length(std::string_view vr) {
-    for (const char* name : {"OB", "OD", "OF", "OL", "OV", "OW", "SQ", "SV", "UC", "UN", "UR", "UT", "UV"}) {
-        if (vr == name) return true;
-    }
-    return false;
-}
-
-/// Bytes per number, which a big-endian file turns round.
-std::size_t number_size(std::string_view vr) {
-    for (const char* name : {"AT", "OW", "SS", "US"}) {
-        if (vr == name) return 2;
-    }
-    for (const char* name : {"FL", "OF", "OL", "SL", "UL"}) {
-        if (vr == name) return 4;
-    }
-    for (const char* name : {"FD", "OD", "OV", "SV", "UV"}) {
-        if (vr == name) return 8;
-    }
-    return 1;
-}
 
 void append_number(std::string& bytes, std::uint32_t value, unsigned size, bool bigEndian) {
     for (unsigned i = 0; i < size; ++i) {
@@ -67,13 +39,14 @@ void append_tag(std::string& bytes, std::uint32_t tag, bool bigEndian) {
 }
 
 std::uint32_t length_of(const std::string& bytes) {
-    if (bytes.size() >= kUndefined) throw Damaged("a value is too long");
+    if (bytes.size() >= kUndefinedLength) throw DamagedData("a value is too long");
     return static_cast<std::uint32_t>(bytes.size());
 }
 
 std::string inflated(std::string_view bytes) {
     z_stream stream{};
     if (inflateInit2(&stream, -MAX_WBITS) != Z_OK) throw std::bad_alloc();
+    const std::unique_ptr<z_stream, int (*)(z_streamp)> owner(&stream, inflateEnd);
     std::string result;
     std::string block(65536, '\0');
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
@@ -85,8 +58,7 @@ std::string inflated(std::string_view bytes) {
         status = inflate(&stream, Z_NO_FLUSH);
         result.append(block, 0, block.size() - stream.avail_out);
     }
-    inflateEnd(&stream);
-    if (status != Z_STREAM_END) throw Damaged("the DICOM data are cut short");
+    if (status != Z_STREAM_END) throw DamagedData("the DICOM data are cut short");
     return result;
 }
 
@@ -94,6 +66,7 @@ std::string deflated(const std::string& bytes) {
     z_stream stream{};
     if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY) != Z_OK)
         throw std::bad_alloc();
+    const std::unique_ptr<z_stream, int (*)(z_streamp)> owner(&stream, deflateEnd);
     std::string result(deflateBound(&stream, static_cast<uLong>(bytes.size())), '\0');
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
     stream.avail_in = static_cast<uInt>(bytes.size());
@@ -101,131 +74,31 @@ std::string deflated(const std::string& bytes) {
     stream.avail_out = static_cast<uInt>(result.size());
     deflate(&stream, Z_FINISH);
     result.resize(stream.total_out);
-    deflateEnd(&stream);
     if (result.size() % 2 != 0) result += '\0';
     return result;
 }
 
-}  // namespace
-
-/// Finds elements in bytes of one encoding. Everything it answers lies within the bytes.
-class DicomEditor::Parser {
+/// Reads the elements of a data set one after the other.
+class ElementList {
 public:
-    struct Element {
-        std::uint32_t tag = 0;
-        std::string_view vr;
-        std::size_t start = 0;
-        std::size_t value = 0;
-        std::size_t valueEnd = 0;
-        /// Behind the value and its delimiter, if it has one.
-        std::size_t next = 0;
-    };
+    explicit ElementList(const DicomParser& parser) : m_Parser(parser) {}
 
-    Parser(const std::string& bytes, Encoding encoding) : m_Bytes(bytes), m_Encoding(encoding) {}
-
-    const Encoding& GetEncoding() const { return m_Encoding; }
-    /// For the items of an element: what claims to be unknown is implicit little-endian (PS3.5 6.2.2).
-    Parser ForItems(const Element& element) const {
-        return element.vr == "UN" ? Parser(m_Bytes, Encoding{false, false}) : *this;
-    }
-
-    std::uint32_t Number(std::size_t position, std::size_t size) const {
-        std::uint32_t value = 0;
-        for (std::size_t i = 0; i < size; ++i) {
-            const std::size_t at = m_Encoding.bigEndian ? position + i : position + size - 1 - i;
-            value = (value << 8) | static_cast<unsigned char>(m_Bytes[at]);
-        }
-        return value;
-    }
-
-    std::uint32_t Tag(std::size_t position, std::size_t end) const {
-        need(position, 8, end);
-        return (Number(position, 2) << 16) | Number(position + 2, 2);
-    }
-
-    Element Read(std::size_t position, std::size_t end, int depth = 0) const {
-        Element element;
-        element.tag = Tag(position, end);
-        element.start = position;
-        std::uint32_t length = 0;
-        if (m_Encoding.explicitVr) {
-            element.vr = std::string_view(m_Bytes).substr(position + 4, 2);
-            const auto isCapital = [](char sign) { return sign >= 'A' && sign <= 'Z'; };
-            if (!std::all_of(element.vr.begin(), element.vr.end(), isCapital))
-                throw Damaged("an attribute has no value representation");
-            const bool isLong = has_long_length(element.vr);
-            if (isLong) need(position, 12, end);
-            element.value = position + (isLong ? 12 : 8);
-            length = isLong ? Number(position + 8, 4) : Number(position + 6, 2);
-        } else {
-            element.value = position + 8;
-            length = Number(position + 4, 4);
-        }
-        if (length != kUndefined) {
-            need(element.value, length, end);
-            element.valueEnd = element.next = element.value + length;
-        } else {
-            element.valueEnd = ForItems(element).end_of_items(element.value, end, depth + 1);
-            element.next = element.valueEnd + 8;
-        }
-        return element;
-    }
-
-    /// As Read. Some writers fill the last block of a file up behind the pixel data: that is one element of
-    /// tag kRest.
-    Element ReadOrRest(std::size_t position, std::size_t end) {
+    /// Some writers fill the last block of a file up behind the pixel data: that is one element of tag kRest.
+    DicomParser::Element ReadOrRest(std::size_t position, std::size_t end) {
         try {
-            const Element element = Read(position, end);
+            const DicomParser::Element element = m_Parser.Read(position, end);
             m_bHasPixels = m_bHasPixels || element.tag >> 16 == kPixelGroup;
             return element;
-        } catch (const Damaged&) {
+        } catch (const DamagedData&) {
             if (!m_bHasPixels) throw;
-            return Element{kRest, {}, position, position, end, end};
+            return DicomParser::Element{kRest, {}, position, position, end, end};
         }
-    }
-
-    /// The item at a position: start and end of its content, and what follows it.
-    struct Item {
-        std::size_t content = 0;
-        std::size_t contentEnd = 0;
-        std::size_t next = 0;
-    };
-    Item ReadItem(std::size_t position, std::size_t end, int depth = 0) const {
-        if (Tag(position, end) != tag::kItem) throw Damaged("a sequence is damaged");
-        Item item;
-        item.content = position + 8;
-        const std::uint32_t length = Number(position + 4, 4);
-        if (length != kUndefined) {
-            need(item.content, length, end);
-            item.contentEnd = item.next = item.content + length;
-            return item;
-        }
-        if (depth > kMaxDepth) throw Damaged("its sequences are nested too deep");
-        item.contentEnd = item.content;
-        while (Tag(item.contentEnd, end) != tag::kItemDelimitation)
-            item.contentEnd = Read(item.contentEnd, end, depth).next;
-        item.next = item.contentEnd + 8;
-        return item;
     }
 
 private:
-    static void need(std::size_t position, std::size_t size, std::size_t end) {
-        if (position > end || size > end - position) throw Damaged("the DICOM data are cut short");
-    }
-
-    /// Where the delimiter of a sequence, or of encapsulated pixel data, begins.
-    std::size_t end_of_items(std::size_t position, std::size_t end, int depth) const {
-        while (Tag(position, end) != tag::kSequenceDelimitation)
-            position = ReadItem(position, end, depth).next;
-        return position;
-    }
-
-    const std::string& m_Bytes;
-    Encoding m_Encoding;
+    DicomParser m_Parser;
     bool m_bHasPixels = false;
 };
-
-namespace {
 
 std::string encode(std::uint32_t tag, const DicomElement& element, const DicomEditor::Encoding& encoding) {
     std::string value;
@@ -239,8 +112,8 @@ std::string encode(std::uint32_t tag, const DicomElement& element, const DicomEd
     } else {
         value = element.bytes;
         const bool isText = element.vr != "UI" && element.vr != "OB" && element.vr != "UN";
-        if (value.size() % 2 != 0) value += isText && number_size(element.vr) == 1 ? ' ' : '\0';
-        const std::size_t size = encoding.bigEndian ? number_size(element.vr) : 1;
+        if (value.size() % 2 != 0) value += isText && NumberSize(element.vr) == 1 ? ' ' : '\0';
+        const std::size_t size = encoding.bigEndian ? NumberSize(element.vr) : 1;
         for (std::size_t i = 0; size > 1 && i + size <= value.size(); i += size)
             std::reverse(value.begin() + static_cast<std::ptrdiff_t>(i),
                          value.begin() + static_cast<std::ptrdiff_t>(i + size));
@@ -249,8 +122,8 @@ std::string encode(std::uint32_t tag, const DicomElement& element, const DicomEd
     append_tag(bytes, tag, encoding.bigEndian);
     if (encoding.explicitVr) {
         const std::string vr = element.vr.size() == 2 ? element.vr : "UN";
-        const bool isLong = has_long_length(vr);
-        if (!isLong && value.size() > 0xFFFF) throw Damaged("a value is too long");
+        const bool isLong = HasLongLength(vr);
+        if (!isLong && value.size() > 0xFFFF) throw DamagedData("a value is too long");
         bytes += vr;
         if (isLong) bytes.append(2, '\0');
         append_number(bytes, length_of(value), isLong ? 4 : 2, encoding.bigEndian);
@@ -278,7 +151,7 @@ DicomEditor::DicomEditor(const std::string& path) : m_Path(path) {
     try {
         read_meta();
         find_top_level();
-    } catch (const Damaged& damaged) {
+    } catch (const DamagedData& damaged) {
         throw PresentError(path, std::string("cannot be edited: ") + damaged.what());
     }
     // Tells a length that any change makes wrong.
@@ -286,28 +159,19 @@ DicomEditor::DicomEditor(const std::string& path) : m_Path(path) {
 }
 
 void DicomEditor::read_meta() {
-    if (m_Bytes.size() < kMetaStart || m_Bytes.compare(kMetaStart - 4, 4, "DICM") != 0)
-        throw Damaged("it has no file meta information");
-    const Parser parser(m_Bytes, Encoding());
-    std::string syntax;
-    m_DataSet = kMetaStart;
-    while (m_DataSet < m_Bytes.size() && parser.Tag(m_DataSet, m_Bytes.size()) >> 16 == kMetaGroup) {
-        const Parser::Element element = parser.Read(m_DataSet, m_Bytes.size());
-        if (element.tag == tag::kTransferSyntax)
-            syntax = Trimmed(m_Bytes.substr(element.value, element.valueEnd - element.value));
-        m_DataSet = element.next;
-    }
-    m_Encoding.explicitVr = syntax != "1.2.840.10008.1.2";
-    m_Encoding.bigEndian = syntax == "1.2.840.10008.1.2.2";
-    m_bDeflated = syntax == "1.2.840.10008.1.2.1.99";
+    const DicomFileMeta meta = ReadFileMeta(m_Bytes);
+    m_DataSet = meta.dataSet;
+    m_Encoding.explicitVr = meta.transferSyntax != "1.2.840.10008.1.2";
+    m_Encoding.bigEndian = meta.transferSyntax == "1.2.840.10008.1.2.2";
+    m_bDeflated = meta.transferSyntax == "1.2.840.10008.1.2.1.99";
     if (m_bDeflated)
         m_Bytes.replace(m_DataSet, std::string::npos, inflated(std::string_view(m_Bytes).substr(m_DataSet)));
 }
 
 void DicomEditor::find_top_level() {
-    Parser parser(m_Bytes, m_Encoding);
+    ElementList elements(DicomParser(m_Bytes, m_Encoding));
     for (std::size_t position = m_DataSet; position < m_Bytes.size();) {
-        const Parser::Element element = parser.ReadOrRest(position, m_Bytes.size());
+        const DicomParser::Element element = elements.ReadOrRest(position, m_Bytes.size());
         m_TopLevel.try_emplace(element.tag, element.value, element.valueEnd);
         position = element.next;
     }
@@ -356,16 +220,16 @@ bool DicomEditor::has_changes_within(const Place& place, const std::optional<std
     });
 }
 
-std::string DicomEditor::edit_sequence(const Parser& parser, std::size_t start, std::size_t end,
+std::string DicomEditor::edit_sequence(const DicomParser& parser, std::size_t start, std::size_t end,
                                        const Place& place) const {
-    const Parser::Element element = parser.Read(start, end);
-    const Parser items = parser.ForItems(element);
+    const DicomParser::Element element = parser.Read(start, end);
+    const DicomParser items = parser.ForItems(element);
     const bool bigEndian = items.GetEncoding().bigEndian;
     Place inner = place;
     inner.emplace_back(element.tag, 0);
     std::string content;
     for (std::size_t position = element.value; position < element.valueEnd; ++inner.back().second) {
-        const Parser::Item item = items.ReadItem(position, element.valueEnd);
+        const DicomParser::Item item = items.ReadItem(position, element.valueEnd);
         position = item.next;
         if (!has_changes_within(inner)) {
             content.append(m_Bytes, item.content - 8, item.next - item.content + 8);
@@ -374,7 +238,7 @@ std::string DicomEditor::edit_sequence(const Parser& parser, std::size_t start, 
         const std::string edited = edit(items, item.content, item.contentEnd, inner);
         const bool isDefined = item.next == item.contentEnd;
         append_tag(content, tag::kItem, bigEndian);
-        append_number(content, isDefined ? length_of(edited) : kUndefined, 4, bigEndian);
+        append_number(content, isDefined ? length_of(edited) : kUndefinedLength, 4, bigEndian);
         content += edited;
         content.append(m_Bytes, item.contentEnd, item.next - item.contentEnd);
     }
@@ -386,7 +250,7 @@ std::string DicomEditor::edit_sequence(const Parser& parser, std::size_t start, 
     return result + content + m_Bytes.substr(element.valueEnd, element.next - element.valueEnd);
 }
 
-std::string DicomEditor::edit(const Parser& parser, std::size_t begin, std::size_t end,
+std::string DicomEditor::edit(const DicomParser& parser, std::size_t begin, std::size_t end,
                               const Place& place) const {
     /// A stretch of the file, or bytes in its place.
     struct Piece {
@@ -401,9 +265,9 @@ std::string DicomEditor::edit(const Parser& parser, std::size_t begin, std::size
     const Encoding& encoding = parser.GetEncoding();
     std::vector<Piece> pieces;
     std::set<std::uint32_t> replaced;
-    Parser elements(parser);
+    ElementList elements(parser);
     for (std::size_t position = begin; position < end;) {
-        const Parser::Element element = elements.ReadOrRest(position, end);
+        const DicomParser::Element element = elements.ReadOrRest(position, end);
         const auto change = changes.find(element.tag);
         if (change != changes.end()) {
             if (change->second && replaced.insert(element.tag).second)
@@ -430,7 +294,7 @@ std::string DicomEditor::edit(const Parser& parser, std::size_t begin, std::size
             if (other.tag >> 16 == piece.tag >> 16 && other.tag != piece.tag)
                 length += static_cast<std::uint32_t>(other.Size());
         }
-        const Parser::Element old = parser.Read(piece.start, end);
+        const DicomParser::Element old = parser.Read(piece.start, end);
         if (old.valueEnd - old.value == 4 && parser.Number(old.value, 4) == length) continue;
         std::string value;
         append_number(value, length, 4, false);
@@ -450,11 +314,11 @@ std::string DicomEditor::edit(const Parser& parser, std::size_t begin, std::size
 }
 
 std::string DicomEditor::Encode() const try {
-    std::string dataSet = edit(Parser(m_Bytes, m_Encoding), m_DataSet, m_Bytes.size(), {});
+    std::string dataSet = edit(DicomParser(m_Bytes, m_Encoding), m_DataSet, m_Bytes.size(), {});
     if (m_bDeflated) dataSet = deflated(dataSet);
-    return m_Bytes.substr(0, kMetaStart) + edit(Parser(m_Bytes, Encoding()), kMetaStart, m_DataSet, kMeta) +
-           dataSet;
-} catch (const Damaged& damaged) {
+    return m_Bytes.substr(0, kFileMetaStart) +
+           edit(DicomParser(m_Bytes, Encoding()), kFileMetaStart, m_DataSet, kMeta) + dataSet;
+} catch (const DamagedData& damaged) {
     throw PresentError(m_Path, std::string("cannot be edited: ") + damaged.what());
 }
 

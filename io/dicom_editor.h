@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "dicom_elements.h"
+#include "dicom_parser.h"
 
 /// A copy of a DICOM file in which single attributes are changed. Every other byte of the data set stays as
 /// it is: transfer syntax, encapsulated pixel data, private attributes, lengths of sequences. What a change
@@ -24,11 +25,7 @@ public:
     /// Sequences and items, from 0, on the way from the top level to a nested data set; empty for the top.
     using Place = std::vector<std::pair<std::uint32_t, std::size_t>>;
 
-    /// How a transfer syntax puts attributes into bytes.
-    struct Encoding {
-        bool explicitVr = true;
-        bool bigEndian = false;
-    };
+    using Encoding = DicomEncoding;
 
     /// Throws PresentError for a file that cannot be read or has no file meta information.
     explicit DicomEditor(const std::string& path);
@@ -52,16 +49,14 @@ public:
 private:
     using Changes = std::map<std::uint32_t, std::optional<DicomElement>>;
 
-    class Parser;
-
     void read_meta();
     void find_top_level();
     /// Changes for a place and for what lies within it. `sequence` narrows the latter down.
     bool has_changes_within(const Place& place,
                             const std::optional<std::uint32_t>& sequence = std::nullopt) const;
-    std::string edit(const Parser& parser, std::size_t begin, std::size_t end, const Place& place) const;
+    std::string edit(const DicomParser& parser, std::size_t begin, std::size_t end, const Place& place) const;
     /// The element at `start` with its items edited.
-    std::string edit_sequence(const Parser& parser, std::size_t start, std::size_t end,
+    std::string edit_sequence(const DicomParser& parser, std::size_t start, std::size_t end,
                               const Place& place) const;
 
     std::string m_Path;

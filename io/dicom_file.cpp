@@ -129,18 +129,18 @@ void DicomFile::reduce(const StoredFrame& frame) {
     DeepReduction reduction;
     reduction.isSigned = frame.isSigned;
     if (isDeep) {
-        for (std::size_t i = 0; i < frame.present; ++i) Widen(m_StoredRange, SampleValue(frame, i));
+        WidenBySamples(frame, std::nullopt, &m_StoredRange);
         reduction = ReduceDeepPixels(m_StoredRange->first, m_StoredRange->second, slope);
     }
     m_Reduction = reduction;
     m_Mono.bits = std::min(frame.bitsStored, 16);
     m_Mono.isSigned = reduction.isSigned;
     m_Mono.Resize(frame.Pixels());
+    if (!isDeep) return ConvertSamples(frame, &m_Mono);
     for (std::size_t i = 0; i < frame.present; ++i) {
         const std::int64_t value = (SampleValue(frame, i) - reduction.offset) / reduction.divisor;
         m_Mono.Put(i, static_cast<std::int32_t>(value));
     }
-    if (!isDeep) return;
     const std::string was = "pixels of " + std::to_string(frame.bitsStored) + " bits reduced to 16: ";
     if (reduction.offset == 0 && reduction.divisor == 1) {
         m_Notes.push_back({"pixels", was + "exact"});
@@ -168,14 +168,8 @@ void DicomFile::note_missing() {
 }
 
 ValueRange DicomFile::Range() const {
-    ValueRange range;
-    if (IsColour()) return range;
-    const std::optional<Padding> padding = ReadPadding(m_DataSet, m_Mono.isSigned);
-    for (std::size_t i = 0; i < m_Present; ++i) {
-        const int value = m_Mono.Get(i);
-        if (!padding || !padding->Has(value)) Widen(range, value);
-    }
-    return range;
+    if (IsColour()) return std::nullopt;
+    return RangeOfPixels(m_Mono, m_Present, ReadPadding(m_DataSet, m_Mono.isSigned));
 }
 
 /// Smallest and Largest Image Pixel Value are of 16 bits, and may include padding or be those of another
@@ -191,9 +185,8 @@ std::optional<std::pair<double, double>> DicomFile::range_of_file() const {
     };
     const int low = word(tag::kSmallestPixelValue), high = word(tag::kLargestPixelValue);
     const std::size_t pixels = static_cast<std::size_t>(m_Rows) * static_cast<std::size_t>(m_Columns);
-    for (std::size_t i = 0; i < pixels; ++i) {
-        if (m_Mono.Get(i) < low || m_Mono.Get(i) > high) return std::nullopt;
-    }
+    const ValueRange here = RangeOfPixels(m_Mono, pixels, std::nullopt);
+    if (here->first < low || here->second > high) return std::nullopt;
     return std::make_pair(double(low), double(high));
 }
 

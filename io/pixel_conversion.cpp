@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 std::optional<Padding> ReadPadding(const DicomDataSet& dataSet, bool isSigned) {
     constexpr int kAbsent = -1;
@@ -164,12 +165,112 @@ StoredTable ReadSegmentedTable(const DicomDataSet& dataSet, std::uint32_t descri
     return finish(descriptor, std::move(entries));
 }
 
+namespace {
+
+/// From the bits of a sample to its value.
+struct SampleForm {
+    int shift;
+    std::int64_t mask;
+    std::int64_t sign;
+
+    explicit SampleForm(const StoredFrame& frame)
+        : shift(frame.highBit + 1 - frame.bitsStored),
+          mask((std::int64_t{1} << frame.bitsStored) - 1),
+          sign(frame.isSigned ? std::int64_t{1} << (frame.bitsStored - 1) : 0) {}
+    std::int64_t Value(std::uint32_t bits) const {
+        return (((std::int64_t{bits} >> shift) & mask) ^ sign) - sign;
+    }
+};
+
+/// Calls take(i, value) for the first `count` samples.
+template <typename Take>
+void for_samples(const StoredFrame& frame, std::size_t count, Take take) {
+    const SampleForm form(frame);
+    const auto* bytes = reinterpret_cast<const unsigned char*>(frame.data.data());
+    if (frame.sampleBytes == 1) {
+        for (std::size_t i = 0; i < count; ++i) take(i, form.Value(bytes[i]));
+    } else if (frame.sampleBytes == 2) {
+        for (std::size_t i = 0; i < count; ++i)
+            take(i, form.Value(bytes[2 * i] | static_cast<std::uint32_t>(bytes[2 * i + 1]) << 8));
+    } else {
+        for (std::size_t i = 0; i < count; ++i) take(i, form.Value(frame.Bits(i)));
+    }
+}
+
+/// Smallest and largest of the values that it sees.
+class Extremes {
+public:
+    explicit Extremes(const std::optional<Padding>& padding) : m_bPadding(padding) {
+        if (padding) m_Padding = *padding;
+    }
+    void See(std::int64_t value) {
+        if (m_bPadding && m_Padding.Has(value)) return;
+        m_Low = std::min(m_Low, value);
+        m_High = std::max(m_High, value);
+    }
+    void Widen(ValueRange* range) const {
+        if (m_Low > m_High) return;
+        ::Widen(*range, m_Low);
+        ::Widen(*range, m_High);
+    }
+
+private:
+    bool m_bPadding;
+    Padding m_Padding;
+    std::int64_t m_Low = std::numeric_limits<std::int64_t>::max();
+    std::int64_t m_High = std::numeric_limits<std::int64_t>::min();
+};
+
+template <typename Word>
+void put_samples(const StoredFrame& frame, MonoPixels* pixels) {
+    std::uint8_t* to = pixels->bytes.data();
+    for_samples(frame, frame.present, [to](std::size_t i, std::int64_t value) {
+        const auto word = static_cast<Word>(value);
+        std::memcpy(to + i * sizeof word, &word, sizeof word);
+    });
+}
+
+template <typename Word>
+void see_pixels(const MonoPixels& pixels, std::size_t count, Extremes* extremes) {
+    for (std::size_t i = 0; i < count; ++i) {
+        Word word = 0;
+        std::memcpy(&word, &pixels.bytes[i * sizeof word], sizeof word);
+        extremes->See(word);
+    }
+}
+
+}  // namespace
+
 std::int64_t SampleValue(const StoredFrame& frame, std::size_t i) {
-    const std::uint64_t range = std::uint64_t{1} << frame.bitsStored;
-    const std::uint64_t bits =
-        (std::uint64_t{frame.Bits(i)} >> (frame.highBit + 1 - frame.bitsStored)) & (range - 1);
-    const bool negative = frame.isSigned && bits >= range / 2;
-    return static_cast<std::int64_t>(bits) - (negative ? static_cast<std::int64_t>(range) : 0);
+    return SampleForm(frame).Value(frame.Bits(i));
+}
+
+void ConvertSamples(const StoredFrame& frame, MonoPixels* pixels) {
+    if (pixels->bits <= 8) {
+        put_samples<std::uint8_t>(frame, pixels);
+    } else {
+        put_samples<std::uint16_t>(frame, pixels);
+    }
+}
+
+void WidenBySamples(const StoredFrame& frame, const std::optional<Padding>& padding, ValueRange* range) {
+    Extremes extremes(padding);
+    for_samples(frame, frame.present, [&](std::size_t, std::int64_t value) { extremes.See(value); });
+    extremes.Widen(range);
+}
+
+ValueRange RangeOfPixels(const MonoPixels& pixels, std::size_t count, const std::optional<Padding>& padding) {
+    Extremes extremes(padding);
+    if (pixels.bits <= 8) {
+        pixels.isSigned ? see_pixels<std::int8_t>(pixels, count, &extremes)
+                        : see_pixels<std::uint8_t>(pixels, count, &extremes);
+    } else {
+        pixels.isSigned ? see_pixels<std::int16_t>(pixels, count, &extremes)
+                        : see_pixels<std::uint16_t>(pixels, count, &extremes);
+    }
+    ValueRange range;
+    extremes.Widen(&range);
+    return range;
 }
 
 namespace {
@@ -200,19 +301,16 @@ Picture ConvertToTrueColour(const StoredFrame& frame, const StoredTable* palette
     Picture picture(frame.columns, frame.rows);
     const std::size_t pixels = frame.Pixels();
     if (frame.photometric == "PALETTE COLOR") {
-        for (std::size_t i = 0; i < pixels; ++i) {
-            const auto value = static_cast<std::int32_t>(SampleValue(frame, i));
-            for (std::size_t c = 0; c < 3; ++c) {
+        for_samples(frame, pixels, [&](std::size_t i, std::int64_t value) {
+            for (std::size_t c = 0; c < 3; ++c)
                 picture.bytes[3 * i + c] = to_8_bits(palette[c].At(value), palette[c].bits);
-            }
-        }
+        });
         return picture;
     }
     const std::uint64_t mask = (std::uint64_t{1} << frame.bitsStored) - 1;
-    for (std::size_t i = 0; i < 3 * pixels; ++i) {
-        const std::uint64_t value = static_cast<std::uint64_t>(SampleValue(frame, i)) & mask;
-        picture.bytes[i] = to_8_bits(value, frame.bitsStored);
-    }
+    for_samples(frame, 3 * pixels, [&](std::size_t i, std::int64_t value) {
+        picture.bytes[i] = to_8_bits(static_cast<std::uint64_t>(value) & mask, frame.bitsStored);
+    });
     if (frame.photometric == "YBR_FULL") {
         for (std::size_t i = 0; i < pixels; ++i) ybr_to_rgb(&picture.bytes[3 * i]);
     }

@@ -73,6 +73,15 @@ StoredTable ReadSegmentedTable(const DicomDataSet& dataSet, std::uint32_t descri
 /// Sample i of a frame as a number: shifted down by the high bit, masked, sign-extended.
 std::int64_t SampleValue(const StoredFrame& frame, std::size_t i);
 
+/// The samples of the pixels that are there, unchanged: up to 16 bits, one sample per pixel. The pixels have
+/// their size and depth.
+void ConvertSamples(const StoredFrame& frame, MonoPixels* pixels);
+
+/// Includes the samples of the pixels that are there in a range, padding left out. One sample per pixel.
+void WidenBySamples(const StoredFrame& frame, const std::optional<Padding>& padding, ValueRange* range);
+/// The range of the first `count` pixels, padding left out.
+ValueRange RangeOfPixels(const MonoPixels& pixels, std::size_t count, const std::optional<Padding>& padding);
+
 /// RGB, YBR_FULL (PS3.3 C.7.6.3.1.2) or PALETTE COLOR to 8 bits per colour. `palette` has the three tables,
 /// red first, and is looked at for PALETTE COLOR only.
 Picture ConvertToTrueColour(const StoredFrame& frame, const StoredTable* palette);

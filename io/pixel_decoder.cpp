@@ -1,15 +1,12 @@
 #include "pixel_decoder.h"
 
-#include <gdcmBitmap.h>
-#include <gdcmSequenceOfFragments.h>
-
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 #include <vector>
 
 #include "codestream.h"
-#include "dicom_tags.h"
+#include "dicom_library.h"
+#include "refusal.h"
 
 namespace {
 
@@ -207,58 +204,12 @@ void check_stream(const CodestreamHeader& stream, const StoredFrame& frame) {
     }
 }
 
-gdcm::DataElement one_fragment(std::string bytes) {
-    if (bytes.size() % 2 != 0) bytes += '\0';
-    gdcm::Fragment fragment;
-    fragment.SetByteValue(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-    gdcm::SmartPointer<gdcm::SequenceOfFragments> fragments = new gdcm::SequenceOfFragments;
-    fragments->AddFragment(fragment);
-    gdcm::DataElement pixels{gdcm::Tag(tag::kPixelData)};
-    pixels.SetVR(gdcm::VR::OB);
-    pixels.SetValue(*fragments);
-    return pixels;
-}
-
-void describe(const StoredFrame& frame, const std::string& photometricName, gdcm::Bitmap* bitmap) {
-    bitmap->SetNumberOfDimensions(2);
-    bitmap->SetDimension(0, static_cast<unsigned>(frame.columns));
-    bitmap->SetDimension(1, static_cast<unsigned>(frame.rows));
-    bitmap->SetPixelFormat(gdcm::PixelFormat(
-        static_cast<unsigned short>(frame.samples), static_cast<unsigned short>(frame.bitsAllocated),
-        static_cast<unsigned short>(frame.bitsStored), static_cast<unsigned short>(frame.bitsStored - 1),
-        static_cast<unsigned short>(frame.isSigned)));
-    gdcm::PhotometricInterpretation::PIType photometric = gdcm::PhotometricInterpretation::MONOCHROME2;
-    if (frame.samples == 3) {
-        photometric = gdcm::PhotometricInterpretation::GetPIType(photometricName.c_str());
-        if (photometric == gdcm::PhotometricInterpretation::UNKNOWN)
-            photometric = gdcm::PhotometricInterpretation::RGB;
-    }
-    bitmap->SetPhotometricInterpretation(photometric);
-}
-
-void decode_stream(const FrameBytes& stored, const gdcm::TransferSyntax& syntax, const PixelHeader& header,
+void decode_stream(const FrameBytes& stored, const std::string& syntax, const PixelHeader& header,
                    StoredFrame* frame) {
     if (stored.isCutShort) throw Refusal("the file ends within a compressed frame");
     const CodestreamHeader stream = ReadCodestreamHeader(stored.bytes);
     check_stream(stream, *frame);
-    gdcm::Bitmap bitmap;
-    describe(*frame, header.photometric, &bitmap);
-    bitmap.SetTransferSyntax(syntax);
-    bitmap.SetDataElement(one_fragment(stored.bytes));
-
-    const std::uint64_t samples = samples_of(*frame), length = bitmap.GetBufferLength();
-    frame->data.resize(std::max<std::uint64_t>(length, 4 * samples));
-    if (!bitmap.GetBuffer(&frame->data[0])) throw Refusal("compressed pixel data cannot be decoded");
-    const gdcm::PixelFormat& format = bitmap.GetPixelFormat();
-    frame->sampleBytes = format.GetBitsAllocated() / 8;
-    if (format.GetBitsAllocated() % 8 != 0 || frame->sampleBytes == 3 || frame->sampleBytes > 4 ||
-        frame->sampleBytes < 1 || format.GetSamplesPerPixel() != frame->samples) {
-        throw Refusal("compressed pixel data decode to another form than the header says");
-    }
-    frame->data.resize(samples * static_cast<unsigned>(frame->sampleBytes));
-    frame->bitsAllocated = format.GetBitsAllocated();
-    frame->bitsStored = std::min<int>(frame->bitsStored, frame->bitsAllocated);
-    frame->highBit = frame->bitsStored - 1;
+    LoadDicomLibrary().Decode(stored.bytes, syntax, header.photometric, frame);
     frame->present = frame->Pixels();
     limit_samples(stream, frame);
 
@@ -269,82 +220,39 @@ void decode_stream(const FrameBytes& stored, const gdcm::TransferSyntax& syntax,
     }
 }
 
-constexpr gdcm::TransferSyntax::TSType kDecodable[] = {
-    gdcm::TransferSyntax::JPEGBaselineProcess1,  gdcm::TransferSyntax::JPEGExtendedProcess2_4,
-    gdcm::TransferSyntax::JPEGLosslessProcess14, gdcm::TransferSyntax::JPEGLosslessProcess14_1,
-    gdcm::TransferSyntax::JPEGLSLossless,        gdcm::TransferSyntax::JPEGLSNearLossless,
-    gdcm::TransferSyntax::JPEG2000Lossless,      gdcm::TransferSyntax::JPEG2000,
-    gdcm::TransferSyntax::JPEG2000Part2Lossless, gdcm::TransferSyntax::JPEG2000Part2};
+/// Syntaxes whose pixels are not compressed: the big-endian one of a vendor included.
+constexpr const char* kNative[] = {"1.2.840.10008.1.2", "1.2.840.10008.1.2.1", "1.2.840.10008.1.2.1.99",
+                                   "1.2.840.10008.1.2.2", "1.2.840.113619.5.2"};
+constexpr const char* kRunLength = "1.2.840.10008.1.2.5";
+/// JPEG, JPEG-LS and JPEG 2000.
+constexpr const char* kStreams[] = {
+    "1.2.840.10008.1.2.4.50", "1.2.840.10008.1.2.4.51", "1.2.840.10008.1.2.4.57", "1.2.840.10008.1.2.4.70",
+    "1.2.840.10008.1.2.4.80", "1.2.840.10008.1.2.4.81", "1.2.840.10008.1.2.4.90", "1.2.840.10008.1.2.4.91",
+    "1.2.840.10008.1.2.4.92", "1.2.840.10008.1.2.4.93"};
 
-// ---- Transfer syntaxes that cannot be read
-
-/// UIDs that continue kStandard with `arc`, a number from `first` to `last` and perhaps one more.
-struct UnreadableSyntax {
-    std::string_view arc;
-    int first;
-    int last;
-    const char* name;
-    bool isCompression = true;
-};
-
-constexpr std::string_view kStandard = "1.2.840.10008.1.2.";
-constexpr std::size_t kLongestUid = 64;
-constexpr UnreadableSyntax kUnreadable[] = {
-    {"1.", 98, 98, "Encapsulated Uncompressed Explicit VR Little Endian", false},
-    {"4.", 52, 56, "a retired JPEG process"},
-    {"4.", 58, 66, "a retired JPEG process"},
-    {"4.", 94, 95, "JPIP references to pixels elsewhere", false},
-    {"4.", 100, 101, "MPEG-2"},
-    {"4.", 102, 106, "MPEG-4 AVC/H.264"},
-    {"4.", 107, 108, "HEVC/H.265"},
-    {"4.", 110, 112, "JPEG XL"},
-    {"4.", 201, 203, "High-Throughput JPEG 2000"},
-    {"4.", 204, 205, "JPIP references to pixels elsewhere", false},
-    {"6.", 1, 1, "RFC 2557 MIME encapsulation", false},
-    {"6.", 2, 2, "XML encoding", false},
-    {"7.", 1, 3, "SMPTE ST 2110 streaming", false},
-    {"8.", 1, 1, "Deflated Image Frame Compression"},
-};
+template <std::size_t N>
+bool is_among(const char* const (&uids)[N], const std::string& uid) {
+    return std::find(std::begin(uids), std::end(uids), uid) != std::end(uids);
+}
 
 }  // namespace
 
-std::string WhyUnreadable(const std::string& transferSyntax) {
-    const std::string_view uid = transferSyntax;
-    for (const UnreadableSyntax& row : kUnreadable) {
-        const std::size_t at = kStandard.size() + row.arc.size();
-        if (uid.size() <= at || uid.substr(0, kStandard.size()) != kStandard ||
-            uid.substr(kStandard.size(), row.arc.size()) != row.arc) {
-            continue;
-        }
-        int number = 0;
-        const char* last = uid.data() + uid.size();
-        const char* end = std::from_chars(uid.data() + at, last, number).ptr;
-        if (number < row.first || number > row.last || (end != last && *end != '.')) continue;
-        return std::string(row.isCompression ? "is compressed with " : "contains ") + row.name + " (" +
-               transferSyntax + "), which cannot be read";
-    }
-    const bool isKnown = uid.empty() || gdcm::TransferSyntax::GetTSType(transferSyntax.c_str()) !=
-                                            gdcm::TransferSyntax::TS_END;
-    return isKnown ? "" : "has an unknown transfer syntax (" + transferSyntax.substr(0, kLongestUid) + ")";
+bool NeedsLibrary(const PixelSource& source, const std::string& transferSyntax) {
+    return source.isEncapsulated && is_among(kStreams, transferSyntax);
 }
 
-std::string CountOf(std::uint64_t number, const char* noun) {
-    return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
-}
-
-StoredFrame DecodePixels(const PixelSource& source, const gdcm::TransferSyntax& syntax,
-                         const PixelHeader& header, int index, bool partial) {
+StoredFrame DecodePixels(const PixelSource& source, const std::string& syntax, const PixelHeader& header,
+                         int index, bool partial) {
     StoredFrame frame = header.frame;
     if (!source.isEncapsulated) {
-        if (syntax.IsEncapsulated()) throw Refusal("compressed pixel data are not in fragments");
+        if (!is_among(kNative, syntax)) throw Refusal("compressed pixel data are not in fragments");
         read_native(source, header, index, partial, &frame);
-    } else if (syntax == gdcm::TransferSyntax::RLELossless) {
+    } else if (syntax == kRunLength) {
         decode_rle(frame_bytes(source, header.frames, index, true), &frame);
-    } else if (std::find(std::begin(kDecodable), std::end(kDecodable), syntax) != std::end(kDecodable)) {
+    } else if (NeedsLibrary(source, syntax)) {
         decode_stream(frame_bytes(source, header.frames, index, false), syntax, header, &frame);
     } else {
-        const char* name = syntax.GetString();
-        throw Refusal(std::string("transfer syntax ") + (name ? name : "?") + " cannot be decoded");
+        throw Refusal("transfer syntax " + (syntax.empty() ? "?" : syntax) + " cannot be decoded");
     }
     if (frame.present == 0)
         throw Refusal("the file ends before the first pixel of frame " + std::to_string(index));

@@ -1,55 +1,13 @@
 #include "pixel_source.h"
 
-#include <fcntl.h>
-#include <gdcmSequenceOfFragments.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <memory>
-#include <stdexcept>
 
+#include "dicom_parser.h"
 #include "dicom_tags.h"
 
 namespace {
 
-constexpr std::uint32_t kUndefinedLength = 0xFFFFFFFF;
 constexpr std::uint64_t kItemHeader = 8;
-
-class File {
-public:
-    explicit File(const std::string& path) : m_File(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-        struct stat status {};
-        if (m_File >= 0 && fstat(m_File, &status) == 0) m_Size = static_cast<std::uint64_t>(status.st_size);
-    }
-    ~File() {
-        if (m_File >= 0) close(m_File);
-    }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-
-    std::uint64_t Size() const { return m_Size; }
-
-    /// As much of the extent as the file has.
-    std::string Read(Extent extent) const {
-        if (extent.offset >= m_Size) return std::string();
-        std::string bytes(static_cast<std::size_t>(std::min(extent.size, m_Size - extent.offset)), '\0');
-        for (std::size_t done = 0; done < bytes.size();) {
-            const ssize_t got =
-                pread(m_File, &bytes[done], bytes.size() - done, static_cast<off_t>(extent.offset + done));
-            if (got < 0 && errno == EINTR) continue;
-            if (got <= 0) throw std::runtime_error("the file cannot be read");
-            done += static_cast<std::size_t>(got);
-        }
-        return bytes;
-    }
-
-private:
-    int m_File = -1;
-    std::uint64_t m_Size = 0;
-};
 
 std::uint64_t number_at(const std::string& bytes, std::size_t at, std::size_t size) {
     std::uint64_t value = 0;
@@ -64,7 +22,7 @@ std::uint32_t tag_at(const std::string& bytes, std::size_t at) {
 
 /// Lists the items from `at` to the sequence delimitation; the first one is the Basic Offset Table (PS3.5
 /// A.4).
-bool find_fragments(const File& file, std::uint64_t at, PixelSource* source) {
+bool find_fragments(const FileBytes& file, std::uint64_t at, PixelSource* source) {
     for (bool isTable = true;; isTable = false) {
         const std::string header = file.Read({at, kItemHeader});
         if (header.size() < kItemHeader) {
@@ -98,8 +56,7 @@ std::vector<std::uint64_t> OffsetsOf(const std::string& table, std::size_t size)
     return offsets;
 }
 
-std::optional<PixelSource> FindPixels(const std::string& path, std::uint64_t value) {
-    const auto file = std::make_shared<const File>(path);
+std::optional<PixelSource> FindPixels(const std::shared_ptr<const FileBytes>& file, std::uint64_t value) {
     if (value < 12 || value > file->Size()) return std::nullopt;
     // An explicit header is tag, VR, two zeros and length; an implicit one tag and length.
     const std::string header = file->Read({value - 12, 12});
@@ -117,37 +74,5 @@ std::optional<PixelSource> FindPixels(const std::string& path, std::uint64_t val
         source.isCutShort = length > left;
         source.extents = {{value, std::min(length, left)}};
     }
-    return source;
-}
-
-PixelSource PixelsInMemory(const gdcm::DataElement& element) {
-    PixelSource source;
-    const gdcm::SequenceOfFragments* fragments = element.GetSequenceOfFragments();
-    std::vector<const gdcm::ByteValue*> values;
-    if (fragments == nullptr) {
-        values.push_back(element.GetByteValue());
-    } else {
-        source.isEncapsulated = true;
-        for (std::size_t i = 0; i < fragments->GetNumberOfFragments(); ++i)
-            values.push_back(fragments->GetFragment(i).GetByteValue());
-        if (const gdcm::ByteValue* table = fragments->GetTable().GetByteValue())
-            source.frameOffsets = OffsetsOf(std::string(table->GetPointer(), table->GetLength()), 4);
-    }
-    std::uint64_t offset = 0;
-    for (const gdcm::ByteValue* value : values) {
-        const std::uint64_t size = value == nullptr ? 0 : std::uint32_t{value->GetLength()};
-        source.extents.push_back({offset, size});
-        offset += size + kItemHeader;
-    }
-    if (fragments == nullptr) source.claimed = source.extents.front().size;
-    source.read = [values, extents = source.extents](Extent wanted) {
-        for (std::size_t i = 0; i < extents.size(); ++i) {
-            const std::uint64_t skip = wanted.offset - extents[i].offset;
-            if (wanted.offset < extents[i].offset || skip >= extents[i].size) continue;
-            const std::uint64_t size = std::min(wanted.size, extents[i].size - skip);
-            return std::string(values[i]->GetPointer() + skip, static_cast<std::size_t>(size));
-        }
-        return std::string();
-    };
     return source;
 }

@@ -1,18 +1,13 @@
 #pragma once
 
-#include <gdcmDataElement.h>
-
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-/// A run of bytes.
-struct Extent {
-    std::uint64_t offset = 0;
-    std::uint64_t size = 0;
-};
+#include "file_bytes.h"
 
 /// Where the pixel data of a file are. Finding them reads no pixels: a frame costs what its own bytes cost.
 struct PixelSource {
@@ -34,7 +29,4 @@ std::vector<std::uint64_t> OffsetsOf(const std::string& table, std::size_t size)
 
 /// Pixel data whose value begins at `value` in a file of little-endian elements; lengths are tested against
 /// the file's size. Nothing where the structure is not the standard's.
-std::optional<PixelSource> FindPixels(const std::string& path, std::uint64_t value);
-
-/// Pixel data that have been read. The element must outlive the source.
-PixelSource PixelsInMemory(const gdcm::DataElement& element);
+std::optional<PixelSource> FindPixels(const std::shared_ptr<const FileBytes>& file, std::uint64_t value);
