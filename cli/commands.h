@@ -7,6 +7,11 @@
 /// has been read. The work throws PresentError or UsageError.
 using Run = std::function<void()>;
 
+/// Thrown by work that has said what went wrong.
+struct ExitStatus {
+    int status;
+};
+
 void AddRenderCommand(CLI::App& app, Run& run);
 void AddInfoCommand(CLI::App& app, Run& run);
 void AddTableCommand(CLI::App& app, Run& run);

@@ -35,6 +35,10 @@ CLI::Validator between(double low, double high, bool isWhole) {
     return validator;
 }
 
+void add_partial_option(CLI::App& command, PresentationOptions& options) {
+    command.add_flag("--partial", options.partial, "Draw a file that is cut short as far as it goes");
+}
+
 }  // namespace
 
 CLI::Validator NumberFrom(double low, double high) { return between(low, high, false); }
@@ -65,14 +69,14 @@ std::vector<std::string> InputsOf(const std::string& image, const PresentationOp
 
 void AddFrameOption(CLI::App& command, PresentationOptions& options) {
     command.add_option("--frame", options.frame, "Frame, from 0")->check(WholeNumberFrom(0, kMostInt));
-    command.add_flag("--partial", options.partial, "Draw a file that is cut short as far as it goes");
+    add_partial_option(command, options);
 }
 
 void AddConfigOption(CLI::App& command, std::string& config) {
     command.add_option("--config", config, "Configuration in place of the built-in one");
 }
 
-void AddPresentationOptions(CLI::App& command, PresentationOptions& options) {
+void AddPresentationOptions(CLI::App& command, PresentationOptions& options, std::string* frames) {
     CLI::Option* center = command
                               .add_option("--center,--centre", options.center,
                                           "Window centre in modality units, that is after rescale")
@@ -94,7 +98,12 @@ void AddPresentationOptions(CLI::App& command, PresentationOptions& options) {
     command.add_flag("--invert", options.invert, "Invert the grey levels");
     command.add_option("--voi", options.voi, "Windowing entry of the image, from 0")
         ->check(WholeNumberFrom(0, kMostInt));
-    AddFrameOption(command, options);
+    if (frames == nullptr) {
+        AddFrameOption(command, options);
+    } else {
+        command.add_option("--frame", *frames, "Frame, from 0; FIRST-LAST; or all");
+        add_partial_option(command, options);
+    }
     CLI::Option* saved = command.add_option("--ddp", options.displayParameters,
                                             "Display-parameter file to lay over the image first");
     command.add_flag("--force", options.force, "Accept a display-parameter file of another image")

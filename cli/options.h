@@ -9,7 +9,8 @@
 #include "present/region_view.h"
 
 /// The options that several commands share, one function for each set.
-void AddPresentationOptions(CLI::App& command, PresentationOptions& options);
+/// `frames` takes the frames of a command that draws several, as they are written; else there is one frame.
+void AddPresentationOptions(CLI::App& command, PresentationOptions& options, std::string* frames = nullptr);
 void AddBrightnessOptions(CLI::App& command, BrightnessOptions& options);
 void AddRegionOption(CLI::App& command, ViewOptions& options);
 void AddViewOptions(CLI::App& command, ViewOptions& options);

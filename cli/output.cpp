@@ -14,18 +14,18 @@ namespace {
 constexpr int kSchema = 1;
 constexpr std::size_t kNameColumn = 22;
 
-Json with_schema(const Json& object) {
+}  // namespace
+
+Json WithSchema(const Json& object) {
     Json result = {{"schema", kSchema}};
     result.update(object);
     return result;
 }
 
-}  // namespace
-
 void PrintJson(std::ostream& out, const Json& result, int indent) {
-    Json stamped = result.is_object() ? with_schema(result) : Json::array();
+    Json stamped = result.is_object() ? WithSchema(result) : Json::array();
     if (result.is_array()) {
-        for (const Json& object : result) stamped.push_back(with_schema(object));
+        for (const Json& object : result) stamped.push_back(WithSchema(object));
     }
     out << stamped.dump(indent, ' ', false, Json::error_handler_t::replace) << "\n";
 }

@@ -6,6 +6,9 @@
 
 using Json = nlohmann::ordered_json;
 
+/// The object with a "schema" number in front.
+Json WithSchema(const Json& object);
+
 /// Prints JSON for programs, each object of the outermost level with a "schema" number in front. The number
 /// changes when a key changes its meaning or goes away. Text that is not UTF-8 is replaced.
 void PrintJson(std::ostream& out, const Json& result, int indent = 2);

@@ -117,7 +117,11 @@ int run_line(const std::vector<std::string>& arguments) {
         const CLI::App& about = app.get_subcommands().empty() ? app : *app.get_subcommands().front();
         throw UsageError(std::string(error.what()) + "; see " + help_for(about));
     }
-    run();
+    try {
+        run();
+    } catch (const ExitStatus& end) {
+        return end.status;
+    }
     return kDone;
 }
 

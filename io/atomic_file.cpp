@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -67,16 +68,21 @@ bool leads_to(const std::string& path, int file) {
            named->st_ino == status.st_ino;
 }
 
+/// Whether a name is that of a temporary, of the file of that name or, without one, of any.
+bool is_temporary(const std::string& name, const std::string& of) {
+    const std::size_t mark = name.size() - std::min(name.size(), std::strlen(kMark) + kRandomLetters);
+    return mark > 1 && name[0] == '.' && name.compare(mark, std::strlen(kMark), kMark) == 0 &&
+           (of.empty() || name.compare(1, mark - 1, of) == 0);
+}
+
 /// A temporary whose lock can be had belongs to a run that is dead. A folder that cannot be listed keeps its
 /// own. The standard library's iterator calls terminate when memory runs out.
-void remove_leftovers(const fs::path& target) {
-    const std::string start = "." + target.filename().string() + kMark;
-    const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(folder_of(target).c_str()), &closedir);
+void remove_leftovers(const fs::path& in, const std::string& of) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(in.c_str()), &closedir);
     while (const dirent* entry = folder ? readdir(folder.get()) : nullptr) {
-        const std::string name = entry->d_name;
-        if (name.rfind(start, 0) != 0 || name.size() != start.size() + kRandomLetters) continue;
+        if (!is_temporary(entry->d_name, of)) continue;
         // Nothing that has such a name may block.
-        const std::string path = (folder_of(target) / name).string();
+        const std::string path = (in / entry->d_name).string();
         const int file = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
         if (file < 0) continue;
         struct stat status {};
@@ -96,7 +102,8 @@ void sync_folder(const fs::path& folder) {
 
 }  // namespace
 
-AtomicFile::AtomicFile(const std::string& path) : m_Path(path), m_Target(behind_links(path)) {
+AtomicFile::AtomicFile(const std::string& path, Disk disk)
+    : m_Path(path), m_Target(behind_links(path)), m_Disk(disk) {
     const std::optional<struct stat> status = status_of(m_Target);
     if (status && S_ISDIR(status->st_mode)) fail(EISDIR);
     if (is_standard_output(path) || is_open_file(m_Target) || (status && !S_ISREG(status->st_mode))) {
@@ -119,7 +126,7 @@ void AtomicFile::open_straight() {
 
 void AtomicFile::open_temporary() {
     const fs::path target = m_Target;
-    remove_leftovers(target);
+    if (m_Disk == kNow) remove_leftovers(folder_of(target), target.filename().string());
     const std::string start = (folder_of(target) / ("." + target.filename().string() + kMark)).string();
     do {
         if (m_File >= 0) close(m_File);
@@ -159,7 +166,7 @@ void AtomicFile::Write(const void* bytes, std::size_t size) {
 void AtomicFile::Finish() {
     if (m_File < 0) return;
     // A device or a pipe has no disk to reach.
-    if (!m_Temporary.empty() && fsync(m_File) != 0) fail(errno);
+    if (m_Disk == kNow && !m_Temporary.empty() && fsync(m_File) != 0) fail(errno);
 }
 
 void AtomicFile::Commit() {
@@ -168,17 +175,27 @@ void AtomicFile::Commit() {
     if (!m_Temporary.empty()) {
         if (rename(m_Temporary.c_str(), m_Target.c_str()) != 0) fail(errno);
         m_Temporary.clear();
-        sync_folder(folder_of(m_Target));
+        if (m_Disk == kNow) sync_folder(folder_of(m_Target));
     }
     const int file = m_File;
     m_File = -1;
     if (close(file) != 0) fail(errno);
 }
 
-void WriteFileAtomically(const std::string& path, const void* bytes, std::size_t size) {
-    AtomicFile file(path);
+void WriteFileAtomically(const std::string& path, const void* bytes, std::size_t size,
+                         AtomicFile::Disk disk) {
+    AtomicFile file(path, disk);
     file.Write(bytes, size);
     file.Commit();
+}
+
+void RemoveLeftovers(const std::string& folder) { remove_leftovers(folder, std::string()); }
+
+void SyncFolder(const std::string& folder) {
+    const int file = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (file < 0) return;
+    syncfs(file);
+    close(file);
 }
 
 void WriteFilesAtomically(const std::vector<std::pair<std::string, std::string>>& files) {

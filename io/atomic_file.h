@@ -20,14 +20,17 @@
 /// removed by the next run that writes the same file. Every operation throws PresentError.
 class AtomicFile {
 public:
-    explicit AtomicFile(const std::string& path);
+    /// kLater: the caller has removed leftovers, and syncs the folder when many files are written.
+    enum Disk { kNow, kLater };
+
+    explicit AtomicFile(const std::string& path, Disk disk = kNow);
     AtomicFile(const AtomicFile&) = delete;
     AtomicFile& operator=(const AtomicFile&) = delete;
     ~AtomicFile();
 
     /// Throws on a full disk, for instance.
     void Write(const void* bytes, std::size_t size);
-    /// The bytes are on the disk when this returns; the older file is still there.
+    /// With kNow the bytes are on the disk when this returns; the older file is still there.
     void Finish();
     /// Finishes, and takes the place of the older file.
     void Commit();
@@ -40,10 +43,16 @@ private:
     std::string m_Path;       ///< as given
     std::string m_Target;     ///< behind links
     std::string m_Temporary;  ///< empty when written straight, and once renamed
+    Disk m_Disk;
     int m_File = -1;
 };
 
-void WriteFileAtomically(const std::string& path, const void* bytes, std::size_t size);
+void WriteFileAtomically(const std::string& path, const void* bytes, std::size_t size,
+                         AtomicFile::Disk disk = AtomicFile::kNow);
+/// Removes what killed runs left in a folder.
+void RemoveLeftovers(const std::string& folder);
+/// What was written to the folder's file system reaches the disk.
+void SyncFolder(const std::string& folder);
 /// Several outputs of one command, path and bytes: none takes its place before all are on the disk.
 void WriteFilesAtomically(const std::vector<std::pair<std::string, std::string>>& files);
 

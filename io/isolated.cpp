@@ -39,17 +39,8 @@ bool write_all(int file, const char* bytes, std::size_t size) {
 
 [[noreturn]] void run_child(const std::function<std::string()>& work, int answerPipe,
                             unsigned long long memoryLimit, unsigned secondsLimit) {
-    // A decoder's abort must not reach the parent's handlers (a sanitizer's, a test runner's).
-    for (int signal : {SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL}) std::signal(signal, SIG_DFL);
-    const int nowhere = open("/dev/null", O_WRONLY);
-    if (nowhere >= 0) {
-        dup2(nowhere, STDOUT_FILENO);
-        dup2(nowhere, STDERR_FILENO);
-    }
-    SetIsolated();
-    limit(RLIMIT_CORE, 0);
+    BecomeIsolated(memoryLimit);
     limit(RLIMIT_CPU, secondsLimit);
-    AllowMemory(memoryLimit);
     int status = 1;
     try {
         const std::string answer = work();
@@ -65,7 +56,18 @@ bool write_all(int file, const char* bytes, std::size_t size) {
 
 bool IsIsolated() { return g_IsIsolated; }
 
-void SetIsolated() { g_IsIsolated = true; }
+void BecomeIsolated(unsigned long long memoryLimit) {
+    g_IsIsolated = true;
+    // A decoder's abort must not reach the parent's handlers (a sanitizer's, a test runner's).
+    for (int signal : {SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL}) std::signal(signal, SIG_DFL);
+    const int nowhere = open("/dev/null", O_WRONLY);
+    if (nowhere >= 0) {
+        dup2(nowhere, STDOUT_FILENO);
+        dup2(nowhere, STDERR_FILENO);
+    }
+    limit(RLIMIT_CORE, 0);
+    AllowMemory(memoryLimit);
+}
 
 void AllowMemory(unsigned long long bytes) {
     // Address space is what can be limited. A sanitizer's shadow takes terabytes of it, so what is there is

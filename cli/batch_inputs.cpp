@@ -1,0 +1,193 @@
+#include "batch_inputs.h"
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <limits>
+#include <unordered_set>
+
+#include "io/atomic_file.h"
+#include "io/dicomdir.h"
+#include "io/present_error.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::uint64_t kMostFromStandardInput = std::uint64_t{4} << 30;
+
+bool is_dicom(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    char beginning[132];
+    return file.read(beginning, sizeof beginning) && std::equal(beginning + 128, beginning + 132, "DICM");
+}
+
+/// "scan.dcm" is "scan"; other names stay whole, since their dots may be part of a UID.
+std::string without_suffix(const fs::path& path) {
+    std::string suffix = path.extension().string();
+    for (char& sign : suffix) sign = sign >= 'A' && sign <= 'Z' ? static_cast<char>(sign - 'A' + 'a') : sign;
+    return (suffix == ".dcm" && path.has_stem() ? path.parent_path() / path.stem() : path).string();
+}
+
+class Finder {
+public:
+    explicit Finder(std::string scratch) : m_Scratch(std::move(scratch)) {}
+
+    void Take(const std::string& given) {
+        if (given == "-") {
+            add(standard_input(), "stdin", "-");
+        } else if (given.size() > 1 && given[0] == '@') {
+            take_list(given.substr(1));
+        } else {
+            take_path(given);
+        }
+    }
+
+    /// Names that come twice get a number.
+    BatchInputs Result() {
+        std::unordered_set<std::string> taken;
+        for (const BatchInput& input : m_Found.files) taken.insert(input.name);
+        std::unordered_set<std::string> used;
+        for (BatchInput& input : m_Found.files) {
+            std::string name = input.name;
+            for (int number = 2; used.count(name) != 0 || (number > 2 && taken.count(name) != 0); ++number)
+                name = input.name + "-" + std::to_string(number);
+            used.insert(name);
+            input.name = std::move(name);
+        }
+        m_Found.areMany = m_Found.areMany || m_Found.files.size() > 1;
+        return std::move(m_Found);
+    }
+
+private:
+    void add(std::string path, const fs::path& name, std::string key) {
+        m_Found.files.push_back({std::move(path), without_suffix(name), std::move(key)});
+    }
+
+    void take_path(const std::string& path) {
+        std::error_code error;
+        const fs::file_status status = fs::status(path, error);
+        if (!fs::exists(status)) throw PresentError(path, "No such file or directory");
+        if (fs::is_directory(status)) {
+            take_folder(path);
+        } else if (IsDicomDir(path)) {
+            m_Found.areMany = true;
+            const fs::path folder = fs::path(path).parent_path();
+            for (const std::string& image : ReadDicomDir(path)) {
+                const std::string below =
+                    fs::path(image).lexically_relative(folder.empty() ? "." : folder).string();
+                add(image, below, below);
+            }
+        } else {
+            add(path, fs::path(path).filename(), path);
+        }
+    }
+
+    void take_folder(const fs::path& folder) {
+        m_Found.areMany = true;
+        std::vector<fs::path> files;
+        std::error_code error;
+        fs::recursive_directory_iterator entry(folder, error);
+        if (error) throw PresentError(folder.string(), error.message());
+        for (const fs::recursive_directory_iterator end; entry != end; entry.increment(error)) {
+            if (entry->is_regular_file(error)) files.push_back(entry->path());
+        }
+        if (error) throw PresentError(folder.string(), error.message());
+        std::sort(files.begin(), files.end());
+        for (const fs::path& file : files) {
+            // The images of a DICOMDIR lie in the folder themselves.
+            if (!is_dicom(file) || IsDicomDir(file.string())) {
+                ++m_Found.skipped;
+                continue;
+            }
+            const fs::path below = file.lexically_relative(folder);
+            add(file.string(), below, below.generic_string());
+        }
+    }
+
+    void take_list(const std::string& list) {
+        m_Found.areMany = true;
+        std::ifstream file;
+        if (list != "-") {
+            file.open(list);
+            if (!file) throw PresentError(list, "cannot be read");
+        }
+        std::istream& lines = list == "-" ? std::cin : file;
+        for (std::string line; std::getline(lines, line);) {
+            if (!line.empty() && line.back() == '\r') line.pop_back();
+            if (!line.empty() && line[0] != '#') take_listed(line);
+        }
+    }
+
+    /// What is missing costs its own line when its turn comes.
+    void take_listed(const std::string& path) {
+        std::error_code error;
+        if (fs::is_directory(path, error) || (fs::exists(path, error) && IsDicomDir(path)))
+            return take_path(path);
+        add(path, fs::path(path).filename(), path);
+    }
+
+    std::string standard_input() {
+        const std::string path = m_Scratch + "/stdin.dcm";
+        AtomicFile file(path, AtomicFile::kLater);
+        char block[65536];
+        std::uint64_t size = 0;
+        while (std::cin.read(block, sizeof block), std::cin.gcount() > 0) {
+            size += static_cast<std::uint64_t>(std::cin.gcount());
+            if (size > kMostFromStandardInput) throw PresentError("-", "is longer than 4 GiB");
+            file.Write(block, static_cast<std::size_t>(std::cin.gcount()));
+        }
+        file.Commit();
+        return path;
+    }
+
+    std::string m_Scratch;
+    BatchInputs m_Found;
+};
+
+template <class Number>
+bool read_number(const std::string& text, Number& number) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size() && !text.empty();
+}
+
+}  // namespace
+
+BatchInputs FindInputs(const std::vector<std::string>& given, const std::string& scratch) {
+    Finder finder(scratch);
+    for (const std::string& input : given) finder.Take(input);
+    return finder.Result();
+}
+
+bool Shard::Has(const std::string& key) const {
+    std::uint64_t hash = 14695981039346656037u;
+    for (const char sign : key) {
+        hash ^= static_cast<unsigned char>(sign);
+        hash *= 1099511628211u;
+    }
+    return hash % count == index - 1;
+}
+
+std::optional<Shard> ParseShard(const std::string& text) {
+    const std::size_t slash = text.find('/');
+    Shard shard;
+    if (slash == std::string::npos || !read_number(text.substr(0, slash), shard.index) ||
+        !read_number(text.substr(slash + 1), shard.count) || shard.index < 1 || shard.index > shard.count) {
+        return std::nullopt;
+    }
+    return shard;
+}
+
+std::optional<FrameRange> ParseFrames(const std::string& text) {
+    if (text == "all") return FrameRange{0, std::numeric_limits<int>::max(), false};
+    FrameRange range;
+    const std::size_t dash = text.find('-');
+    if (!read_number(text.substr(0, dash), range.first) || range.first < 0) return std::nullopt;
+    range.last = range.first;
+    if (dash == std::string::npos) return range;
+    range.isSingle = false;
+    if (!read_number(text.substr(dash + 1), range.last) || range.last < range.first) return std::nullopt;
+    return range;
+}

@@ -1,0 +1,194 @@
+#include "worker_pool.h"
+
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstring>
+#include <stdexcept>
+
+namespace {
+
+constexpr int kPollMilliseconds = 100;
+/// In place of a length: the request is done.
+constexpr std::uint32_t kDone = 0xFFFFFFFF;
+
+bool send_all(int channel, const void* bytes, std::size_t size) {
+    const auto* next = static_cast<const char*>(bytes);
+    while (size > 0) {
+        // A peer that is gone is an error, not a signal.
+        const ssize_t sent = send(channel, next, size, MSG_NOSIGNAL);
+        if (sent < 0 && errno == EINTR) continue;
+        if (sent <= 0) return false;
+        next += sent;
+        size -= static_cast<std::size_t>(sent);
+    }
+    return true;
+}
+
+bool receive_all(int channel, void* bytes, std::size_t size) {
+    auto* next = static_cast<char*>(bytes);
+    while (size > 0) {
+        const ssize_t got = recv(channel, next, size, 0);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return false;
+        next += got;
+        size -= static_cast<std::size_t>(got);
+    }
+    return true;
+}
+
+bool send_text(int channel, const std::string& text) {
+    const auto size = static_cast<std::uint32_t>(text.size());
+    return send_all(channel, &size, sizeof size) && send_all(channel, text.data(), text.size());
+}
+
+/// From here on, so much more.
+void allow_seconds(unsigned seconds) {
+    rusage used{};
+    rlimit now{};
+    if (getrusage(RUSAGE_SELF, &used) != 0 || getrlimit(RLIMIT_CPU, &now) != 0) return;
+    now.rlim_cur = static_cast<rlim_t>(used.ru_utime.tv_sec + used.ru_stime.tv_sec) + seconds + 1;
+    if (now.rlim_max != RLIM_INFINITY) now.rlim_cur = std::min(now.rlim_cur, now.rlim_max);
+    setrlimit(RLIMIT_CPU, &now);
+}
+
+}  // namespace
+
+WorkerPool::WorkerPool(int workers, Work work, Limits limits)
+    : m_Work(std::move(work)), m_Limits(limits), m_Workers(static_cast<std::size_t>(workers)) {
+    try {
+        for (Worker& worker : m_Workers) start(worker);
+    } catch (const std::runtime_error&) {
+        // Fewer are better than none.
+        if (m_Workers.front().process < 0) throw;
+    }
+}
+
+WorkerPool::~WorkerPool() {
+    for (Worker& worker : m_Workers) {
+        if (worker.process < 0) continue;
+        kill(worker.process, SIGKILL);
+        end(worker);
+    }
+}
+
+void WorkerPool::start(Worker& worker) {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+        throw std::runtime_error(std::string("no channel to a worker: ") + std::strerror(errno));
+    const pid_t parent = getpid();
+    const pid_t child = fork();
+    if (child < 0) {
+        const int error = errno;
+        close(ends[0]), close(ends[1]);
+        throw std::runtime_error(std::string("no worker can be started: ") + std::strerror(error));
+    }
+    if (child == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (getppid() != parent) _exit(1);
+        // The other workers' channels must close when the parent does.
+        for (const Worker& other : m_Workers) {
+            if (other.channel >= 0) close(other.channel);
+        }
+        close(ends[0]);
+        serve(ends[1]);
+    }
+    close(ends[1]);
+    worker = Worker();
+    worker.process = child;
+    worker.channel = ends[0];
+}
+
+void WorkerPool::serve(int channel) const {
+    BecomeIsolated(m_Limits.memory);
+    // An interrupt from the terminal reaches every process of the group; the parent decides what becomes of it.
+    std::signal(SIGINT, SIG_IGN);
+    std::signal(SIGTERM, SIG_IGN);
+    int status = 0;
+    try {
+        for (std::uint32_t size = 0; receive_all(channel, &size, sizeof size);) {
+            std::string request(size, '\0');
+            if (!receive_all(channel, request.data(), request.size())) break;
+            allow_seconds(m_Limits.seconds);
+            m_Work(request, [&](const std::string& answer) {
+                if (!send_text(channel, answer)) _exit(1);
+                allow_seconds(m_Limits.seconds);
+            });
+            if (!send_all(channel, &kDone, sizeof kDone)) break;
+        }
+    } catch (...) {
+        status = 1;
+    }
+    _exit(status);
+}
+
+IsolatedResult::End WorkerPool::end(Worker& worker) {
+    close(worker.channel);
+    int status = 0;
+    while (waitpid(worker.process, &status, 0) < 0 && errno == EINTR) continue;
+    worker = Worker();
+    const bool outOfTime = WIFSIGNALED(status) && WTERMSIG(status) == SIGXCPU;
+    return outOfTime ? IsolatedResult::kOutOfTime : IsolatedResult::kDied;
+}
+
+void WorkerPool::give(Worker& worker, const Events& events) {
+    std::optional<std::string> request = events.next();
+    if (!request) return;
+    if (worker.process < 0) start(worker);
+    worker.request = std::move(*request);
+    worker.isBusy = true;
+    // A worker that is gone is noticed when its channel is read.
+    send_text(worker.channel, worker.request);
+}
+
+/// What has come. False at the end of the channel.
+bool WorkerPool::read(Worker& worker, const Events& events) {
+    char block[65536];
+    const ssize_t got = recv(worker.channel, block, sizeof block, MSG_DONTWAIT);
+    if (got < 0 && (errno == EINTR || errno == EAGAIN)) return true;
+    if (got <= 0) return false;
+    worker.received.append(block, static_cast<std::size_t>(got));
+    std::size_t at = 0;
+    for (std::uint32_t size = 0; worker.received.size() - at >= sizeof size;) {
+        std::memcpy(&size, worker.received.data() + at, sizeof size);
+        if (size == kDone) {
+            worker.isBusy = false;
+            at += sizeof size;
+            continue;
+        }
+        if (worker.received.size() - at - sizeof size < size) break;
+        events.answered(worker.request, worker.received.substr(at + sizeof size, size));
+        at += sizeof size + size;
+    }
+    worker.received.erase(0, at);
+    return true;
+}
+
+void WorkerPool::Run(const Events& events) {
+    for (bool isGoingOn = true;;) {
+        std::vector<pollfd> channels;
+        for (Worker& worker : m_Workers) {
+            if (isGoingOn && !worker.isBusy) give(worker, events);
+            channels.push_back({worker.isBusy ? worker.channel : -1, POLLIN, 0});
+        }
+        const bool isBusy =
+            std::any_of(m_Workers.begin(), m_Workers.end(), [](const Worker& w) { return w.isBusy; });
+        if (!isBusy) return;
+        poll(channels.data(), channels.size(), kPollMilliseconds);
+        for (std::size_t i = 0; i < m_Workers.size(); ++i) {
+            Worker& worker = m_Workers[i];
+            if (channels[i].revents == 0 || read(worker, events)) continue;
+            const std::string request = worker.request;
+            events.lost(request, end(worker));
+        }
+        isGoingOn = events.goOn();
+    }
+}
