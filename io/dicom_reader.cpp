@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -272,6 +273,10 @@ auto read_here(const std::string& path, Work work) -> decltype(work()) {
 template <typename Work>
 auto read_by_library(const FileKey& key, Work work) -> decltype(work()) {
     if (IsIsolated()) return read_here(key.path, work);
+    // The first file loads the library in its own process only. A program that reads more of them loads it
+    // here, once for all that follow.
+    static std::atomic<bool> isFirst = true;
+    if (!isFirst.exchange(false)) read_here(key.path, [] { return &LoadDicomLibrary(); });
     // Lengths in a file are claims: nothing may take more than a small multiple of the file.
     const unsigned long long memory = kReadingBytes + 8 * key.Size();
     const IsolatedResult result = RunIsolated(

@@ -221,13 +221,34 @@ private:
     std::int64_t m_High = std::numeric_limits<std::int64_t>::min();
 };
 
-template <typename Word>
-void put_samples(const StoredFrame& frame, MonoPixels* pixels) {
-    std::uint8_t* to = pixels->bytes.data();
-    for_samples(frame, frame.present, [to](std::size_t i, std::int64_t value) {
-        const auto word = static_cast<Word>(value);
-        std::memcpy(to + i * sizeof word, &word, sizeof word);
-    });
+/// A number of a little-endian file in this machine's order.
+template <typename Number>
+Number from_file(Number number) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    auto* bytes = reinterpret_cast<unsigned char*>(&number);
+    std::reverse(bytes, bytes + sizeof number);
+#endif
+    return number;
+}
+
+/// Samples of type Stored as pixels of type Pixel, block by block: loops of known length become vector
+/// instructions.
+template <typename Stored, typename Pixel>
+void put_samples(const char* from, std::size_t count, const SampleForm& form, std::uint8_t* to) {
+    constexpr std::size_t kBlock = 64;
+    Stored stored[kBlock] = {};
+    Pixel pixels[kBlock];
+    const auto mask = static_cast<std::uint16_t>(form.mask), sign = static_cast<std::uint16_t>(form.sign);
+    const int shift = form.shift;
+    for (std::size_t done = 0; done < count; done += kBlock) {
+        const std::size_t size = std::min(kBlock, count - done);
+        std::memcpy(stored, from + done * sizeof(Stored), size * sizeof(Stored));
+        for (std::size_t i = 0; i < kBlock; ++i) {
+            const auto bits = static_cast<std::uint16_t>((from_file(stored[i]) >> shift) & mask);
+            pixels[i] = static_cast<Pixel>((bits ^ sign) - sign);
+        }
+        std::memcpy(to + done * sizeof(Pixel), pixels, size * sizeof(Pixel));
+    }
 }
 
 template <typename Word>
@@ -246,10 +267,18 @@ std::int64_t SampleValue(const StoredFrame& frame, std::size_t i) {
 }
 
 void ConvertSamples(const StoredFrame& frame, MonoPixels* pixels) {
-    if (pixels->bits <= 8) {
-        put_samples<std::uint8_t>(frame, pixels);
+    const SampleForm form(frame);
+    const char* from = frame.data.data();
+    std::uint8_t* to = pixels->bytes.data();
+    if (frame.sampleBytes == 1) {
+        put_samples<std::uint8_t, std::uint8_t>(from, frame.present, form, to);
+    } else if (frame.sampleBytes == 2) {
+        pixels->bits <= 8 ? put_samples<std::uint16_t, std::uint8_t>(from, frame.present, form, to)
+                          : put_samples<std::uint16_t, std::uint16_t>(from, frame.present, form, to);
     } else {
-        put_samples<std::uint16_t>(frame, pixels);
+        for_samples(frame, frame.present, [pixels](std::size_t i, std::int64_t value) {
+            pixels->Put(i, static_cast<std::int32_t>(value));
+        });
     }
 }
 
