@@ -251,12 +251,25 @@ void put_samples(const char* from, std::size_t count, const SampleForm& form, st
     }
 }
 
-template <typename Word>
-void see_pixels(const MonoPixels& pixels, std::size_t count, Extremes* extremes) {
-    for (std::size_t i = 0; i < count; ++i) {
-        Word word = 0;
-        std::memcpy(&word, &pixels.bytes[i * sizeof word], sizeof word);
-        extremes->See(word);
+template <typename Pixel>
+void see_pixels(const MonoPixels& pixels, std::size_t count, bool isPadded, Extremes* extremes) {
+    constexpr std::size_t kBlock = 64;
+    Pixel block[kBlock];
+    for (std::size_t done = 0; done < count;) {
+        const std::size_t size = std::min(kBlock, count - done);
+        std::memcpy(block, &pixels.bytes[done * sizeof(Pixel)], size * sizeof(Pixel));
+        done += size;
+        if (isPadded || size < kBlock) {
+            for (std::size_t i = 0; i < size; ++i) extremes->See(block[i]);
+            continue;
+        }
+        Pixel low = block[0], high = block[0];
+        for (std::size_t i = 0; i < kBlock; ++i) {
+            low = std::min(low, block[i]);
+            high = std::max(high, block[i]);
+        }
+        extremes->See(low);
+        extremes->See(high);
     }
 }
 
@@ -291,11 +304,11 @@ void WidenBySamples(const StoredFrame& frame, const std::optional<Padding>& padd
 ValueRange RangeOfPixels(const MonoPixels& pixels, std::size_t count, const std::optional<Padding>& padding) {
     Extremes extremes(padding);
     if (pixels.bits <= 8) {
-        pixels.isSigned ? see_pixels<std::int8_t>(pixels, count, &extremes)
-                        : see_pixels<std::uint8_t>(pixels, count, &extremes);
+        pixels.isSigned ? see_pixels<std::int8_t>(pixels, count, padding.has_value(), &extremes)
+                        : see_pixels<std::uint8_t>(pixels, count, padding.has_value(), &extremes);
     } else {
-        pixels.isSigned ? see_pixels<std::int16_t>(pixels, count, &extremes)
-                        : see_pixels<std::uint16_t>(pixels, count, &extremes);
+        pixels.isSigned ? see_pixels<std::int16_t>(pixels, count, padding.has_value(), &extremes)
+                        : see_pixels<std::uint16_t>(pixels, count, padding.has_value(), &extremes);
     }
     ValueRange range;
     extremes.Widen(&range);

@@ -83,9 +83,8 @@ TEST_F(Plain, ReadsWhatTheLibraryReads) {
         ++plain;
         expect_as_library(path, *own);
     }
-    std::cout << plain << ' ' << paths.size() << '\n';
-    // Of the real ones, all but deflated, big-endian and damaged ones.
-    EXPECT_GE(plain + 10, paths.size());
+    // The others are deflated, big-endian or not DICOM.
+    EXPECT_GE(plain + 4, paths.size());
 }
 
 TEST_F(Plain, WhatIsUnusualIsLeftToTheLibrary) {
@@ -152,11 +151,9 @@ TEST_F(Plain, CutAnywhereItStaysWithinTheBytes) {
         }
     }
     for (std::size_t at = 132; at < whole.size(); ++at) {
-        for (const char byte : {'\0', '\x7F', '\xFF'}) {
-            std::string changed = whole;
-            changed[at] = byte;
-            Read(changed);
-        }
+        std::string changed = whole;
+        changed[at] = "\0\x7F\xFF"[at % 3];
+        Read(changed);
     }
 }
 
