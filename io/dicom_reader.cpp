@@ -269,16 +269,19 @@ void write(ByteWriter& answer, const DicomDataSet& dataSet) { answer.DataSet(dat
 
 void parse(ByteReader& answer, DicomDataSet* dataSet) { *dataSet = answer.DataSet(); }
 
-/// Does the work right here. Throws PresentError.
+/// Does the work right here. Throws PresentError, and bad_alloc where the memory that runs out is not that of
+/// a child process.
 template <typename Work>
 auto read_here(const std::string& path, Work work) -> decltype(work()) {
     try {
         return work();
     } catch (const Refusal& refusal) {
         throw PresentError(path, refusal.what());
+    } catch (const std::bad_alloc&) {
+        if (!IsIsolated()) throw;
     } catch (...) {
-        throw PresentError(path, kDamaged);
     }
+    throw PresentError(path, kDamaged);
 }
 
 /// Does work that needs the library: in a process of its own, unless this is one. Throws PresentError.
