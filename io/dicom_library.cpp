@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include <atomic>
 #include <filesystem>
 #include <vector>
 
@@ -48,7 +49,9 @@ const DicomLibrary& load() {
 
 }  // namespace
 
+// Without the lock of a static variable, which a child process could inherit closed.
 const DicomLibrary& LoadDicomLibrary() {
-    static const DicomLibrary& library = load();
-    return library;
+    static std::atomic<const DicomLibrary*> loaded{nullptr};
+    if (loaded == nullptr) loaded = &load();
+    return *loaded;
 }

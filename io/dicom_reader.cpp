@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -107,7 +108,7 @@ struct FileKey {
     /// A file that was just written may be written again without a change of its times.
     bool IsSettled() const {
         constexpr std::time_t kGranularity = 2;
-        return std::max(status.st_mtim.tv_sec, status.st_ctim.tv_sec) + kGranularity < std::time(nullptr);
+        return status.st_mtim.tv_sec + kGranularity < std::time(nullptr);
     }
 };
 
@@ -133,42 +134,52 @@ struct Image {
 };
 using ImagePtr = std::shared_ptr<const Image>;
 
-/// The image that was opened last: frames of one file are often asked for one by one.
+/// The image that was opened last: frames of one file are often asked for one by one. Nobody waits for the
+/// lock, which a child process may have inherited closed.
 class LastImage {
 public:
     ImagePtr Get(const FileKey& key) {
-        const std::lock_guard<std::mutex> lock(m_Mutex);
-        return m_Image != nullptr && m_Key == key ? m_Image : nullptr;
+        const std::unique_lock<std::mutex> lock(m_Mutex, std::try_to_lock);
+        return lock && m_Image != nullptr && m_Key == key ? m_Image : nullptr;
     }
     void Put(const FileKey& key, ImagePtr image) {
-        if (!key.IsSettled()) return;
-        const std::lock_guard<std::mutex> lock(m_Mutex);
+        const std::unique_lock<std::mutex> lock(m_Mutex, std::try_to_lock);
+        if (!lock || !key.IsSettled()) return;
         m_Key = key;
         m_Image = std::move(image);
+        m_Range.reset();
+    }
+    /// The range of all its frames, once it is known.
+    std::optional<ValueRange> Range(const Image& image) {
+        const std::unique_lock<std::mutex> lock(m_Mutex, std::try_to_lock);
+        return lock && m_Image.get() == &image ? m_Range : std::nullopt;
+    }
+    void PutRange(const Image& image, const ValueRange& range) {
+        const std::unique_lock<std::mutex> lock(m_Mutex, std::try_to_lock);
+        if (lock && m_Image.get() == &image) m_Range = range;
     }
 
 private:
     std::mutex m_Mutex;
     FileKey m_Key;
     ImagePtr m_Image;
+    std::optional<ValueRange> m_Range;
 };
 
-LastImage& last_image() {
-    static LastImage last;
-    return last;
-}
+/// Never freed: it may hold what belongs to the library.
+LastImage& g_LastImage = *new LastImage;
 
 ImagePtr keep_image(const FileKey& key, DicomHead head) {
     const auto image = std::make_shared<Image>();
     image->head = std::move(head);
     image->header = read_header(image->head.dataSet);
-    last_image().Put(key, image);
+    g_LastImage.Put(key, image);
     return image;
 }
 
 /// Null where the file needs the library.
 ImagePtr open_plain(const FileKey& key) {
-    if (ImagePtr image = last_image().Get(key)) return image;
+    if (ImagePtr image = g_LastImage.Get(key)) return image;
     std::optional<DicomHead> head = ReadPlainHead(key.path);
     if (!head || (head->pixels.isCutShort && !key.partial)) return nullptr;
     return keep_image(key, std::move(*head));
@@ -193,6 +204,7 @@ DicomFileContent read_frame(const Image& image, LoadOptions options) {
 }
 
 ValueRange read_range(const Image& image, bool partial) {
+    if (const std::optional<ValueRange> known = g_LastImage.Range(image)) return *known;
     std::optional<Padding> padding;
     if (image.header.frame.bitsAllocated <= 16)
         padding = ReadPadding(image.head.dataSet, image.header.frame.isSigned);
@@ -206,6 +218,7 @@ ValueRange read_range(const Image& image, bool partial) {
             break;
         }
     }
+    g_LastImage.PutRange(image, range);
     return range;
 }
 
@@ -256,22 +269,29 @@ void write(ByteWriter& answer, const DicomDataSet& dataSet) { answer.DataSet(dat
 
 void parse(ByteReader& answer, DicomDataSet* dataSet) { *dataSet = answer.DataSet(); }
 
-/// Does the work right here. Throws PresentError.
+/// Does the work right here. Throws PresentError, and bad_alloc where the memory that runs out is not that of
+/// a child process.
 template <typename Work>
 auto read_here(const std::string& path, Work work) -> decltype(work()) {
     try {
         return work();
     } catch (const Refusal& refusal) {
         throw PresentError(path, refusal.what());
+    } catch (const std::bad_alloc&) {
+        if (!IsIsolated()) throw;
     } catch (...) {
-        throw PresentError(path, kDamaged);
     }
+    throw PresentError(path, kDamaged);
 }
 
 /// Does work that needs the library: in a process of its own, unless this is one. Throws PresentError.
 template <typename Work>
 auto read_by_library(const FileKey& key, Work work) -> decltype(work()) {
     if (IsIsolated()) return read_here(key.path, work);
+    // The first file loads the library in its own process only. A program that reads more of them loads it
+    // here, once for all that follow.
+    static std::atomic<bool> isFirst = true;
+    if (!isFirst.exchange(false)) read_here(key.path, [] { return &LoadDicomLibrary(); });
     // Lengths in a file are claims: nothing may take more than a small multiple of the file.
     const unsigned long long memory = kReadingBytes + 8 * key.Size();
     const IsolatedResult result = RunIsolated(

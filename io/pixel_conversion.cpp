@@ -221,21 +221,55 @@ private:
     std::int64_t m_High = std::numeric_limits<std::int64_t>::min();
 };
 
-template <typename Word>
-void put_samples(const StoredFrame& frame, MonoPixels* pixels) {
-    std::uint8_t* to = pixels->bytes.data();
-    for_samples(frame, frame.present, [to](std::size_t i, std::int64_t value) {
-        const auto word = static_cast<Word>(value);
-        std::memcpy(to + i * sizeof word, &word, sizeof word);
-    });
+/// A number of a little-endian file in this machine's order.
+template <typename Number>
+Number from_file(Number number) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    auto* bytes = reinterpret_cast<unsigned char*>(&number);
+    std::reverse(bytes, bytes + sizeof number);
+#endif
+    return number;
 }
 
-template <typename Word>
-void see_pixels(const MonoPixels& pixels, std::size_t count, Extremes* extremes) {
-    for (std::size_t i = 0; i < count; ++i) {
-        Word word = 0;
-        std::memcpy(&word, &pixels.bytes[i * sizeof word], sizeof word);
-        extremes->See(word);
+/// Samples of type Stored as pixels of type Pixel, block by block: loops of known length become vector
+/// instructions.
+template <typename Stored, typename Pixel>
+void put_samples(const char* from, std::size_t count, const SampleForm& form, std::uint8_t* to) {
+    constexpr std::size_t kBlock = 64;
+    Stored stored[kBlock] = {};
+    Pixel pixels[kBlock];
+    const auto mask = static_cast<std::uint16_t>(form.mask), sign = static_cast<std::uint16_t>(form.sign);
+    const int shift = form.shift;
+    for (std::size_t done = 0; done < count; done += kBlock) {
+        const std::size_t size = std::min(kBlock, count - done);
+        std::memcpy(stored, from + done * sizeof(Stored), size * sizeof(Stored));
+        for (std::size_t i = 0; i < kBlock; ++i) {
+            const auto bits = static_cast<std::uint16_t>((from_file(stored[i]) >> shift) & mask);
+            pixels[i] = static_cast<Pixel>((bits ^ sign) - sign);
+        }
+        std::memcpy(to + done * sizeof(Pixel), pixels, size * sizeof(Pixel));
+    }
+}
+
+template <typename Pixel>
+void see_pixels(const MonoPixels& pixels, std::size_t count, bool isPadded, Extremes* extremes) {
+    constexpr std::size_t kBlock = 64;
+    Pixel block[kBlock];
+    for (std::size_t done = 0; done < count;) {
+        const std::size_t size = std::min(kBlock, count - done);
+        std::memcpy(block, &pixels.bytes[done * sizeof(Pixel)], size * sizeof(Pixel));
+        done += size;
+        if (isPadded || size < kBlock) {
+            for (std::size_t i = 0; i < size; ++i) extremes->See(block[i]);
+            continue;
+        }
+        Pixel low = block[0], high = block[0];
+        for (std::size_t i = 0; i < kBlock; ++i) {
+            low = std::min(low, block[i]);
+            high = std::max(high, block[i]);
+        }
+        extremes->See(low);
+        extremes->See(high);
     }
 }
 
@@ -246,10 +280,18 @@ std::int64_t SampleValue(const StoredFrame& frame, std::size_t i) {
 }
 
 void ConvertSamples(const StoredFrame& frame, MonoPixels* pixels) {
-    if (pixels->bits <= 8) {
-        put_samples<std::uint8_t>(frame, pixels);
+    const SampleForm form(frame);
+    const char* from = frame.data.data();
+    std::uint8_t* to = pixels->bytes.data();
+    if (frame.sampleBytes == 1) {
+        put_samples<std::uint8_t, std::uint8_t>(from, frame.present, form, to);
+    } else if (frame.sampleBytes == 2) {
+        pixels->bits <= 8 ? put_samples<std::uint16_t, std::uint8_t>(from, frame.present, form, to)
+                          : put_samples<std::uint16_t, std::uint16_t>(from, frame.present, form, to);
     } else {
-        put_samples<std::uint16_t>(frame, pixels);
+        for_samples(frame, frame.present, [pixels](std::size_t i, std::int64_t value) {
+            pixels->Put(i, static_cast<std::int32_t>(value));
+        });
     }
 }
 
@@ -262,11 +304,11 @@ void WidenBySamples(const StoredFrame& frame, const std::optional<Padding>& padd
 ValueRange RangeOfPixels(const MonoPixels& pixels, std::size_t count, const std::optional<Padding>& padding) {
     Extremes extremes(padding);
     if (pixels.bits <= 8) {
-        pixels.isSigned ? see_pixels<std::int8_t>(pixels, count, &extremes)
-                        : see_pixels<std::uint8_t>(pixels, count, &extremes);
+        pixels.isSigned ? see_pixels<std::int8_t>(pixels, count, padding.has_value(), &extremes)
+                        : see_pixels<std::uint8_t>(pixels, count, padding.has_value(), &extremes);
     } else {
-        pixels.isSigned ? see_pixels<std::int16_t>(pixels, count, &extremes)
-                        : see_pixels<std::uint16_t>(pixels, count, &extremes);
+        pixels.isSigned ? see_pixels<std::int16_t>(pixels, count, padding.has_value(), &extremes)
+                        : see_pixels<std::uint16_t>(pixels, count, padding.has_value(), &extremes);
     }
     ValueRange range;
     extremes.Widen(&range);

@@ -1,3 +1,7 @@
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
 #include "image_support.h"
 
 namespace {
@@ -137,6 +141,21 @@ TEST_F(Frames, EachIsFoundWhereItLies) {
             EXPECT_EQ(Values(LoadBytes(file, {frame})), std::vector<int>(expected.begin(), expected.end()));
         }
     }
+    // The file that was opened last is kept, but not beyond a change of it.
+    const auto write = [&](const std::vector<std::uint32_t>& values) {
+        support::WriteFile(m_Directory / "kept.dcm", Encoded(set, kExplicit, native(BytesOf(values, 2))));
+        std::filesystem::last_write_time(
+            m_Directory / "kept.dcm", std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        std::vector<int> read;
+        for (int frame = 0; frame < 3; ++frame)
+            read.push_back(Values(DicomFile::Load(m_Directory / "kept.dcm", frame))[2]);
+        return read;
+    };
+    EXPECT_EQ(write({1, 2, 3, 4, 5, 6, 7, 8, 9}), (std::vector<int>{3, 6, 9}));
+    set.PutWord(DicomTag(0x0028, 0x0102), "US", 14);
+    set.PutWord(DicomTag(0x0028, 0x0101), "US", 15);
+    EXPECT_EQ(write({1, 2, 0x8007, 4, 5, 8, 7, 8, 9}), (std::vector<int>{7, 8, 9}));
     // Three pixels of a bit each, from the lowest bit on: frames begin within bytes.
     set.PutWord(DicomTag(0x0028, 0x0100), "US", 1);
     set.PutWord(DicomTag(0x0028, 0x0101), "US", 1);
