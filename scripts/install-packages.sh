@@ -4,7 +4,7 @@
 set -eu
 
 packages="build-essential cmake ninja-build ccache libgdcm-dev libboost-dev nlohmann-json3-dev libspdlog-dev
-libcli11-dev libfast-float-dev libpng-dev zlib1g-dev"
+libcli11-dev libfast-float-dev libpng-dev libjpeg-dev libtiff-dev libisal-dev zlib1g-dev"
 case "${1:-}" in
     tests) packages="$packages libgtest-dev" ;;
     bench) packages="$packages libbenchmark-dev" ;;
