@@ -5,7 +5,6 @@
 #include <png.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <stdexcept>
 #include <string>
 
@@ -105,21 +104,6 @@ void filter_paeth(const std::uint8_t* row, const std::uint8_t* above, std::size_
     }
 }
 
-/// The samples of a row in the file's order, words big-endian.
-void load_row(const Picture& picture, int y, std::uint8_t* bytes) {
-    const std::uint8_t* const row = picture.Row(y);
-    if (picture.form != Picture::kGrey16) {
-        std::memcpy(bytes, row, picture.RowBytes());
-        return;
-    }
-    for (int x = 0; x < picture.width; ++x) {
-        std::uint16_t level;
-        std::memcpy(&level, row + 2 * x, 2);
-        bytes[2 * x] = static_cast<std::uint8_t>(level >> 8);
-        bytes[2 * x + 1] = static_cast<std::uint8_t>(level);
-    }
-}
-
 }  // namespace
 
 Bytes EncodePng(const Picture& picture) {
@@ -140,7 +124,7 @@ Bytes EncodePng(const Picture& picture) {
     PixelStream stream(file);
     Bytes filtered;
     for (int y = 0; y < picture.height; ++y) {
-        load_row(picture, y, row.data() + pixel);
+        picture.CopyRow(y, Picture::ByteOrder::kBig, row.data() + pixel);
         const std::size_t start = filtered.size();
         filtered.resize(start + 1 + size);
         filtered[start] = PNG_FILTER_VALUE_PAETH;
