@@ -20,7 +20,7 @@ const char* SuffixOf(PictureFormat format);
 /// Whether a kGrey16 picture can be written.
 bool TakesSixteenBits(PictureFormat format);
 
-/// The bytes of the file, the same for the same picture. An RGB picture without colour is written as 8-bit grey,
+/// The bytes of the file, the same for the same picture on one machine. An RGB picture without colour is written as 8-bit grey,
 /// except in PPM, which holds nothing but RGB. Throws std::runtime_error, whose text says what the format
 /// cannot hold.
 std::vector<std::uint8_t> EncodePicture(const Picture& picture, PictureFormat format);

@@ -8,6 +8,7 @@
 #include <png.h>
 #include <tiffio.h>
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 #include <string>
@@ -173,6 +174,71 @@ TEST(Picture, FormatIsKnownByName) {
     for (const auto& row : rows) {
         const auto format = PictureFormatOf(row.name);
         EXPECT_STREQ(format ? SuffixOf(*format) : "", row.suffix) << row.name;
+    }
+}
+
+TEST(Fit, KeepsTheAspectAndConstantsExactly) {
+    const struct {
+        int width, height, boxWidth, boxHeight, fittedWidth, fittedHeight;
+    } rows[] = {
+        {512, 512, 256, 256, 256, 256},
+        {512, 256, 100, 100, 100, 50},
+        {3, 1000, 10, 10, 1, 10},
+        {7, 5, 700, 50, 70, 50},
+        {1, 1, 5, 9, 5, 5},
+        {640, 481, 640, 480, 639, 480},
+        {40, 30, 40, 30, 40, 30},
+        {40, 30, 0, -1, 1, 1},
+        {65535, 1, 10, 10, 10, 1},
+        {65535, 2, 65534, 9, 65534, 2},
+    };
+    for (const auto& row : rows) {
+        for (Picture::Form form : kForms) {
+            SCOPED_TRACE(testing::Message() << row.width << "x" << row.height << " form " << form);
+            Picture picture(row.width, row.height, form);
+            std::fill(picture.bytes.begin(), picture.bytes.end(), std::uint8_t{255});
+            const Picture fitted = Fit(picture, row.boxWidth, row.boxHeight);
+            EXPECT_EQ(fitted.width, row.fittedWidth);
+            EXPECT_EQ(fitted.height, row.fittedHeight);
+            EXPECT_EQ(static_cast<std::size_t>(std::count(fitted.bytes.begin(), fitted.bytes.end(), 255)),
+                      Picture(row.fittedWidth, row.fittedHeight, form).bytes.size());
+        }
+    }
+    EXPECT_THROW(Fit(Picture(), 4, 4), std::length_error);
+    EXPECT_THROW(Fit(Picture(65536, 1), 4, 4), std::length_error);
+}
+
+TEST(Fit, AveragesAreasAndInterpolates) {
+    const struct {
+        int width, height, newWidth, newHeight;
+        std::vector<int> levels, fitted;
+    } rows[] = {
+        {4, 2, 2, 1, {0, 10, 200, 255, 4, 1, 100, 56}, {4, 153}},  // 3.75, 152.75
+        {3, 3, 2, 2, {0, 90, 180, 0, 90, 180, 0, 90, 180}, {30, 150, 30, 150}},
+        {5, 1, 2, 1, {10, 20, 30, 40, 50}, {18, 42}},              // (10 + 20 + 15) / 2.5
+        {2, 1, 4, 2, {10, 20}, {10, 13, 18, 20, 10, 13, 18, 20}},  // quarters: 12.5 and 17.5
+        {1, 2, 2, 4, {0, 4}, {0, 0, 1, 1, 3, 3, 4, 4}},
+        {2, 1, 3, 2, {0, 3}, {0, 2, 3, 0, 2, 3}},
+    };
+    for (const auto& row : rows) {
+        for (Picture::Form form : kForms) {
+            SCOPED_TRACE(testing::PrintToString(row.levels) + " form " + std::to_string(form));
+            const auto picture = [form](int width, int height, const std::vector<int>& levels) {
+                Picture made(width, height, form);
+                for (int i = 0; i < width * height; ++i) {
+                    std::uint8_t* const pixel = made.At(i % width, i / width);
+                    const auto level = static_cast<std::uint16_t>(levels[static_cast<std::size_t>(i)]);
+                    if (form == Picture::kGrey16) {
+                        std::memcpy(pixel, &level, 2);
+                    } else {
+                        std::fill_n(pixel, form, static_cast<std::uint8_t>(level));
+                    }
+                }
+                return made;
+            };
+            EXPECT_EQ(Fit(picture(row.width, row.height, row.levels), row.newWidth, row.newHeight).bytes,
+                      picture(row.newWidth, row.newHeight, row.fitted).bytes);
+        }
     }
 }
 
