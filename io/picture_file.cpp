@@ -59,7 +59,8 @@ Bytes encode_npy(const Picture& picture) {
     array += picture.form == Picture::kGrey16 ? "<u2" : "|u1";
     array += "', 'fortran_order': False, 'shape': (" + std::to_string(picture.height) + ", " +
              std::to_string(picture.width) + (picture.form == Picture::kRgb ? ", 3), }" : "), }");
-    // The samples start at a multiple of 64 bytes. Before the text: magic, version, the text's length in 2 bytes.
+    // The samples start at a multiple of 64 bytes. Before the text: magic, version, the text's length in 2
+    // bytes.
     constexpr std::size_t kBefore = 10;
     array.resize((kBefore + array.size() + 1 + 63) / 64 * 64 - kBefore - 1, ' ');
     array += '\n';

@@ -41,8 +41,8 @@ Axis area_average(std::int64_t from, std::int64_t to) {
     return axis;
 }
 
-/// The centre of new pixel i lies at (i + 1/2) * from / to - 1/2, counted from the first old centre. Beyond the
-/// outer centres the outer pixels go on.
+/// The centre of new pixel i lies at (i + 1/2) * from / to - 1/2, counted from the first old centre. Outside
+/// the outermost centres the outermost pixel counts alone.
 Axis linear(std::int64_t from, std::int64_t to) {
     Axis axis = {{}, {}, 2 * to};
     for (std::int64_t i = 0; i < to; ++i) {

@@ -12,9 +12,9 @@
 #include "picture_file.h"
 #include "present_error.h"
 
-// A PNG file is a signature and a few chunks: writing it here leaves the choice of the compressor free. Figures
-// for 8-bit grey, CPU time and size per 512 x 512 pixels, over rendered CT and MR images, and over CR, MG, XA,
-// NM and PT:
+// A PNG file is a signature and a few chunks: writing it here leaves the choice of the compressor free.
+// Figures for 8-bit grey, CPU time and size per 512 x 512 pixels, over rendered CT and MR images, and over
+// CR, MG, XA, NM and PT:
 //
 //     compressor, filter                     CT, MR               others
 //     libpng and zlib 6, all filters     17.9 ms   70 KB      21.6 ms   98 KB
@@ -86,8 +86,9 @@ private:
     isal_zstream m_Stream;
 };
 
-/// PNG filter 4 (PNG specification, 9.4): the difference to whichever of the left, upper and upper left byte is
-/// nearest to left + upper - upper left, modulo 256. `row` and `above` have `pixel` zeros before them.
+/// PNG filter 4 (PNG specification, 9.4): the difference to whichever of the left, upper and upper left
+/// byte is nearest to left + upper - upper left, modulo 256. `row` and `above` have `pixel` zeros before
+/// them.
 void filter_paeth(const std::uint8_t* row, const std::uint8_t* above, std::size_t size, std::size_t pixel,
                   std::uint8_t* __restrict filtered) {
     for (std::size_t i = 0; i < size; ++i) {

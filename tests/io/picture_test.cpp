@@ -105,7 +105,8 @@ Picture example(int width, int height, Picture::Form form, bool noise) {
     std::mt19937 random(1);
     for (int y = 0; y < height; ++y) {
         for (std::size_t i = 0; i < picture.RowBytes(); ++i) {
-            picture.Row(y)[i] = static_cast<std::uint8_t>(noise ? random() : 2 * y + static_cast<int>(i));
+            picture.Row(y)[i] =
+                static_cast<std::uint8_t>(noise ? random() : i + 2 * static_cast<unsigned>(y));
         }
     }
     return picture;
