@@ -3,8 +3,8 @@
 # "checks" also the other compiler and the checkers. Does nothing when all of it is there.
 set -eu
 
-packages="build-essential cmake ninja-build ccache libgdcm-dev libboost-dev libhwy-dev nlohmann-json3-dev libspdlog-dev
-libcli11-dev libfast-float-dev libpng-dev zlib1g-dev"
+packages="build-essential cmake ninja-build ccache libgdcm-dev libboost-dev libhwy-dev nlohmann-json3-dev
+libspdlog-dev libcli11-dev libfast-float-dev libpng-dev libjpeg-dev libtiff-dev libisal-dev zlib1g-dev"
 case "${1:-}" in
     tests) packages="$packages libgtest-dev" ;;
     bench) packages="$packages libbenchmark-dev" ;;

@@ -8,7 +8,6 @@
 
 #include "cli/app_test_support.h"
 #include "io/atomic_file.h"
-#include "io/png_file.h"
 #include "io/present_error.h"
 #include "io/printable.h"
 
@@ -119,20 +118,6 @@ TEST(Output, TextForATerminalCommandsNothing) {
         {"cut \xe2\x82 over \xc0\x80 high \xed\xa0\x80", "cut ?? over ?? high ???"},
     };
     for (const auto& row : rows) EXPECT_EQ(Printable(row.text), row.shown);
-}
-
-TEST(Output, PngKeepsEveryPixelAndIsGreyWithoutColour) {
-    support::TemporaryDirectory directory;
-    Picture picture(7, 3);
-    for (std::size_t i = 0; i < picture.bytes.size(); ++i)
-        picture.bytes[i] = static_cast<std::uint8_t>(i / 3 * 11);
-    for (bool colour : {false, true}) {
-        if (colour) picture.At(6, 2)[2] ^= 1;
-        WritePng(directory / "p.png", picture);
-        EXPECT_EQ(ReadPng(directory / "p.png").bytes, picture.bytes);
-        // Byte 25 of a PNG file is its colour type: 0 grey, 2 RGB.
-        EXPECT_EQ(support::ReadFile(directory / "p.png")[25], colour ? 2 : 0);
-    }
 }
 
 }  // namespace
