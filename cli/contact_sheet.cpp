@@ -4,6 +4,8 @@
 #include <cctype>
 #include <cstring>
 
+#include "io/picture_scale.h"
+
 namespace {
 
 constexpr int kCell = 288;
@@ -46,28 +48,6 @@ const Glyph kFont[] = {
     {'/', {0x01, 0x01, 0x02, 0x04, 0x08, 0x10, 0x10}}, {':', {0x00, 0x0C, 0x0C, 0x00, 0x0C, 0x0C, 0x00}},
 };
 
-/// Scales by the mean over what a target pixel covers, in whole source pixels; at least one.
-Picture fit(const Picture& source, int width, int height) {
-    Picture target(width, height);
-    for (int y = 0; y < height; ++y) {
-        const int y0 = y * source.height / height, y1 = std::max(y0 + 1, (y + 1) * source.height / height);
-        for (int x = 0; x < width; ++x) {
-            const int x0 = x * source.width / width, x1 = std::max(x0 + 1, (x + 1) * source.width / width);
-            int sum[3] = {0, 0, 0};
-            for (int sy = y0; sy < y1; ++sy) {
-                for (int sx = x0; sx < x1; ++sx) {
-                    for (int c = 0; c < 3; ++c)
-                        sum[c] += source.At(sx, sy)[source.form == Picture::kRgb ? c : 0];
-                }
-            }
-            const int count = (y1 - y0) * (x1 - x0);
-            for (int c = 0; c < 3; ++c)
-                target.At(x, y)[c] = static_cast<std::uint8_t>((sum[c] + count / 2) / count);
-        }
-    }
-    return target;
-}
-
 }  // namespace
 
 static_assert(kCharacterWidth == (kGlyphWidth + 1) * kDot && kTextHeight == kGlyphHeight * kDot);
@@ -97,12 +77,14 @@ Picture MakeContactSheet(const std::vector<CaptionedPicture>& pictures, int colu
         const Picture& picture = pictures[i].picture;
         const int left = kMargin + static_cast<int>(i) % columns * (kCell + kMargin);
         const int top = kMargin + static_cast<int>(i) / columns * (kCell + kCaption + kMargin);
-        const int longest = std::max(picture.width, picture.height);
-        const Picture small = fit(picture, std::max(1, picture.width * kCell / longest),
-                                  std::max(1, picture.height * kCell / longest));
+        const Picture small = Fit(picture, kCell, kCell);
         const int x0 = left + (kCell - small.width) / 2, y0 = top + (kCell - small.height) / 2;
         for (int y = 0; y < small.height; ++y) {
-            std::memcpy(sheet.At(x0, y0 + y), small.At(0, y), static_cast<std::size_t>(small.width) * 3);
+            for (int x = 0; x < small.width; ++x) {
+                const std::uint8_t* const pixel = small.At(x, y);
+                for (int c = 0; c < 3; ++c)
+                    sheet.At(x0 + x, y0 + y)[c] = pixel[small.form == Picture::kRgb ? c : 0];
+            }
         }
         DrawText(sheet, left, top + kCell + 6, pictures[i].caption);
     }
