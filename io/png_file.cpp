@@ -11,8 +11,7 @@ namespace {
 
 bool is_grey(const Picture& picture) {
     for (std::size_t i = 0; i + 2 < picture.bytes.size(); i += 3) {
-        if (picture.bytes[i] != picture.bytes[i + 1] || picture.bytes[i] != picture.bytes[i + 2])
-            return false;
+        if (picture.bytes[i] != picture.bytes[i + 1] || picture.bytes[i] != picture.bytes[i + 2]) return false;
     }
     return true;
 }
