@@ -25,8 +25,8 @@ public:
     virtual DicomHead ReadHead(const std::string& path, bool partial) const = 0;
     /// Of a file that need not hold an image.
     virtual DicomDataSet ReadDataSet(const std::string& path) const = 0;
-    /// Decodes one frame's stream and replaces the frame's depths by those that the decoder gives. The stream's
-    /// own header has been compared with the frame.
+    /// Decodes one frame's stream and replaces the frame's depths by those that the decoder gives. The
+    /// stream's own header has been compared with the frame.
     virtual void Decode(const std::string& stream, const std::string& transferSyntax,
                         const std::string& photometric, StoredFrame* frame) const = 0;
 };
