@@ -2,6 +2,8 @@
 
 #include "zev_paint_kernels.h"
 
+// Every 64-bit ARM has NEON. The scalable vectors of version 1.0.3 of the library gave wrong levels (GCC 12, qemu).
+#define HWY_DISABLED_TARGETS (HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "zev_paint_kernels.cpp"
 #include <hwy/foreach_target.h>
@@ -191,7 +193,7 @@ void PaintByMethod(const Plan& plan, const In* in, std::uint8_t* out, std::size_
 void MapLevels(const unsigned char* map, std::uint8_t flip, std::uint8_t* levels, std::size_t count) {
     const Bytes d;
     const auto sixteen = hn::Set(d, std::uint8_t{16});
-    [[maybe_unused]] const auto beyond = hn::Set(d, std::uint8_t{0x70});
+    const auto beyond = hn::Set(d, std::uint8_t{0x70});
     const auto turn = hn::Set(d, flip);
     for (std::size_t i = 0; i < count; i += hn::Lanes(d)) {
         auto level = hn::LoadU(d, levels + i);
@@ -200,11 +202,9 @@ void MapLevels(const unsigned char* map, std::uint8_t flip, std::uint8_t* levels
         // others carry their top bit into the shuffle, which gives 0 for them.
         for (int part = 0; part < 16; ++part) {
             const auto entries = hn::LoadDup128(d, map + 16 * part);
-#if HWY_ARCH_ARM
-            const auto index = level;  // all from 16 on give 0 there
-#else
-            const auto index = hn::SaturatedAdd(level, beyond);  // only the low four bits count below 128
-#endif
+            // From 16 on the top bit is set. Below, x86 looks at the low four bits alone.
+            auto index = hn::SaturatedAdd(level, beyond);
+            if constexpr (!HWY_ARCH_X86) index = hn::And(index, hn::Set(d, std::uint8_t{0x8F}));
             mapped = hn::Xor(mapped, hn::TableLookupBytesOr0(entries, index));
             level = hn::Sub(level, sixteen);
         }

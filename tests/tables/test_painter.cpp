@@ -4,8 +4,10 @@
 #include <hwy/targets.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <random>
+#include <thread>
 
 #include "support.h"
 #include "zev_step_multiplier.h"
@@ -198,6 +200,35 @@ TEST(Painter, LargeFrames) {
             EXPECT_EQ(first[pixels.size() * static_cast<std::size_t>(bytes)], 0xA5);
         }
     }
+}
+
+/// Bands of one frame, and painters for widths that several threads meet for the first time.
+TEST(Painter, ThreadsPaintSideBySide) {
+    const std::vector<std::uint16_t> pixels = all_words();
+    Build build;
+    build.inputDepth = 16;
+    ZEV_Params params;
+    params.InitCenter(30000), params.InitWidth(3001), params.InitInverse(false);
+    const ZEV_Painter shared = build.Painter(params);
+    std::vector<unsigned char> bands(pixels.size());
+    std::vector<std::thread> threads;
+    std::atomic<int> wrong{0};
+    for (int band = 0; band < 4; ++band) {
+        threads.emplace_back([&, band] {
+            shared.Paint(&pixels[static_cast<std::size_t>(band) * 16384], 0, 16384, 1,
+                         &bands[static_cast<std::size_t>(band) * 16384], 0);
+            ZEV_Params own;
+            std::vector<unsigned char> frame(pixels.size());
+            for (int width = 20000; width < 20050; ++width) {
+                own.InitCenter(30000), own.InitWidth(width), own.InitInverse(false);
+                build.Painter(own).Paint(pixels.data(), 0, 65536, 1, frame.data(), 0);
+                if (frame != build.Read<unsigned char>(own)) ++wrong;
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(bands, build.Read<unsigned char>(params));
+    EXPECT_EQ(wrong, 0);
 }
 
 TEST(Painter, NothingIsPaintedWithoutATable) {
