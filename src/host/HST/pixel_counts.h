@@ -83,19 +83,22 @@ std::uint64_t Outside(const Word* pixels, Word first, Word span) {
 #endif
 }
 
-/// Eight equal neighbours are counted at once: a counter that was just written cannot be read for several
+/// A run of equal neighbours is counted at once: a counter that was just written cannot be read for several
 /// cycles.
 template <class Word, class Count>
 void CountAll(const Word* pixels, const Word* end, KeyRule<Word> rule, Count* bins) {
     constexpr unsigned kBits = 8 * sizeof(Word);
-    for (; end - pixels >= 8; pixels += 8) {
+    while (end - pixels >= 8) {
         std::uint64_t head, tail;
         std::memcpy(&head, pixels, 8);
         std::memcpy(&tail, pixels + 8 - 8 / sizeof(Word), 8);
         if (head == tail && head == (head << kBits | head >> (64 - kBits))) {
-            bins[rule.Bin(*pixels)] += 8;
+            const Word* const start = pixels;
+            pixels += 8;
+            while (end - pixels >= kBlock && Outside(pixels, *start, Word{0}) == 0) pixels += kBlock;
+            bins[rule.Bin(*start)] += static_cast<Count>(pixels - start);
         } else {
-            for (int j = 0; j < 8; ++j) ++bins[rule.Bin(pixels[j])];
+            for (int j = 0; j < 8; ++j) ++bins[rule.Bin(*pixels++)];
         }
     }
     for (; pixels != end; ++pixels) ++bins[rule.Bin(*pixels)];
@@ -107,6 +110,9 @@ void CountRow(const Word* pixels, const Word* end, KeyRule<Word> rule, QuietKeys
     if (quiet.None()) return CountAll(pixels, end, rule, bins);
     const auto first = static_cast<Word>(quiet.first + rule.lowest);
     const auto span = static_cast<Word>(quiet.last - quiet.first);
+    constexpr int kFound = 1024;
+    Word found[kFound];
+    int count = 0;
     for (; end - pixels >= kBlock; pixels += kBlock) {
         std::uint64_t outside = Outside(pixels, first, span);
         if (outside == 0) continue;
@@ -117,12 +123,17 @@ void CountRow(const Word* pixels, const Word* end, KeyRule<Word> rule, QuietKeys
         // Where these are noise, their number cannot be predicted: up to four take no branch.
         do {
             for (int k = 0; k < 4; ++k) {
-                const int j = __builtin_ctzll(outside | std::uint64_t{1} << 63);
-                bins[rule.Bin(pixels[j])] += outside != 0;
+                found[count] = pixels[__builtin_ctzll(outside | std::uint64_t{1} << 63)];
+                count += outside != 0;
                 outside &= outside - 1;
             }
         } while (outside != 0);
+        if (count > kFound - kBlock) {
+            CountAll(found, found + count, rule, bins);
+            count = 0;
+        }
     }
+    CountAll(found, found + count, rule, bins);
     CountAll(pixels, end, rule, bins);
 }
 
