@@ -88,7 +88,7 @@ TEST(HostWindow, RandomRastersGiveThePlainWindow) {
     std::mt19937 random(1);
     const auto below = [&random](int end) { return static_cast<int>(random() % static_cast<unsigned>(end)); };
     for (int run = 0; run < 600; ++run) {
-        const int bits = 1 + below(16), width = 40 + below(200), height = 1 + below(250), kind = below(6);
+        const int bits = 1 + below(16), width = 40 + below(200), height = 1 + below(250), kind = below(9);
         refhost::MemoryRaster raster(width, height, bits, below(2) != 0);
         const int values = 1 << bits, lowest = raster.m_bSigned ? -values / 2 : 0;
         const int level = lowest + below(values), other = lowest + below(values);
@@ -97,6 +97,9 @@ TEST(HostWindow, RandomRastersGiveThePlainWindow) {
             const int any = lowest + below(values);
             const int calm = std::clamp(static_cast<int>(noise(random)), lowest, lowest + values - 1);
             const int levels[] = {any, calm, i % width < 50 ? other : calm, level, below(2) ? level : other,
+                                  below(1000) ? level : other, level ^ (i / 100 & 1),
+                                  // Samples at regular steps see something else than the rest.
+                                  i % (width * height / 2048 | 1) == 0 ? any : level,
                                   // More bits than the depth has.
                                   below(5000) ? calm : 0x5a5a};
             rasters::Set(raster, static_cast<std::size_t>(i), levels[kind]);
