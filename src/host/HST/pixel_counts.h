@@ -104,7 +104,7 @@ void CountAll(const Word* pixels, const Word* end, KeyRule<Word> rule, Count* bi
     for (; pixels != end; ++pixels) ++bins[rule.Bin(*pixels)];
 }
 
-/// Adds to `bins`, rule.values + 1 of them. Quiet keys are counted now and then.
+/// Adds to `bins`, rule.values + 1 of them. Some quiet keys are counted too.
 template <class Word, class Count>
 void CountRow(const Word* pixels, const Word* end, KeyRule<Word> rule, QuietKeys quiet, Count* bins) {
     if (quiet.None()) return CountAll(pixels, end, rule, bins);
