@@ -94,17 +94,20 @@ void put_word(OBJ_Msg& msg, unsigned tag, std::uint16_t word) {
     msg.PutBytes(Dicom_Tag(tag), "US", &word, 2);
 }
 
-/// 0: the message has a window. 1: the window was measured before. 2: it is measured.
+/// 0: the message has a window. 1: the window was measured before. 2: it is measured, in noise; 3: in pixels of
+/// all values; 4: in a flat image.
 void open_image(benchmark::State& state) {
     constexpr int kSize = 512;
+    const int bits = state.range(0) == 3 ? 16 : 12;
+    const auto word = [](int value) { return static_cast<std::uint16_t>(value); };
     OBJ_Msg msg;
     put_text(msg, 0x00080008, "CS", "ORIGINAL\\PRIMARY\\AXIAL");
     put_text(msg, 0x00080060, "CS", "CT");
     put_word(msg, 0x00280002, 1);
     put_text(msg, 0x00280004, "CS", "MONOCHROME2 ");
     put_word(msg, 0x00280010, kSize), put_word(msg, 0x00280011, kSize);
-    put_word(msg, 0x00280100, 16), put_word(msg, 0x00280101, 12);
-    put_word(msg, 0x00280102, 11), put_word(msg, 0x00280103, 0);
+    put_word(msg, 0x00280100, 16), put_word(msg, 0x00280101, word(bits));
+    put_word(msg, 0x00280102, word(bits - 1)), put_word(msg, 0x00280103, 0);
     put_text(msg, 0x00281052, "DS", "-1024 ");
     put_text(msg, 0x00281053, "DS", "1 ");
     if (state.range(0) == 0) {
@@ -112,15 +115,18 @@ void open_image(benchmark::State& state) {
         put_text(msg, 0x00281051, "DS", "400 ");
     }
     const OBJ_Msg untouched = msg;
-    refhost::MemoryRaster raster(kSize, kSize, 12, false);
+    refhost::MemoryRaster raster(kSize, kSize, bits, false);
     auto* const words = static_cast<std::uint16_t*>(raster.GetPixels());
     Random random(1);
-    for (int i = 0; i < kSize * kSize; ++i)
-        words[i] = static_cast<std::uint16_t>(gaussian(random, 1000, 100));
+    for (int i = 0; i < kSize * kSize; ++i) {
+        words[i] = state.range(0) == 4   ? word(1000)
+                   : state.range(0) == 3 ? word(static_cast<int>(random() & 65535))
+                                         : word(gaussian(random, 1000, 100));
+    }
     SPC_Modality modality(SPC_Modality::MODALITY_CT);
 
     const auto subject = [&] {
-        if (state.range(0) == 2) msg = untouched;
+        if (state.range(0) >= 2) msg = untouched;
         ZEV_Params params;
         KIT_BaseParamsVec vec(L"view");
         vec.Append(&modality);
@@ -138,8 +144,8 @@ void open_image(benchmark::State& state) {
     bench::Report(state, "x_copy", bench::Compare(subject, copying));
 }
 BENCHMARK(open_image)
-    ->ArgName("window_0_cached_1_measured_2")
-    ->DenseRange(0, 2)
+    ->ArgName("window_0_cached_1_noise_2_all_values_3_flat_4")
+    ->DenseRange(0, 4)
     ->Unit(benchmark::kMicrosecond);
 
 }  // namespace

@@ -113,14 +113,18 @@ bool compress_jpeg(const Picture& picture, JpegErrors& errors, jpeg_compress_str
 }
 
 Bytes encode_jpeg(const Picture& picture) {
+    if (std::max(picture.width, picture.height) > JPEG_MAX_DIMENSION) {
+        throw std::runtime_error("a JPEG file has at most 65500 pixels a side");
+    }
     JpegErrors errors;
     jpeg_compress_struct jpeg{};
     unsigned char* bytes = nullptr;
     unsigned long size = 0;
     const bool done = compress_jpeg(picture, errors, jpeg, &bytes, &size);
     jpeg_destroy_compress(&jpeg);
-    const std::unique_ptr<unsigned char, void (*)(void*)> owner(bytes, std::free);
+    // A shortage of memory, the one error left, may leave `bytes` pointing at what the library has freed.
     if (!done) throw std::runtime_error(std::string("JPEG: ") + errors.text);
+    const std::unique_ptr<unsigned char, void (*)(void*)> owner(bytes, std::free);
     return Bytes(bytes, bytes + size);
 }
 

@@ -1,6 +1,11 @@
 #include <DICOM/Dicom_CS.h>
 #include <HST/HST_AutoWindow.h>
+#include <KIT/KIT_Rect.h>
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <random>
 
 #include "rasters.h"
 
@@ -58,6 +63,65 @@ TEST(HostWindow, RegionWithinRows) {
     void* const pixels = raster.GetPixels();
     window.AutoWindowing(pixels, 1, 1, 3, 3, 3, Dicom_CS(), false, 16, kNone, kNone, false, true);
     EXPECT_EQ(std::pair(window.m_Width, window.m_Center), std::pair(20.0, 30.0));
+}
+
+/// Sorts the pixels.
+std::array<double, 3> plain_window(refhost::MemoryRaster& raster, const KIT_Rect& rect, int first, int last,
+                                   bool fullRange) {
+    std::vector<int> values;
+    for (int y = rect.top; y < rect.bottom; ++y) {
+        for (int x = rect.left; x < rect.right; ++x) {
+            const int value = rasters::Get(raster, static_cast<std::size_t>(y * raster.m_Width + x));
+            if (value < first || value > last) values.push_back(value);
+        }
+    }
+    if (values.empty()) return {-1, -1, -1};
+    std::sort(values.begin(), values.end());
+    const std::size_t cut = fullRange ? 0 : (values.size() - 1) / 100;
+    int low = values[cut], high = values[values.size() - 1 - cut];
+    if (low == high) low = values.front(), high = values.back();
+    return {std::max(high - low, 1) * 1.0, high - low > 1 ? (low + high) / 2.0 : low + 1.0,
+            low == high ? 1. : 0.};
+}
+
+TEST(HostWindow, RandomRastersGiveThePlainWindow) {
+    std::mt19937 random(1);
+    const auto below = [&random](int end) { return static_cast<int>(random() % static_cast<unsigned>(end)); };
+    for (int run = 0; run < 600; ++run) {
+        const int bits = 1 + below(16), width = 40 + below(200), height = 1 + below(250), kind = below(9);
+        refhost::MemoryRaster raster(width, height, bits, below(2) != 0);
+        const int values = 1 << bits, lowest = raster.m_bSigned ? -values / 2 : 0;
+        const int level = lowest + below(values), other = lowest + below(values);
+        std::normal_distribution<double> noise(level, values / 20.0);
+        for (int i = 0; i < width * height; ++i) {
+            const int any = lowest + below(values);
+            const int calm = std::clamp(static_cast<int>(noise(random)), lowest, lowest + values - 1);
+            const int levels[] = {any, calm, i % width < 50 ? other : calm, level, below(2) ? level : other,
+                                  below(1000) ? level : other, level ^ (i / 100 & 1),
+                                  // Samples at regular steps see something else than the rest.
+                                  i % (width * height / 2048 | 1) == 0 ? any : level,
+                                  // More bits than the depth has.
+                                  below(5000) ? calm : 0x5a5a};
+            rasters::Set(raster, static_cast<std::size_t>(i), levels[kind]);
+        }
+        KIT_Rect rect(0, 0, height, width);
+        if (below(2)) rect.top = below(height), rect.left = below(width);
+        const int paddings[][2] = {{kNone, kNone}, {other, other}, {lowest, level}, {level, lowest + values}};
+        const int* const padding = paddings[below(4)];
+        const bool fullRange = below(3) == 0;
+        SCOPED_TRACE(testing::Message() << "run " << run << ", " << bits << " bits, kind " << kind);
+        HST_AutoWindow window;
+        const int failed =
+            window.AutoWindowing(raster.GetPixels(), rect.left, rect.top, width, height, width, Dicom_CS(),
+                                 false, bits, padding[0], padding[1], raster.m_bSigned, fullRange);
+        const auto [plainWidth, center, constant] =
+            plain_window(raster, rect, padding[0], padding[1], fullRange);
+        ASSERT_EQ(failed != 0, plainWidth < 0);
+        if (failed) continue;
+        ASSERT_EQ(window.m_Width, plainWidth);
+        ASSERT_EQ(window.m_Center, center);
+        ASSERT_EQ(window.m_bConstant, constant != 0);
+    }
 }
 
 TEST(HostWindow, Refusals) {
