@@ -14,7 +14,11 @@ esac
 missing=""
 for package in $packages; do
     state=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
-    [ "$state" = installed ] || missing="$missing $package"
+    # Said once for each architecture that has it.
+    case "$state" in
+        installed*) ;;
+        *) missing="$missing $package" ;;
+    esac
 done
 [ -n "$missing" ] || exit 0
 
