@@ -17,7 +17,6 @@
 #include <iostream>
 #include <new>
 #include <set>
-#include <unordered_set>
 
 #include "io/atomic_file.h"
 #include "io/picture_scale.h"
@@ -157,12 +156,35 @@ struct Task {
     }
 };
 
+/// Files by what they are, whatever their names.
+class FileSet {
+public:
+    void Add(const std::string& path) {
+        if (const std::optional<File> file = file_at(path)) m_Files.push_back(*file);
+    }
+    void Sort() { std::sort(m_Files.begin(), m_Files.end()); }
+    bool Has(const std::string& path) const {
+        const std::optional<File> file = file_at(path);
+        return file && std::binary_search(m_Files.begin(), m_Files.end(), *file);
+    }
+
+private:
+    using File = std::pair<dev_t, ino_t>;
+
+    static std::optional<File> file_at(const std::string& path) {
+        struct stat status {};
+        if (stat(path.c_str(), &status) != 0) return std::nullopt;
+        return File(status.st_dev, status.st_ino);
+    }
+
+    std::vector<File> m_Files;
+};
+
 /// What a worker does. It answers with a letter and a line for the report: D for a picture that was drawn, F for one
 /// that failed, S without a line for one that was there already. Nothing at all is the end of the task.
 class Drawer {
 public:
-    Drawer(const BatchInputs& inputs, const BatchOptions& options,
-           const std::unordered_set<std::string>& files)
+    Drawer(const BatchInputs& inputs, const BatchOptions& options, const FileSet& files)
         : m_Inputs(inputs), m_Options(options), m_InputFiles(files) {}
 
     void Draw(const Task& task, const WorkerPool::Answer& answer) {
@@ -227,9 +249,7 @@ private:
         if (m_Options.resume && is_done(input.path, output)) return answer("S");
         const auto start = Clock::now();
         try {
-            std::error_code error;
-            const std::string taken = fs::weakly_canonical(output, error).string();
-            if (m_InputFiles.count(taken) != 0)
+            if (m_InputFiles.Has(output))
                 throw PresentError(output, "is one of the inputs, and is not written over");
             const DrawnPicture drawn = DrawFrame(input.path, m_Options.drawing, frame);
             const std::vector<std::uint8_t> bytes = EncodePicture(drawn.picture, m_Options.format);
@@ -258,7 +278,7 @@ private:
 
     const BatchInputs& m_Inputs;
     const BatchOptions& m_Options;
-    const std::unordered_set<std::string>& m_InputFiles;
+    const FileSet& m_InputFiles;
     std::set<std::string> m_Prepared;
 };
 
@@ -301,13 +321,10 @@ DrawnPicture DrawFrame(const std::string& path, const DrawingOptions& options, i
 int DrawMany(const BatchInputs& inputs, const BatchOptions& options) {
     const auto start = Clock::now();
     const Report report(options.report);
-    std::unordered_set<std::string> inputFiles;
-    const auto remember = [&inputFiles](const std::string& path) {
-        std::error_code error;
-        inputFiles.insert(fs::weakly_canonical(path, error).string());
-    };
-    for (const BatchInput& input : inputs.files) remember(input.path);
-    for (const std::string& path : options.otherInputs) remember(path);
+    FileSet inputFiles;
+    for (const BatchInput& input : inputs.files) inputFiles.Add(input.path);
+    for (const std::string& path : options.otherInputs) inputFiles.Add(path);
+    inputFiles.Sort();
     Drawer drawer(inputs, options, inputFiles);
     const Interruptions interruptions;
 
