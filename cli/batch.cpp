@@ -214,6 +214,12 @@ public:
         for (int frame = first; frame <= last; ++frame) draw_frame(input, frame, answer);
     }
 
+    /// Answers for a worker that is gone. Of several frames it is not known which one was the end of it.
+    void Lose(const BatchInput& input, const std::string& why, const WorkerPool::Answer& answer) const {
+        fail(input, m_Options.frames.isSingle ? std::optional<int>(m_Options.frames.first) : std::nullopt,
+             why, answer);
+    }
+
 private:
     bool partial() const { return m_Options.drawing.presentation.partial; }
     static int all_frames() { return ParseFrames("all")->last; }
@@ -224,13 +230,15 @@ private:
         return m_Options.output + "/" + input.name + suffix + SuffixOf(m_Options.format);
     }
 
-    static Json line_of(const BatchInput& input, const std::string& output, int frame) {
-        return {{"input", input.path}, {"output", output}, {"frame", frame}};
+    Json line_of(const BatchInput& input, std::optional<int> frame) const {
+        return {{"input", input.path},
+                {"output", frame ? Json(output_of(input, *frame)) : Json(nullptr)},
+                {"frame", frame ? Json(*frame) : Json(nullptr)}};
     }
 
-    void fail(const BatchInput& input, int frame, const std::string& why,
+    void fail(const BatchInput& input, std::optional<int> frame, const std::string& why,
               const WorkerPool::Answer& answer) const {
-        Json line = line_of(input, output_of(input, frame), frame);
+        Json line = line_of(input, frame);
         line["error"] = Printable(why);
         answer("F" + line.dump(-1, ' ', false, Json::error_handler_t::replace));
     }
@@ -255,7 +263,7 @@ private:
             const std::vector<std::uint8_t> bytes = EncodePicture(drawn.picture, m_Options.format);
             prepare_folder(fs::path(output).parent_path());
             WriteFileAtomically(output, bytes.data(), bytes.size(), AtomicFile::kLater);
-            Json line = line_of(input, output, frame);
+            Json line = line_of(input, frame);
             line["milliseconds"] = std::round(seconds_since(start) * 1e5) / 100.0;
             line["center"] = drawn.center ? Json(*drawn.center) : Json(nullptr);
             line["width"] = drawn.width ? Json(*drawn.width) : Json(nullptr);
@@ -368,9 +376,10 @@ int DrawMany(const BatchInputs& inputs, const BatchOptions& options) {
         ++done;
         const BatchInput& input = inputs.files[Task::Of(request).input];
         const char* const why = end == IsolatedResult::kOutOfTime ? "cannot be decoded in reasonable time"
+                                : end == IsolatedResult::kKilled  ? "the process that drew it was killed"
                                                                   : "the DICOM data are damaged or cut short";
-        take('F', Json({{"input", input.path}, {"error", PresentError(input.path, why).what()}})
-                      .dump(-1, ' ', false, Json::error_handler_t::replace));
+        drawer.Lose(input, PresentError(input.path, why).what(),
+                    [&](const std::string& answer) { take(answer[0], answer.substr(1)); });
     };
     events.goOn = [&] {
         progress.Show(done);
