@@ -43,7 +43,7 @@ TEST_F(Program, ExitStatusAndOneLinePerFailure) {
         {render + " --center nan --width 5", 2, "must be a number from -2147483648 to 2147483646, not 'nan'"},
         {render + " --center 0x20 --width 5", 2, "not '0x20'"},
         {render + " --brightness nan --contrast 1", 2, "must be a whole number from -100 to 100, not 'nan'"},
-        {render + " --frame 1e1", 2, "not a frame, FIRST-LAST or all"},
+        {render + " --frame 1e1", 2, "is not a frame, FIRST-LAST or all"},
         {"--hlep", 2, "zev has no option '--hlep'; did you mean '--help'?"},
         {"-x render " + ct, 2, "zev has no option '-x'; see zev help"},
         {render + " --region rect:0,0,2e9,5", 2, "beyond a thousand million"},
