@@ -1,6 +1,6 @@
 #!/bin/bash
-# Draws a folder with render-array.sbatch on a Slurm of one machine and two nodes, kills a process and a task on the
-# way, submits the job again, and compares the pictures with those of one run of the program:
+# Draws a folder with render-array.sbatch on a Slurm of one machine and two nodes, kills a process and a task
+# in the middle, submits the job again, and compares the pictures with those of one run of the program:
 #
 #     test.sh PROGRAM
 #
@@ -35,7 +35,9 @@ clean_up() {
     sleep 1
     for daemon in "${daemons[@]}"; do kill -9 "$daemon" 2>/dev/null || true; done
     wait
-    if [ $status -ne 0 ] && [ $status -ne 77 ]; then tail -n 20 "$dir"/*.log "$dir"/slurm-*.out 2>/dev/null || true; fi
+    if [ $status -ne 0 ] && [ $status -ne 77 ]; then
+        tail -n 20 "$dir"/*.log "$dir"/slurm-*.out 2>/dev/null || true
+    fi
     rm -rf "$dir"
     exit $status
 }
@@ -47,12 +49,12 @@ fail() {
     exit 1
 }
 
-# Waits for so many seconds until a command succeeds.
+# Waits until a command succeeds, for so many seconds; in all not so long that somebody ends this script.
 await() {
-    local tries=$(($1 * 5))
+    local end=$((SECONDS + $1))
     shift
     until "$@"; do
-        [ $((tries--)) -gt 0 ] || return 1
+        [ $SECONDS -lt $end ] && [ $SECONDS -lt 150 ] || return 1
         sleep 0.2
     done
 }
@@ -145,13 +147,14 @@ submit
 has_begun() {
     worker=$(workers | head -n 1)
     [ -n "$worker" ] && [ "$(count "$dir/out")" -ge 10 ] || return 1
-    other=$(squeue --noheader --array --states=RUNNING --format=%K | grep -v "^$(task_of "$worker")\$" | head -n 1)
+    task=$(task_of "$worker")
+    other=$(squeue --noheader --array --states=RUNNING --format=%K | grep -v "^$task\$" | head -n 1)
     [ -n "$other" ]
 }
-await 40 has_begun || fail "the job does not begin"
+await 60 has_begun || fail "the job does not begin"
 kill -9 "$worker"
 scancel "${job}_$other"
-await 60 jobs_are_done || fail "the job does not end"
+await 90 jobs_are_done || fail "the job does not end"
 first=$(count "$dir/out")
 echo "first run: $first of $expected pictures,$(states "$job")"
 states "$job" | grep -q ' 1 JobState=CANCELLED 2 JobState=COMPLETED 1 JobState=FAILED ' || fail "states"
@@ -159,7 +162,7 @@ states "$job" | grep -q ' 1 JobState=CANCELLED 2 JobState=COMPLETED 1 JobState=F
 grep -q 'was killed' "$dir"/out.reports/*.jsonl || fail "the killed process is not in a report"
 
 submit
-await 60 jobs_are_done || fail "the second job does not end"
+await 90 jobs_are_done || fail "the second job does not end"
 echo "second run: $(count "$dir/out") of $expected pictures,$(states "$job")"
 states "$job" | grep -q '^ 4 JobState=COMPLETED $' || fail "a task of the second run failed"
 diff -r "$dir/expected" "$dir/out" || fail "the pictures are not those of one run"
