@@ -1,5 +1,6 @@
 #include "worker_pool.h"
 
+#include <malloc.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -17,6 +18,7 @@
 namespace {
 
 constexpr int kPollMilliseconds = 100;
+constexpr int kKeptBytes = 64 << 20;
 /// In place of a length: the request is done.
 constexpr std::uint32_t kDone = 0xFFFFFFFF;
 
@@ -109,6 +111,10 @@ void WorkerPool::start(Worker& worker) {
 
 void WorkerPool::serve(int channel) const {
     BecomeIsolated(m_Limits.memory);
+    // The next request needs buffers of the same sizes: to return them and to have fresh pages takes as long as
+    // the work. What is larger than half of this is returned.
+    mallopt(M_TRIM_THRESHOLD, kKeptBytes);
+    mallopt(M_MMAP_THRESHOLD, kKeptBytes / 2);
     // An interrupt from the terminal reaches every process of the group; the parent decides what becomes of it.
     std::signal(SIGINT, SIG_IGN);
     std::signal(SIGTERM, SIG_IGN);
