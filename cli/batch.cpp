@@ -17,7 +17,6 @@
 #include <iostream>
 #include <new>
 #include <set>
-#include <unordered_set>
 
 #include "io/atomic_file.h"
 #include "io/picture_scale.h"
@@ -157,12 +156,35 @@ struct Task {
     }
 };
 
+/// Files by what they are, whatever their names.
+class FileSet {
+public:
+    void Add(const std::string& path) {
+        if (const std::optional<File> file = file_at(path)) m_Files.push_back(*file);
+    }
+    void Sort() { std::sort(m_Files.begin(), m_Files.end()); }
+    bool Has(const std::string& path) const {
+        const std::optional<File> file = file_at(path);
+        return file && std::binary_search(m_Files.begin(), m_Files.end(), *file);
+    }
+
+private:
+    using File = std::pair<dev_t, ino_t>;
+
+    static std::optional<File> file_at(const std::string& path) {
+        struct stat status {};
+        if (stat(path.c_str(), &status) != 0) return std::nullopt;
+        return File(status.st_dev, status.st_ino);
+    }
+
+    std::vector<File> m_Files;
+};
+
 /// What a worker does. It answers with a letter and a line for the report: D for a picture that was drawn, F for one
 /// that failed, S without a line for one that was there already. Nothing at all is the end of the task.
 class Drawer {
 public:
-    Drawer(const BatchInputs& inputs, const BatchOptions& options,
-           const std::unordered_set<std::string>& files)
+    Drawer(const BatchInputs& inputs, const BatchOptions& options, const FileSet& files)
         : m_Inputs(inputs), m_Options(options), m_InputFiles(files) {}
 
     void Draw(const Task& task, const WorkerPool::Answer& answer) {
@@ -192,6 +214,12 @@ public:
         for (int frame = first; frame <= last; ++frame) draw_frame(input, frame, answer);
     }
 
+    /// Answers for a worker that is gone. Of several frames it is not known which one was the end of it.
+    void Lose(const BatchInput& input, const std::string& why, const WorkerPool::Answer& answer) const {
+        fail(input, m_Options.frames.isSingle ? std::optional<int>(m_Options.frames.first) : std::nullopt,
+             why, answer);
+    }
+
 private:
     bool partial() const { return m_Options.drawing.presentation.partial; }
     static int all_frames() { return ParseFrames("all")->last; }
@@ -202,13 +230,15 @@ private:
         return m_Options.output + "/" + input.name + suffix + SuffixOf(m_Options.format);
     }
 
-    static Json line_of(const BatchInput& input, const std::string& output, int frame) {
-        return {{"input", input.path}, {"output", output}, {"frame", frame}};
+    Json line_of(const BatchInput& input, std::optional<int> frame) const {
+        return {{"input", input.path},
+                {"output", frame ? Json(output_of(input, *frame)) : Json(nullptr)},
+                {"frame", frame ? Json(*frame) : Json(nullptr)}};
     }
 
-    void fail(const BatchInput& input, int frame, const std::string& why,
+    void fail(const BatchInput& input, std::optional<int> frame, const std::string& why,
               const WorkerPool::Answer& answer) const {
-        Json line = line_of(input, output_of(input, frame), frame);
+        Json line = line_of(input, frame);
         line["error"] = Printable(why);
         answer("F" + line.dump(-1, ' ', false, Json::error_handler_t::replace));
     }
@@ -227,15 +257,13 @@ private:
         if (m_Options.resume && is_done(input.path, output)) return answer("S");
         const auto start = Clock::now();
         try {
-            std::error_code error;
-            const std::string taken = fs::weakly_canonical(output, error).string();
-            if (m_InputFiles.count(taken) != 0)
+            if (m_InputFiles.Has(output))
                 throw PresentError(output, "is one of the inputs, and is not written over");
             const DrawnPicture drawn = DrawFrame(input.path, m_Options.drawing, frame);
             const std::vector<std::uint8_t> bytes = EncodePicture(drawn.picture, m_Options.format);
             prepare_folder(fs::path(output).parent_path());
             WriteFileAtomically(output, bytes.data(), bytes.size(), AtomicFile::kLater);
-            Json line = line_of(input, output, frame);
+            Json line = line_of(input, frame);
             line["milliseconds"] = std::round(seconds_since(start) * 1e5) / 100.0;
             line["center"] = drawn.center ? Json(*drawn.center) : Json(nullptr);
             line["width"] = drawn.width ? Json(*drawn.width) : Json(nullptr);
@@ -258,7 +286,7 @@ private:
 
     const BatchInputs& m_Inputs;
     const BatchOptions& m_Options;
-    const std::unordered_set<std::string>& m_InputFiles;
+    const FileSet& m_InputFiles;
     std::set<std::string> m_Prepared;
 };
 
@@ -301,13 +329,10 @@ DrawnPicture DrawFrame(const std::string& path, const DrawingOptions& options, i
 int DrawMany(const BatchInputs& inputs, const BatchOptions& options) {
     const auto start = Clock::now();
     const Report report(options.report);
-    std::unordered_set<std::string> inputFiles;
-    const auto remember = [&inputFiles](const std::string& path) {
-        std::error_code error;
-        inputFiles.insert(fs::weakly_canonical(path, error).string());
-    };
-    for (const BatchInput& input : inputs.files) remember(input.path);
-    for (const std::string& path : options.otherInputs) remember(path);
+    FileSet inputFiles;
+    for (const BatchInput& input : inputs.files) inputFiles.Add(input.path);
+    for (const std::string& path : options.otherInputs) inputFiles.Add(path);
+    inputFiles.Sort();
     Drawer drawer(inputs, options, inputFiles);
     const Interruptions interruptions;
 
@@ -351,9 +376,10 @@ int DrawMany(const BatchInputs& inputs, const BatchOptions& options) {
         ++done;
         const BatchInput& input = inputs.files[Task::Of(request).input];
         const char* const why = end == IsolatedResult::kOutOfTime ? "cannot be decoded in reasonable time"
+                                : end == IsolatedResult::kKilled  ? "the process that drew it was killed"
                                                                   : "the DICOM data are damaged or cut short";
-        take('F', Json({{"input", input.path}, {"error", PresentError(input.path, why).what()}})
-                      .dump(-1, ' ', false, Json::error_handler_t::replace));
+        drawer.Lose(input, PresentError(input.path, why).what(),
+                    [&](const std::string& answer) { take(answer[0], answer.substr(1)); });
     };
     events.goOn = [&] {
         progress.Show(done);

@@ -40,8 +40,8 @@ struct BatchOptions {
     int jobs = 1;
     bool resume = false;
     bool quiet = false;
-    std::string report;  ///< file, or empty
-    std::vector<std::string> otherInputs;
+    std::string report;                    ///< file, or empty
+    std::vector<std::string> otherInputs;  ///< what is read besides, and is not to be written over either
 };
 
 /// Draws the frames of all inputs into a folder, in processes of their own. A failure costs its own line on standard

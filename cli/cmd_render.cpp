@@ -115,9 +115,11 @@ void render(Options options) {
     batch.otherInputs = other_inputs(options);
     batch.jobs =
         options.jobs > 0 ? options.jobs : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
-    inputs.files.erase(std::remove_if(inputs.files.begin(), inputs.files.end(),
-                                      [&](const BatchInput& input) { return !shard->Has(input.key); }),
-                       inputs.files.end());
+    const auto others = std::stable_partition(inputs.files.begin(), inputs.files.end(),
+                                              [&](const BatchInput& input) { return shard->Has(input.key); });
+    for (auto input = others; input != inputs.files.end(); ++input)
+        batch.otherInputs.push_back(std::move(input->path));
+    inputs.files.erase(others, inputs.files.end());
     MakeDirectory(batch.output);
     if (const int status = DrawMany(inputs, batch); status != 0) throw ExitStatus{status};
 }

@@ -5,7 +5,8 @@
 
 /// How a call in a process of its own ended.
 struct IsolatedResult {
-    enum End { kDone, kDied, kOutOfTime };
+    /// kKilled is known of a worker of a pool only: from outside, or because the machine is out of memory.
+    enum End { kDone, kDied, kOutOfTime, kKilled };
     End end = kDied;
     /// What the work returned; only with kDone.
     std::string answer;

@@ -147,8 +147,9 @@ IsolatedResult::End WorkerPool::end(Worker& worker) {
     int status = 0;
     while (waitpid(worker.process, &status, 0) < 0 && errno == EINTR) continue;
     worker = Worker();
-    const bool outOfTime = WIFSIGNALED(status) && WTERMSIG(status) == SIGXCPU;
-    return outOfTime ? IsolatedResult::kOutOfTime : IsolatedResult::kDied;
+    if (!WIFSIGNALED(status)) return IsolatedResult::kDied;
+    if (WTERMSIG(status) == SIGXCPU) return IsolatedResult::kOutOfTime;
+    return WTERMSIG(status) == SIGKILL ? IsolatedResult::kKilled : IsolatedResult::kDied;
 }
 
 void WorkerPool::give(Worker& worker, const Events& events) {

@@ -1,6 +1,7 @@
 #!/bin/sh
 # Installs what the build needs from the distribution; with "tests" or "bench" also what those need, with
-# "checks" also the other compiler and the checkers. Does nothing when all of it is there.
+# "checks" also the other compiler and the checkers, with "slurm" a batch system for one of the tests. Does nothing
+# when all of it is there.
 set -eu
 
 packages="build-essential cmake ninja-build ccache libgdcm-dev libboost-dev libhwy-dev nlohmann-json3-dev
@@ -11,31 +12,46 @@ case "${1:-}" in
     checks) packages="$packages libgtest-dev clang clang-format clang-tidy" ;;
 esac
 
-missing=""
-for package in $packages; do
-    state=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
-    # Said once for each architecture that has it.
-    case "$state" in
-        installed*) ;;
-        *) missing="$missing $package" ;;
-    esac
-done
-[ -n "$missing" ] || exit 0
+# Without these a test is skipped. They are daemons: nobody gets them unasked.
+optional=""
+[ "${1:-}" != slurm ] || optional="slurmctld slurmd slurm-client munge"
+
+missing_of() {
+    for package; do
+        state=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
+        # Said once for each architecture that has it.
+        case "$state" in
+            installed*) ;;
+            *) printf ' %s' "$package" ;;
+        esac
+    done
+}
+
+# shellcheck disable=SC2086  # these lists are meant to be split
+missing=$(missing_of $packages)
+# shellcheck disable=SC2086
+optional=$(missing_of $optional)
+[ -n "$missing$optional" ] || exit 0
 
 as_root=""
 if [ "$(id -u)" -ne 0 ]; then
     if ! command -v sudo >/dev/null; then
-        echo "install-packages: run as root, or install:$missing" >&2
-        exit 1
+        echo "install-packages: run as root, or install:$missing$optional" >&2
+        [ -z "$missing" ] || exit 1
+        exit 0
     fi
     as_root="sudo"
 fi
 
-install_missing() {
-    # shellcheck disable=SC2086  # the list is meant to be split
-    $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $missing
+# Package lists are fetched only when the ones here do not do.
+install_all() {
+    [ $# -gt 0 ] || return 0
+    echo "install-packages: installing $*"
+    set -- env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@"
+    $as_root "$@" || { $as_root apt-get update && $as_root "$@"; }
 }
 
-# Package lists are fetched only when the ones here do not do.
-echo "install-packages: installing$missing"
-install_missing || { $as_root apt-get update && install_missing; }
+# shellcheck disable=SC2086
+install_all $missing
+# shellcheck disable=SC2086
+install_all $optional || echo "install-packages: without$optional, whose test is skipped" >&2
