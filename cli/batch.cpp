@@ -115,7 +115,8 @@ public:
         std::cerr << text << std::flush;
     }
     void Clear() {
-        if (m_bShown) std::cerr << "\r\033[K" << std::flush;
+        if (m_Last != Clock::time_point()) std::cerr << "\r\033[K" << std::flush;
+        m_Last = Clock::time_point();
     }
 
 private:
