@@ -94,8 +94,8 @@ void put_word(OBJ_Msg& msg, unsigned tag, std::uint16_t word) {
     msg.PutBytes(Dicom_Tag(tag), "US", &word, 2);
 }
 
-/// 0: the message has a window. 1: the window was measured before. 2: it is measured, in noise; 3: in pixels of
-/// all values; 4: in a flat image.
+/// 0: the message has a window. 1: the window was measured before. 2: it is measured, in noise; 3: in pixels
+/// of all values; 4: in a flat image.
 void open_image(benchmark::State& state) {
     constexpr int kSize = 512;
     const int bits = state.range(0) == 3 ? 16 : 12;

@@ -1,5 +1,5 @@
-// A drag step, that is a new window and the whole frame painted with it, against a table and a read of it for each
-// pixel, and against the inexact scaling of a vision library where that is installed. One thread.
+// A drag step, that is a new window and the whole frame painted with it, against a table and a read of it for
+// each pixel, and against the inexact scaling of a vision library where that is installed. One thread.
 
 #include <ZEV/ZEV_Painter.h>
 #include <ZEV/ZEV_Params.h>

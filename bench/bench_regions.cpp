@@ -1,5 +1,5 @@
-// A drag of one window among many regions on a 2048 x 2048 screen: UpdateMasks against copying the frame once, and
-// painting the frame by the combined mask against painting it without regions.
+// A drag of one window among many regions on a 2048 x 2048 screen: UpdateMasks against copying the frame
+// once, and painting the frame by the combined mask against painting it without regions.
 
 #include <KIT/KIT_BaseParamsVec.h>
 #include <KIT/KIT_PolygonMask.h>

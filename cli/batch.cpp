@@ -181,8 +181,9 @@ private:
     std::vector<File> m_Files;
 };
 
-/// What a worker does. It answers with a letter and a line for the report: D for a picture that was drawn, F for one
-/// that failed, S without a line for one that was there already. Nothing at all is the end of the task.
+/// What a worker does. It answers with a letter and a line for the report: D for a picture that was drawn, F
+/// for one that failed, S without a line for one that was there already. Nothing at all is the end of the
+/// task.
 class Drawer {
 public:
     Drawer(const BatchInputs& inputs, const BatchOptions& options, const FileSet& files)

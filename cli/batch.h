@@ -44,8 +44,9 @@ struct BatchOptions {
     std::vector<std::string> otherInputs;  ///< what is read besides, and is not to be written over either
 };
 
-/// Draws the frames of all inputs into a folder, in processes of their own. A failure costs its own line on standard
-/// error and in the report. Returns the exit status: 0, 1 when anything failed, 128 + N after signal N.
+/// Draws the frames of all inputs into a folder, in processes of their own. A failure costs its own line on
+/// standard error and in the report. Returns the exit status: 0, 1 when anything failed, 128 + N after signal
+/// N.
 int DrawMany(const BatchInputs& inputs, const BatchOptions& options);
 
 /// Two numbers from 1 on, "800x600".

@@ -23,9 +23,9 @@ struct BatchInputs {
     bool areMany = false;
 };
 
-/// Files, folders with all that is in them, DICOMDIR files, "@LIST" (a path on each line; "@-" from standard input) and
-/// "-" (a file on standard input, which is kept in `scratch`). In the order given, folders sorted by name. Throws
-/// PresentError for what is not there.
+/// Files, folders with all that is in them, DICOMDIR files, "@LIST" (a path on each line; "@-" from standard
+/// input) and "-" (a file on standard input, which is kept in `scratch`). In the order given, folders sorted
+/// by name. Throws PresentError for what is not there.
 BatchInputs FindInputs(const std::vector<std::string>& given, const std::string& scratch);
 
 /// A share of the inputs, "2/8".

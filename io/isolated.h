@@ -24,6 +24,6 @@ void AllowMemory(unsigned long long bytes);
 
 /// Whether this process is a child whose end harms nobody. RunIsolated in one runs the work right here.
 bool IsIsolated();
-/// Makes it one, in a child that was just forked: its standard output and error are discarded, its signals are the
-/// system's own, and it may take so much memory from here on.
+/// Makes it one, in a child that was just forked: its standard output and error are discarded, its signals
+/// are the system's own, and it may take so much memory from here on.
 void BecomeIsolated(unsigned long long memoryLimit);

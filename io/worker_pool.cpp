@@ -61,8 +61,8 @@ void allow_seconds(unsigned seconds) {
     setrlimit(RLIMIT_CPU, &now);
 }
 
-/// One request needs the buffers of the one before: giving them back between the two costs more than most of the
-/// work, in page faults.
+/// One request needs the buffers of the one before: giving them back between the two costs more than most of
+/// the work, in page faults.
 void keep_freed_memory() {
 #ifdef __GLIBC__
     constexpr int kKept = 64 << 20;
@@ -121,7 +121,8 @@ void WorkerPool::start(Worker& worker) {
 void WorkerPool::serve(int channel) const {
     BecomeIsolated(m_Limits.memory);
     keep_freed_memory();
-    // An interrupt from the terminal reaches every process of the group; the parent decides what becomes of it.
+    // An interrupt from the terminal reaches every process of the group; the parent decides what becomes of
+    // it.
     std::signal(SIGINT, SIG_IGN);
     std::signal(SIGTERM, SIG_IGN);
     int status = 0;

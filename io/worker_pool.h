@@ -9,14 +9,14 @@
 
 #include "isolated.h"
 
-/// Child processes that work on one request after the other. A request that ends its child costs itself alone: a
-/// new child takes the place.
+/// Child processes that work on one request after the other. A request that ends its child costs itself
+/// alone: a new child takes the place.
 ///
 ///     WorkerPool pool(4, work, limits);
 ///     pool.Run(events);
 ///
-/// Children are copies of this process as it is when they are started: what the work reads should be there by then.
-/// Their standard output and error are discarded. They end with this process.
+/// Children are copies of this process as it is when they are started: what the work reads should be there by
+/// then. Their standard output and error are discarded. They end with this process.
 class WorkerPool {
 public:
     using Answer = std::function<void(const std::string&)>;
@@ -35,7 +35,8 @@ public:
         std::function<void(const std::string& request, const std::string& answer)> answered;
         /// The child is gone, with whatever of the request was not answered yet.
         std::function<void(const std::string& request, IsolatedResult::End end)> lost;
-        /// At least ten times a second. False ends the run when the requests that are being worked on are done.
+        /// At least ten times a second. False ends the run when the requests that are being worked on are
+        /// done.
         std::function<bool()> goOn;
     };
 

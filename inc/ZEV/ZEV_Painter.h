@@ -18,8 +18,8 @@ class ZEV_Params;
 ///     if (painter.IsReady()) painter.Paint(pixels, rowBytes, width, height, frame, frameRowBytes);
 ///
 /// A ramp is worked out with vector instructions, chosen for this machine at run time. Everything else (VOI
-/// and presentation LUTs, colour maps, palettes, display values of more than 8 bits) is read from a table that
-/// the painter keeps. A subclass that builds tables of its own is not asked.
+/// and presentation LUTs, colour maps, palettes, display values of more than 8 bits) is read from a table
+/// that the painter keeps. A subclass that builds tables of its own is not asked.
 ///
 /// The parameter object and the rasters are looked at by the constructor alone. A painter is const, and
 /// several threads may paint with it at once, each its own rows.
@@ -42,8 +42,8 @@ public:
     /// Does nothing unless ready, with a null pointer, or without pixels.
     void Paint(const void* pixels, std::ptrdiff_t pixelStride, int width, int height, void* out,
                std::ptrdiff_t outStride) const;
-    /// The same into three bytes per pixel: bits 16 to 23 of the display value, 8 to 15, 0 to 7; red, green and
-    /// blue in true colour. For display values of 32 bits.
+    /// The same into three bytes per pixel: bits 16 to 23 of the display value, 8 to 15, 0 to 7; red, green
+    /// and blue in true colour. For display values of 32 bits.
     void PaintRgb(const void* pixels, std::ptrdiff_t pixelStride, int width, int height, void* out,
                   std::ptrdiff_t outStride) const;
 

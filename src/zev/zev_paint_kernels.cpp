@@ -2,7 +2,8 @@
 
 #include "zev_paint_kernels.h"
 
-// Every 64-bit ARM has NEON. The scalable vectors of version 1.0.3 of the library gave wrong levels (GCC 12, qemu).
+// Every 64-bit ARM has NEON. The scalable vectors of version 1.0.3 of the library gave wrong levels (GCC 12,
+// qemu).
 #define HWY_DISABLED_TARGETS (HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "zev_paint_kernels.cpp"
@@ -70,7 +71,8 @@ HWY_INLINE Word NarrowLevel(const Plan& plan, Word x) {
     return hn::ShiftRight<8>(hn::Add(high, low));
 }
 
-/// (x * multiplier + 2^16) >> 32, in 48 bits. The average is the sum of both with the 1 and the carry, halved.
+/// (x * multiplier + 2^16) >> 32, in 48 bits. The average is the sum of both with the 1 and the carry,
+/// halved.
 HWY_INLINE Word WideLevel(const Plan& plan, Word x) {
     const Words d;
     const Word factor = hn::Set(d, static_cast<std::uint16_t>(plan.multiplier >> 16));
@@ -108,8 +110,8 @@ HWY_INLINE Word LevelOf(const Plan& plan, Word x) {
 
 // ---- Levels to display values ----
 
-/// Puts a vector of levels into display values of so many bytes: the level in each of them, for 3 as red, green and
-/// blue.
+/// Puts a vector of levels into display values of so many bytes: the level in each of them, for 3 as red,
+/// green and blue.
 template <int kOutBytes>
 HWY_INLINE void Put(Word level, std::uint8_t* out) {
     if constexpr (kOutBytes == 2) {
@@ -137,8 +139,8 @@ HWY_INLINE void Put(Word level, std::uint8_t* out) {
     }
 }
 
-/// Calls paint(pixels, out) for whole vectors of pixels that cover them all, the last two perhaps overlapping; few
-/// pixels go through a buffer.
+/// Calls paint(pixels, out) for whole vectors of pixels that cover them all, the last two perhaps
+/// overlapping; few pixels go through a buffer.
 template <int kOutBytes, class In, class Paint>
 HWY_INLINE void ForEachVector(const In* in, std::uint8_t* out, std::size_t count, const Paint& paint) {
     const std::size_t lanes = hn::Lanes(Words());

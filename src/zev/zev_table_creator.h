@@ -14,8 +14,8 @@ class GFX_GraphicContext;
 class Mapper_VOILut;
 class ZEV_AbstractWindowingTable;
 
-/// What a table is made from: a window in stored pixel values, or a VOI LUT, which may be null, with centre and
-/// width in modality units.
+/// What a table is made from: a window in stored pixel values, or a VOI LUT, which may be null, with centre
+/// and width in modality units.
 struct ZEV_Params::TableSource {
     bool isWindow = true;
     Mapper_VOILut* lut = nullptr;

@@ -95,8 +95,8 @@ TEST(Calculators, ChosenByModality) {
 }
 
 TEST(Calculators, Regions) {
-    // 8 by 8: the middle 4 by 4 pixels hold 50, the upper left one 40, the lower left one 210, the lower right one 0, all others
-    // 200.
+    // 8 by 8: the middle 4 by 4 pixels hold 50, the upper left one 40, the lower left one 210, the lower
+    // right one 0, all others 200.
     std::vector<int> values(64, 200);
     for (std::size_t y = 2; y < 6; ++y) {
         for (std::size_t x = 2; x < 6; ++x) values[y * 8 + x] = 50;

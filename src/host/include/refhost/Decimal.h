@@ -5,8 +5,8 @@
 namespace refhost {
 
 /// Reads the decimal number that a text begins with, in every locale alike: an optional sign, digits with an
-/// optional point, an optional exponent. Returns where it ends, or null, with `number` unchanged, when the text
-/// begins with something else. Beyond the range of its type the number is infinite or 0.
+/// optional point, an optional exponent. Returns where it ends, or null, with `number` unchanged, when the
+/// text begins with something else. Beyond the range of its type the number is infinite or 0.
 template <typename Number>
 const char* ReadDecimal(const char* first, const char* last, Number& number) {
     const bool hasSign = first != last && (*first == '-' || *first == '+');
