@@ -111,8 +111,8 @@ void WorkerPool::start(Worker& worker) {
 
 void WorkerPool::serve(int channel) const {
     BecomeIsolated(m_Limits.memory);
-    // The next request needs buffers of the same sizes: to return them and to have fresh pages takes as long as
-    // the work. What is larger than half of this is returned.
+    // The next request needs buffers of the same sizes: returning them for fresh pages takes as long as the
+    // work. What is larger than half of this is returned.
     mallopt(M_TRIM_THRESHOLD, kKeptBytes);
     mallopt(M_MMAP_THRESHOLD, kKeptBytes / 2);
     // An interrupt from the terminal reaches every process of the group; the parent decides what becomes of it.

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// "spin" runs for ever, "abort" ends the child, "late" after an answer; anything else is answered with itself.
+/// "spin" runs for ever, "abort" ends the child, "late" after an answer; the rest is answered with itself.
 void work(const std::string& request, const WorkerPool::Answer& answer) {
     if (request == "late") answer("early");
     if (request == "late" || request == "abort") std::abort();
