@@ -6,7 +6,8 @@
 #include <fstream>
 #include <iostream>
 #include <limits>
-#include <unordered_set>
+#include <string_view>
+#include <unordered_map>
 
 #include "io/atomic_file.h"
 #include "io/dicomdir.h"
@@ -49,23 +50,27 @@ public:
 
     /// Names that come twice get a number.
     BatchInputs Result() {
-        std::unordered_set<std::string> taken;
-        for (const BatchInput& input : m_Found.files) taken.insert(input.name);
-        std::unordered_set<std::string> used;
+        // Each name, that of the first who has it, with the number that was last given to another one.
+        std::unordered_map<std::string_view, std::size_t> names;
+        std::vector<BatchInput*> others;
         for (BatchInput& input : m_Found.files) {
-            std::string name = input.name;
-            for (int number = 2; used.count(name) != 0 || (number > 2 && taken.count(name) != 0); ++number)
-                name = input.name + "-" + std::to_string(number);
-            used.insert(name);
-            input.name = std::move(name);
+            if (!names.emplace(input.name, 1).second) others.push_back(&input);
+        }
+        for (BatchInput* const input : others) {
+            std::size_t& number = names[input->name];
+            std::string name;
+            do name = input->name + "-" + std::to_string(++number);
+            while (names.count(name) != 0);
+            input->name = std::move(name);
+            names.emplace(input->name, 1);
         }
         m_Found.areMany = m_Found.areMany || m_Found.files.size() > 1;
         return std::move(m_Found);
     }
 
 private:
-    void add(std::string path, const fs::path& name, std::string key) {
-        m_Found.files.push_back({std::move(path), without_suffix(name), std::move(key)});
+    void add(std::string path, const fs::path& name, const std::string& key) {
+        m_Found.files.push_back({std::move(path), without_suffix(name), ShardHash(key)});
     }
 
     void take_path(const std::string& path) {
@@ -89,23 +94,23 @@ private:
 
     void take_folder(const fs::path& folder) {
         m_Found.areMany = true;
-        std::vector<fs::path> files;
+        std::vector<std::string> files;  // a path takes several times the memory
         std::error_code error;
         fs::recursive_directory_iterator entry(folder, error);
         if (error) throw PresentError(folder.string(), error.message());
         for (const fs::recursive_directory_iterator end; entry != end; entry.increment(error)) {
-            if (entry->is_regular_file(error)) files.push_back(entry->path());
+            if (entry->is_regular_file(error)) files.push_back(entry->path().string());
         }
         if (error) throw PresentError(folder.string(), error.message());
         std::sort(files.begin(), files.end());
-        for (const fs::path& file : files) {
+        for (std::string& file : files) {
             // The images of a DICOMDIR lie in the folder themselves.
-            if (!is_dicom(file) || IsDicomDir(file.string())) {
+            if (!is_dicom(file) || IsDicomDir(file)) {
                 ++m_Found.skipped;
                 continue;
             }
-            const fs::path below = file.lexically_relative(folder);
-            add(file.string(), below, below.generic_string());
+            const fs::path below = fs::path(file).lexically_relative(folder);
+            add(std::move(file), below, below.generic_string());
         }
     }
 
@@ -163,13 +168,13 @@ BatchInputs FindInputs(const std::vector<std::string>& given, const std::string&
     return finder.Result();
 }
 
-bool Shard::Has(const std::string& key) const {
+std::uint64_t ShardHash(const std::string& key) {
     std::uint64_t hash = 14695981039346656037u;
     for (const char sign : key) {
         hash ^= static_cast<unsigned char>(sign);
         hash *= 1099511628211u;
     }
-    return hash % count == index - 1;
+    return hash;
 }
 
 std::optional<Shard> ParseShard(const std::string& text) {

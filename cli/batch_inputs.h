@@ -11,8 +11,8 @@ struct BatchInput {
     std::string path;
     /// Where its pictures go, below the output folder: without a suffix, and unlike any other's.
     std::string name;
-    /// What a share is chosen by: the path below the folder that was given, or the path as it was given.
-    std::string key;
+    /// What a share is chosen by: of the path below the folder that was given, or of the path as it was given.
+    std::uint64_t hash = 0;
 };
 
 struct BatchInputs {
@@ -31,9 +31,10 @@ BatchInputs FindInputs(const std::vector<std::string>& given, const std::string&
 /// A share of the inputs, "2/8".
 struct Shard {
     std::uint64_t index = 1, count = 1;
-    /// By the 64-bit FNV-1a hash of the key, the same on every machine.
-    bool Has(const std::string& key) const;
+    bool Has(std::uint64_t hash) const { return hash % count == index - 1; }
 };
+/// The 64-bit FNV-1a hash, the same on every machine.
+std::uint64_t ShardHash(const std::string& key);
 std::optional<Shard> ParseShard(const std::string& text);
 
 /// Frames from 0, both ends included.

@@ -115,8 +115,9 @@ void render(Options options) {
     batch.otherInputs = other_inputs(options);
     batch.jobs =
         options.jobs > 0 ? options.jobs : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
-    const auto others = std::stable_partition(inputs.files.begin(), inputs.files.end(),
-                                              [&](const BatchInput& input) { return shard->Has(input.key); });
+    const auto others =
+        std::stable_partition(inputs.files.begin(), inputs.files.end(),
+                              [&](const BatchInput& input) { return shard->Has(input.hash); });
     for (auto input = others; input != inputs.files.end(); ++input)
         batch.otherInputs.push_back(std::move(input->path));
     inputs.files.erase(others, inputs.files.end());

@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <unordered_map>
 #include <new>
+#include <unordered_map>
 
 #include "io/number.h"
 #include "io/present_error.h"
