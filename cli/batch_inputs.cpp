@@ -1,5 +1,7 @@
 #include "batch_inputs.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
@@ -99,13 +101,17 @@ private:
         fs::recursive_directory_iterator entry(folder, error);
         if (error) throw PresentError(folder.string(), error.message());
         for (const fs::recursive_directory_iterator end; entry != end; entry.increment(error)) {
-            if (entry->is_regular_file(error)) files.push_back(entry->path().string());
+            // A folder that cannot be listed passes for a file, too.
+            const bool isClosed =
+                entry->is_directory(error) && access(entry->path().c_str(), R_OK | X_OK) != 0;
+            if (isClosed) entry.disable_recursion_pending();
+            if (isClosed || entry->is_regular_file(error)) files.push_back(entry->path().string());
         }
         if (error) throw PresentError(folder.string(), error.message());
         std::sort(files.begin(), files.end());
         for (std::string& file : files) {
-            // The images of a DICOMDIR lie in the folder themselves.
-            if (!is_dicom(file) || IsDicomDir(file)) {
+            // The images of a DICOMDIR lie in the folder themselves. It has no other name (PS3.10 8.6).
+            if (!is_dicom(file) || (fs::path(file).filename() == "DICOMDIR" && IsDicomDir(file))) {
                 ++m_Found.skipped;
                 continue;
             }

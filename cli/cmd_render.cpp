@@ -69,6 +69,8 @@ std::vector<std::string> other_inputs(const Options& options) {
 }
 
 void draw_one(const Options& options, const BatchInput& input, int frame, PictureFormat format) {
+    if (options.batch.resume || !options.batch.report.empty() || !options.shard.empty())
+        throw UsageError("--resume, --report and --shard are for a folder of pictures");
     std::vector<std::string> inputs = other_inputs(options);
     inputs.push_back(input.path);
     RefuseClashes(inputs, {options.output});
@@ -79,6 +81,7 @@ void draw_one(const Options& options, const BatchInput& input, int frame, Pictur
 
 void render(Options options) {
     BatchOptions& batch = options.batch;
+    if (options.output.empty()) throw UsageError("--output: names nothing");
     const std::optional<FrameRange> frames = ParseFrames(options.frames);
     if (!frames) throw UsageError("--frame: '" + options.frames + "' is not a frame, FIRST-LAST or all");
     batch.frames = *frames;
@@ -151,7 +154,7 @@ void AddRenderCommand(CLI::App& app, Run& run) {
                      "png, jpg, tiff, pgm, ppm or npy; by default as the suffix says")
         ->check(OneOf({"png", "jpg", "tiff", "pgm", "ppm", "npy"}));
     command->add_option("--bits", batch.drawing.bits, "8, or 16 for 16 bits of grey")
-        ->check(WholeNumberFrom(8, 16));
+        ->check(OneOf({"8", "16"}));
     command->add_option("--jobs", options->jobs, "Pictures drawn at a time; all processors by default")
         ->check(WholeNumberFrom(1, kMostJobs));
     command->add_option("--shard", options->shard, "I/N: draw a share of the inputs, I from 1 to N");
