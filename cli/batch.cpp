@@ -121,7 +121,7 @@ public:
 
 private:
     static std::string duration(double seconds) {
-        const auto whole = static_cast<long>(seconds + 0.5);
+        const long whole = std::lround(seconds);
         char text[40];
         std::snprintf(text, sizeof text, "%ld:%02ld:%02ld", whole / 3600, whole / 60 % 60, whole % 60);
         return text;

@@ -143,7 +143,7 @@ private:
     }
 
     std::string standard_input() {
-        const std::string path = m_Scratch + "/stdin.dcm";
+        std::string path = m_Scratch + "/stdin.dcm";
         AtomicFile file(path, AtomicFile::kLater);
         char block[65536];
         std::uint64_t size = 0;

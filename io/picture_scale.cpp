@@ -90,8 +90,9 @@ void scale(const Picture& picture, Picture& scaled) {
             for (int c = 0; c < Channels; ++c, to += sizeof(Sample)) {
                 // A quotient just below a whole number is not rounded up to it: both numbers are exact, and
                 // it differs by 1 / total at least, more than a double's last bit.
-                const auto level = static_cast<Sample>(static_cast<double>(mixed[c] + total / 2) /
-                                                       static_cast<double>(total));
+                const auto rounded = mixed[c] + total / 2;
+                const auto level =
+                    static_cast<Sample>(static_cast<double>(rounded) / static_cast<double>(total));
                 std::memcpy(to, &level, sizeof level);
             }
         }
@@ -109,9 +110,9 @@ Picture Fit(const Picture& picture, int width, int height) {
     // The side that limits is filled, the other one rounded to the nearest.
     const std::int64_t w = picture.width, h = picture.height;
     if (width * h <= height * w) {
-        height = static_cast<int>(std::max<std::int64_t>((2 * width * h + w) / (2 * w), 1));
+        height = static_cast<int>(std::max<std::int64_t>((h * 2 * width + w) / (2 * w), 1));
     } else {
-        width = static_cast<int>(std::max<std::int64_t>((2 * height * w + h) / (2 * h), 1));
+        width = static_cast<int>(std::max<std::int64_t>((w * 2 * height + h) / (2 * h), 1));
     }
     if (width == picture.width && height == picture.height) return picture;
 
