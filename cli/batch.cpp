@@ -391,16 +391,16 @@ int DrawMany(const BatchInputs& inputs, const BatchOptions& options) {
     progress.Clear();
     SyncFolder(options.output);
 
-    const auto pictures = [](std::size_t count) {
-        return std::to_string(count) + (count == 1 ? " picture" : " pictures");
+    const auto count_of = [](std::size_t count, const char* noun) {
+        return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
     };
     if (!options.quiet) {
         const double seconds = seconds_since(start);
-        std::cerr << pictures(drawn);
+        std::cerr << count_of(drawn, "picture");
         if (failed != 0) std::cerr << ", " << failed << " failed";
         if (there != 0) std::cerr << ", " << there << " there already";
         if (inputs.skipped != 0)
-            std::cerr << ", " << inputs.skipped << " files that are not DICOM images skipped";
+            std::cerr << ", " << count_of(inputs.skipped, "file") << " without a DICOM image skipped";
         char text[60];
         std::snprintf(text, sizeof text, ", %.1f s, %.0f/s\n", seconds,
                       static_cast<double>(drawn) / std::max(seconds, 1e-3));

@@ -81,7 +81,7 @@ private:
         if (!fs::exists(status)) throw PresentError(path, "No such file or directory");
         if (fs::is_directory(status)) {
             take_folder(path);
-        } else if (IsDicomDir(path)) {
+        } else if (fs::is_regular_file(status) && IsDicomDir(path)) {
             m_Found.areMany = true;
             const fs::path folder = fs::path(path).parent_path();
             for (const std::string& image : ReadDicomDir(path)) {
@@ -137,7 +137,7 @@ private:
     /// What is missing costs its own line when its turn comes.
     void take_listed(const std::string& path) {
         std::error_code error;
-        if (fs::is_directory(path, error) || (fs::exists(path, error) && IsDicomDir(path)))
+        if (fs::is_directory(path, error) || (fs::is_regular_file(path, error) && IsDicomDir(path)))
             return take_path(path);
         add(path, fs::path(path).filename(), path);
     }

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "cli/batch_inputs.h"
 #include "program_support.h"
@@ -93,7 +94,8 @@ TEST_F(Batch, WrongUsageDrawsNothing) {
           "cine.dcm -o x.png --frame 0-1", "in/a.dcm -o x.jpg --bits 16", "in -o out --format jpg --bits 16",
           "in -o out --frame 3-1", "in -o out --frame 1-", "in -o out --shard 0/2", "in -o out --shard 3/2",
           "in -o out --shard 1", "in -o out --fit 5x0", "in -o out --jobs 0",
-          "in/a.dcm -o in/a.dcm --format png"}) {
+          "in/a.dcm -o in/a.dcm --format png", "in/a.dcm -o x.png --resume", "in/a.dcm -o x.png --bits 12",
+          "in/a.dcm -o="}) {
         const Outcome outcome = Run(std::string("render ") + arguments);
         EXPECT_EQ(outcome.status, 2) << arguments << "\n" << outcome.err;
         EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
@@ -156,7 +158,7 @@ TEST_F(Batch, ABrokenFileAmongGoodOnesAndTheRunThatFollows) {
     Outcome outcome = Run(run);
     EXPECT_EQ(outcome.status, 1);
     EXPECT_NE(outcome.err.find("zev: in/broken.dcm: "), std::string::npos) << outcome.err;
-    EXPECT_NE(outcome.err.find("4 pictures, 1 failed, 1 files"), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find("4 pictures, 1 failed, 1 file without"), std::string::npos) << outcome.err;
     EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 2) << outcome.err;
     std::vector<Json> report = Report();
     ASSERT_EQ(report.size(), 5U);
@@ -184,6 +186,16 @@ TEST_F(Batch, ABrokenFileAmongGoodOnesAndTheRunThatFollows) {
     EXPECT_EQ(Report().size(), 9U);
     fs::remove("in/broken.dcm");
     EXPECT_EQ(Run(run).status, 0);
+}
+
+TEST_F(Batch, WhatIsNoFileIsNotWaitedFor) {
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    support::WriteFile("list", "pipe\nmissing\nin/a.dcm\n");
+    const Outcome outcome = Run("render @list pipe -o out");
+    EXPECT_EQ(outcome.status, 1);
+    for (const char* line : {"zev: pipe: not a file\n", "zev: missing: No such file or directory\n"})
+        EXPECT_NE(outcome.err.find(line), std::string::npos) << outcome.err;
+    EXPECT_EQ(Names("out"), "a.png");
 }
 
 TEST_F(Batch, InputsAreNotWrittenOver) {
