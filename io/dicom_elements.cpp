@@ -1,10 +1,31 @@
 #include "dicom_elements.h"
 
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
 #include "number.h"
 
 namespace {
 
 constexpr int kMaxDepth = 64;
+
+/// The numbers of type Number in little-endian bytes. Bits is an unsigned type of the same size.
+template <class Number, class Bits>
+std::vector<double> numbers_of(const std::string& bytes, std::size_t most) {
+    static_assert(sizeof(Number) == sizeof(Bits));
+    std::vector<double> numbers;
+    for (std::size_t at = 0; at + sizeof(Bits) <= bytes.size() && numbers.size() < most; at += sizeof(Bits)) {
+        Bits bits = 0;
+        for (std::size_t b = sizeof(Bits); b-- > 0;)
+            bits = static_cast<Bits>(static_cast<std::uint64_t>(bits) << 8 |
+                                     static_cast<unsigned char>(bytes[at + b]));
+        Number number;
+        std::memcpy(&number, &bits, sizeof number);
+        numbers.push_back(static_cast<double>(number));
+    }
+    return numbers;
+}
 
 }  // namespace
 
@@ -44,6 +65,28 @@ int DicomDataSet::Word(std::uint32_t tag, int fallback, std::size_t index) const
 double DicomDataSet::Number(std::uint32_t tag, double fallback) const {
     const std::string text = Text(tag);
     return ParseNumber(Trimmed(text.substr(0, text.find('\\')))).value_or(fallback);
+}
+
+std::vector<double> DicomDataSet::Numbers(std::uint32_t tag, std::size_t most) const {
+    std::vector<double> numbers;
+    const DicomElement* element = Find(tag);
+    if (element == nullptr) return numbers;
+    const std::string& vr = element->vr;
+    const std::string& bytes = element->bytes;
+    if (vr == "FL" || vr == "OF") return numbers_of<float, std::uint32_t>(bytes, most);
+    if (vr == "FD" || vr == "OD") return numbers_of<double, std::uint64_t>(bytes, most);
+    if (vr == "US" || vr == "OW") return numbers_of<std::uint16_t, std::uint16_t>(bytes, most);
+    if (vr == "SS") return numbers_of<std::int16_t, std::uint16_t>(bytes, most);
+    if (vr == "UL" || vr == "OL") return numbers_of<std::uint32_t, std::uint32_t>(bytes, most);
+    if (vr == "SL") return numbers_of<std::int32_t, std::uint32_t>(bytes, most);
+    if (vr != "DS" && vr != "IS") return numbers;
+    for (std::size_t at = 0; at < bytes.size() && numbers.size() < most;) {
+        const std::size_t end = std::min(bytes.find('\\', at), bytes.size());
+        numbers.push_back(ParseNumber(Trimmed(bytes.substr(at, end - at)))
+                              .value_or(std::numeric_limits<double>::quiet_NaN()));
+        at = end + 1;
+    }
+    return numbers;
 }
 
 void DicomDataSet::PutText(std::uint32_t tag, const char* vr, std::string text) {

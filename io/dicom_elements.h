@@ -41,6 +41,9 @@ public:
     /// The first of the numbers of a decimal or integer string; the fallback when it is absent or not a
     /// number.
     double Number(std::uint32_t tag, double fallback) const;
+    /// All numbers of a decimal or integer string, or of a binary value; "not a number" in place of a text
+    /// that is not one, and nothing for any other value representation. At most `most` of them.
+    std::vector<double> Numbers(std::uint32_t tag, std::size_t most = SIZE_MAX) const;
     bool Has(std::uint32_t tag) const { return Find(tag) != nullptr; }
 
     void PutText(std::uint32_t tag, const char* vr, std::string text);

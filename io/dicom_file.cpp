@@ -22,7 +22,7 @@ std::string decimal(double value) {
 
 }  // namespace
 
-DicomFile DicomFile::Load(const std::string& path, LoadOptions options) {
+DicomFile DicomFile::Load(const std::string& path, LoadOptions options, const AttributeSource& changes) {
     DicomFileContent content = ReadDicomFile(path, options);
     DicomFile file;
     file.m_Path = path;
@@ -33,6 +33,7 @@ DicomFile DicomFile::Load(const std::string& path, LoadOptions options) {
     file.m_Frames = content.frames;
     file.m_DataSet = std::move(content.dataSet);
     file.lift_functional_groups(options.frame);
+    if (changes) file.change_attributes(changes(file.m_DataSet));
     if (content.frame.samples == 3 || content.frame.photometric == "PALETTE COLOR") {
         file.take_colour(content.frame);
     } else {
@@ -68,6 +69,22 @@ void DicomFile::lift_functional_groups(int frame) {
         const bool isShape = tag >= tag::kSamplesPerPixel && tag <= tag::kPixelRepresentation;
         if (!isShape) m_DataSet.elements[tag] = std::move(element);
     }
+}
+
+void DicomFile::change_attributes(const AttributeChanges& changes) {
+    for (const auto& [tag, element] : changes) {
+        const DicomElement* const own = m_DataSet.Find(tag);
+        m_Replaced[tag] = own == nullptr ? std::nullopt : std::optional<DicomElement>(*own);
+        element ? void(m_DataSet.elements[tag] = *element) : m_DataSet.Remove(tag);
+    }
+}
+
+DicomDataSet DicomFile::OwnDataSet() const {
+    DicomDataSet own = m_DataSet;
+    for (const auto& [tag, element] : m_Replaced) {
+        element ? void(own.elements[tag] = *element) : own.Remove(tag);
+    }
+    return own;
 }
 
 void DicomFile::take_colour(const StoredFrame& frame) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -15,6 +17,12 @@ struct Note {
     std::string text;
 };
 
+/// Attributes that stand in for those of a file, or for their absence.
+using AttributeChanges = std::map<std::uint32_t, std::optional<DicomElement>>;
+/// Says what stands in for the attributes of an image, which it is given with the functional groups of the
+/// frame at the top level.
+using AttributeSource = std::function<AttributeChanges(const DicomDataSet& image)>;
+
 /// One frame of a DICOM file, in the form in which it is presented.
 ///
 ///     DicomFile file = DicomFile::Load("ct.dcm");
@@ -25,8 +33,10 @@ struct Note {
 /// these values, not the stored ones.
 class DicomFile {
 public:
-    /// A frame that is cut short is refused unless options.partial. Throws PresentError.
-    static DicomFile Load(const std::string& path, LoadOptions options);
+    /// A frame that is cut short is refused unless options.partial. `changes`, if it is not empty, is asked
+    /// before the attributes are used. Throws PresentError.
+    static DicomFile Load(const std::string& path, LoadOptions options,
+                          const AttributeSource& changes = nullptr);
     static DicomFile Load(const std::string& path, int frame = 0) { return Load(path, LoadOptions{frame}); }
 
     const std::string& Path() const { return m_Path; }
@@ -45,6 +55,8 @@ public:
     /// Every attribute but the pixel data; an enhanced multi-frame image's functional groups of this frame at
     /// the top level.
     const DicomDataSet& DataSet() const { return m_DataSet; }
+    /// The same without the changes.
+    DicomDataSet OwnDataSet() const;
     /// Of the code "pixels": values were reduced to 16 bits; "partial": rows are missing.
     const std::vector<Note>& Notes() const { return m_Notes; }
 
@@ -61,6 +73,7 @@ public:
 
 private:
     void lift_functional_groups(int frame);
+    void change_attributes(const AttributeChanges& changes);
     void take_colour(const StoredFrame& frame);
     void take_mono(const StoredFrame& frame);
     void look_up(const StoredFrame& frame);
@@ -75,6 +88,8 @@ private:
     int m_Columns = 0;
     int m_Frames = 0;
     DicomDataSet m_DataSet;
+    /// What the changes took the place of.
+    AttributeChanges m_Replaced;
     bool m_bPartial = false;
     std::size_t m_Present = 0;
     Picture m_Colour;
