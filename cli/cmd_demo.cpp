@@ -137,7 +137,9 @@ void AddDemoCommand(CLI::App& app, Run& run) {
                 const std::vector<RegionSpec> specs = ParseRegions(view.view.regions);
                 drawn.push_back(
                     {view.caption, specs.empty() ? Render(image)
-                                                 : RegionView(image, view.options, specs, view.view).Draw()});
+                                                 : RegionView(image, view.options, specs,
+                                                              PlaceImage(image, view.view), view.view.smooth)
+                                                       .Draw()});
                 WritePng(base + view.picture + ".png", drawn.back().picture);
             }
             if (onTerminal) std::cerr << "\r\033[K";

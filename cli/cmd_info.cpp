@@ -209,6 +209,7 @@ void AddInfoCommand(CLI::App& app, Run& run) {
     command->callback([options, &run] {
         run = [options] {
             LoadConfiguration(options->presentation.config);
+            ReadStates(options->presentation);
             OpenedImage image(options->input, options->presentation);
             const Json info = describe(image, options->presentation.frame);
             if (options->json) {

@@ -91,6 +91,7 @@ void render(Options options) {
         throw UsageError("--fit: '" + batch.drawing.fit + "' is not WIDTHxHEIGHT");
     ParseRegions(batch.drawing.view.regions);
     LoadConfiguration(batch.drawing.presentation.config);
+    ReadStates(batch.drawing.presentation);
 
     std::optional<Scratch> scratch;
     if (std::find(options.inputs.begin(), options.inputs.end(), "-") != options.inputs.end())

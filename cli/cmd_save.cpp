@@ -30,11 +30,12 @@ struct SaveOptions {
     ViewOptions view;
 };
 
-void save(const SaveOptions& options) {
+void save(SaveOptions options) {
     RefuseClashes(InputsOf(options.input, options.presentation, &options.view),
                   {options.output, options.parameters});
     const std::string output = options.inPlace ? options.input : options.output;
     LoadConfiguration(options.presentation.config);
+    ReadStates(options.presentation);
     OpenedImage image(options.input, options.presentation);
     ZEV_RGBParams rgb;
     ReadBrightness(image, options.brightness, rgb);
@@ -48,7 +49,7 @@ void save(const SaveOptions& options) {
         throw UsageError("--region is kept in a display-parameter file: give --ddp-out");
     if (const std::vector<RegionSpec> specs = AllRegions(image, options.view); !specs.empty()) {
         // Made once, so that a setting that does not hold is refused now.
-        const RegionView trial(image, options.presentation, specs, ViewOptions());
+        const RegionView trial(image, options.presentation, specs, PlaceImage(image, ViewOptions()));
         for (const RegionSpec& spec : specs) regions.push_back(spec.ToText());
     }
     if (!options.parameters.empty()) {

@@ -30,6 +30,7 @@ void AddTableCommand(CLI::App& app, Run& run) {
         run = [options] {
             RefuseClashes(InputsOf(options->input, options->presentation), {options->output});
             LoadConfiguration(options->presentation.config);
+            ReadStates(options->presentation);
             OpenedImage image(options->input, options->presentation);
             const TableTarget::Mode mode = options->target == "levels"    ? TableTarget::kLevels
                                            : options->target == "palette" ? TableTarget::kPalette

@@ -57,7 +57,7 @@ CLI::Validator OneOf(std::vector<std::string> words) {
 
 std::vector<std::string> InputsOf(const std::string& image, const PresentationOptions& options,
                                   const ViewOptions* view) {
-    std::vector<std::string> inputs = {image, options.displayParameters, options.config};
+    std::vector<std::string> inputs = {image, options.displayParameters, options.statesPath, options.config};
     if (view == nullptr) return inputs;
     for (const std::string& region : view->regions) {
         const std::string mask = "mask:";
@@ -104,10 +104,13 @@ void AddPresentationOptions(CLI::App& command, PresentationOptions& options, std
         command.add_option("--frame", *frames, "Frame, from 0; FIRST-LAST; or all");
         add_partial_option(command, options);
     }
-    CLI::Option* saved = command.add_option("--ddp", options.displayParameters,
-                                            "Display-parameter file to lay over the image first");
-    command.add_flag("--force", options.force, "Accept a display-parameter file of another image")
-        ->needs(saved);
+    command.add_option("--ddp", options.displayParameters,
+                       "Display-parameter file to lay over the image first");
+    command.add_option("--gsps", options.statesPath,
+                       "Softcopy presentation state to apply before that; of a folder the newest one for the "
+                       "image");
+    command.add_flag("--force", options.force,
+                     "Accept a display-parameter file or presentation state of another image");
     AddConfigOption(command, options.config);
 }
 
@@ -145,6 +148,12 @@ void AddViewOptions(CLI::App& command, ViewOptions& options) {
         ->expected(2);
     command.add_option("--rotate", options.rotate, "Degrees clockwise")->check(NumberFrom(-36000.0, 36000.0));
     command.add_option("--flip", options.flip, "h, v or hv")->check(OneOf({"h", "v", "hv"}));
-    command.add_option("--size", options.size, "WxH: size of the screen; by default that of the image");
+    command.add_option("--size", options.size, "WxH: size of the screen; by default that of what is shown");
     command.add_flag("--smooth", options.smooth, "Interpolate between pixels");
+    command.add_flag("--pixels", options.pixels,
+                     "One screen pixel per image pixel, also where these are not square");
+    command
+        .add_option("--dpi", options.resolution,
+                    "Screen pixels per inch, for a presentation state in true size; 96 by default")
+        ->check(NumberFrom(1.0, 10000.0));
 }

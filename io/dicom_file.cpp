@@ -31,6 +31,7 @@ DicomFile DicomFile::Load(const std::string& path, LoadOptions options, const At
     file.m_Rows = content.frame.rows;
     file.m_Columns = content.frame.columns;
     file.m_Frames = content.frames;
+    file.m_Frame = options.frame;
     file.m_DataSet = std::move(content.dataSet);
     file.lift_functional_groups(options.frame);
     if (changes) file.change_attributes(changes(file.m_DataSet));

@@ -43,6 +43,8 @@ public:
     int Rows() const { return m_Rows; }
     int Columns() const { return m_Columns; }
     int Frames() const { return m_Frames; }
+    /// Which of them this is, from 0.
+    int Frame() const { return m_Frame; }
     const std::string& TransferSyntax() const { return m_TransferSyntax; }
 
     bool IsColour() const { return !m_Colour.bytes.empty(); }
@@ -87,6 +89,7 @@ private:
     int m_Rows = 0;
     int m_Columns = 0;
     int m_Frames = 0;
+    int m_Frame = 0;
     DicomDataSet m_DataSet;
     /// What the changes took the place of.
     AttributeChanges m_Replaced;

@@ -14,6 +14,7 @@
 #include <cstring>
 #include <limits>
 
+#include "applied_state.h"
 #include "catalogue.h"
 #include "io/dicom_tags.h"
 #include "io/present_error.h"
@@ -115,6 +116,8 @@ const char* NameOf(WindowSource source) {
             return "colormap-suv";
         case WindowSource::kPreset:
             return "preset";
+        case WindowSource::kState:
+            return "presentation-state";
         case WindowSource::kSaved:
             return "saved";
         case WindowSource::kOption:
@@ -136,11 +139,40 @@ StoredWindow Rescale::Stored(const ModalityWindow& window) const {
             std::max(1, nearest(window.width / std::fabs(slope)))};
 }
 
-ImageSource::ImageSource(DicomFile frame)
-    : file(std::move(frame)), message(MakeMessage(file.DataSet())), raster(make_raster(file)) {}
+AttributeChanges ImageSource::choose_state(const DicomDataSet& image, const PresentationOptions& options) {
+    const std::string instance = image.Text(tag::kSopInstance);
+    const std::vector<const PresentationState*> found = states->For(instance, options.frame);
+    if (!found.empty()) {
+        state = found.front();
+    } else if (!states->IsFolder() && options.force) {
+        state = &states->All().front();
+    } else if (!states->IsFolder()) {
+        throw PresentError(states->Path(), "belongs to another image, " + states->All().front().FirstImage() +
+                                               "; --force takes it all the same");
+    } else {
+        stateNotes.push_back({"gsps", "no presentation state in " + states->Path() + " is for this image"});
+        return {};
+    }
+    for (std::size_t i = 1; i < found.size(); ++i) {
+        stateNotes.push_back({"gsps", "another presentation state for this image: " + found[i]->path + ", " +
+                                          found[i]->Label() + ", " + found[i]->Created()});
+    }
+    if (state->set.Has(DicomTag(0x0028, 0x2000)))
+        stateNotes.push_back({"icc", "the ICC profile of the presentation state is not applied"});
+    return ChangesBy(*state, image, options.frame);
+}
 
 ImageSource::ImageSource(const std::string& path, const PresentationOptions& options)
-    : ImageSource(DicomFile::Load(path, LoadOptions{options.frame, options.partial})) {
+    : states(options.states),
+      file(DicomFile::Load(
+          path, LoadOptions{options.frame, options.partial},
+          states == nullptr ? AttributeSource()
+                            : [&](const DicomDataSet& image) { return choose_state(image, options); })),
+      message(MakeMessage(file.DataSet())),
+      raster(make_raster(file)) {
+    if (state != nullptr) {
+        for (const std::uint32_t tag : PrivatePresentation()) message->Remove(Dicom_Tag(tag));
+    }
     if (options.displayParameters.empty()) return;
     saved = ReadDisplayParameters(options.displayParameters, file.DataSet().Text(tag::kSopInstance),
                                   options.force);
@@ -166,6 +198,7 @@ OpenedImage::OpenedImage(std::shared_ptr<ImageSource> source, const Presentation
     note_missing_suv_scale();
     note_constant_pixels();
     use_stored_values_for_fractions();
+    if (State() != nullptr && !File().IsColour()) apply_state();
     m_AsOpened = {m_Params.GetCenter(), m_Params.GetWidth(), m_Params.GetVoiLutSelection(),
                   !m_bUseRescale,       m_WindowSource,      m_Params.GetColorMap()};
     if (m_Source->saved) lay_display_parameters(*m_Source->saved);
@@ -264,6 +297,7 @@ void OpenedImage::note_missing_suv_scale() {
 
 std::vector<Note> OpenedImage::Notes() const {
     std::vector<Note> notes = File().Notes();
+    notes.insert(notes.end(), m_Source->stateNotes.begin(), m_Source->stateNotes.end());
     notes.insert(notes.end(), m_Notes.begin(), m_Notes.end());
     if (m_WindowSource == WindowSource::kFallback && !File().IsColour() &&
         !File().DataSet().Has(tag::kModality)) {
@@ -274,11 +308,16 @@ std::vector<Note> OpenedImage::Notes() const {
 }
 
 double OpenedImage::ModalityCenter() {
-    return m_bUseRescale ? m_Params.GetCenter() : m_Rescale.Value(m_Params.GetCenter());
+    const double center = m_bEndsCount
+                              ? (static_cast<double>(m_Params.GetWindowMin()) + m_Params.GetWindowMax()) / 2.0
+                              : m_Params.GetCenter();
+    return m_bUseRescale ? center : m_Rescale.Value(center);
 }
 
 double OpenedImage::ModalityWidth() {
-    return m_bUseRescale ? m_Params.GetWidth() : m_Params.GetWidth() * std::fabs(m_Rescale.slope);
+    const double width = m_bEndsCount ? static_cast<double>(m_Params.GetWindowMax()) - m_Params.GetWindowMin()
+                                      : m_Params.GetWidth();
+    return m_bUseRescale ? width : width * std::fabs(m_Rescale.slope);
 }
 
 bool OpenedImage::ModalityInverse() {
@@ -351,8 +390,85 @@ void OpenedImage::keep_saved_window() {
     m_WindowSource = WindowSource::kVoiLutEntry;
 }
 
+/// The message has the tables of the state already. What no message holds is put here: the direction of the
+/// table, its colours, and the exact ends of the window.
+void OpenedImage::apply_state() {
+    const PresentationState& state = *State();
+    const DicomDataSet& set = File().DataSet();
+    const std::string instance = set.Text(tag::kSopInstance);
+    change_to_modality_values();
+    m_bOwnMinMaxMode = m_Params.GetMinMaxScaleMode();
+    m_WindowSource = WindowSource::kState;
+    m_Params.SetColorMap(nullptr);
+    if (state.kind == PresentationState::Kind::kPseudoColour) {
+        auto map = std::make_unique<ZEV_ColorMap>();
+        const std::vector<std::uint32_t> colours = PaletteOf(state);
+        for (std::size_t i = 0; i < colours.size(); ++i) {
+            KIT_Color& colour = map->GetTable()[i];
+            colour.m_Red = static_cast<int>(colours[i] >> 16 & 0xFF);
+            colour.m_Green = static_cast<int>(colours[i] >> 8 & 0xFF);
+            colour.m_Blue = static_cast<int>(colours[i] & 0xFF);
+        }
+        map->SetName(L"presentation state");
+        m_Params.AddDicomColorMap(map.release());
+        m_Params.SetColorMapToDicomColorMap();
+    }
+    // A table that falls is drawn as it is only by an inverted one.
+    const Mir_AutoPtrThread<Mapper_Pval> pval = m_Params.GetMapperPvLut();
+    const bool hasTable = pval.get() != nullptr && pval->HasPvalLut();
+    m_Params.InitInverse(hasTable ? pval->IsLutReversing()
+                                  : set.Text(tag::kPresentationLutShape) == "INVERSE");
+
+    const Rescale rescale = m_Rescale;
+    if (const auto window = ExactWindowOf(state, instance, File().Frame())) {
+        set_ends(window->low, window->high);
+    } else if (m_Params.GetVoiLutEntryCount() > 0) {
+        m_Params.SetVoiLutSelection(0, false);
+    } else {
+        const int bits = File().Mono().bits;
+        const double lowest = File().Mono().isSigned ? -std::ldexp(1.0, bits - 1) : 0.0;
+        const auto [low, high] = rescale.Range({lowest, lowest + std::ldexp(1.0, bits) - 1.0});
+        set_ends(low, high);
+    }
+}
+
+/// The ramp from `low` to `high` in modality units. Where these, or the stored values that they stand for, are
+/// not whole, the ends are the next whole stored values: moved up, the table is at most one level off.
+void OpenedImage::set_ends(double low, double high) {
+    const auto is_whole = [](double value) { return value == std::floor(value); };
+    double from = (low - m_Rescale.intercept) / m_Rescale.slope,
+           to = (high - m_Rescale.intercept) / m_Rescale.slope;
+    const bool isExact = m_Rescale.slope > 0.0 && is_whole(low) && is_whole(high) && is_whole(from) &&
+                         is_whole(to) && is_whole(m_Rescale.intercept) &&
+                         m_Rescale.slope == static_cast<double>(static_cast<float>(m_Rescale.slope));
+    if (isExact) {
+        from = low, to = high;
+    } else {
+        change_to_stored_values();
+        if (from > to) std::swap(from, to);
+        constexpr double kNoise = 1e-6;
+        from = std::ceil(from - kNoise), to = std::ceil(to - kNoise);
+    }
+    // Black up to and with the first end, white from the second one on.
+    if (to <= from) from = to - 1.0;
+    m_Params.SetVoiLutSelection(-1, false);
+    m_Params.InitCenter(truncated((from + to) / 2.0));
+    m_Params.InitWidth(truncated(to - from));
+    m_Params.SetMinMaxScaleMode(true);
+    m_Params.SetWindowMin(truncated(from));
+    m_Params.SetWindowMax(truncated(to));
+    m_bEndsCount = true;
+}
+
+void OpenedImage::leave_ends() {
+    if (!m_bEndsCount) return;
+    m_bEndsCount = false;
+    m_Params.SetMinMaxScaleMode(m_bOwnMinMaxMode);
+}
+
 void OpenedImage::lay_display_parameters(const SavedPresentation& file) {
     OBJ_Msg saved(*file.msg);
+    leave_ends();
     m_SavedRegions = file.regions;
     // A preset that is configured is applied here, since the library has no way to show it in stored values.
     const std::string modality = refhost::ToUtf8(m_Modality.GetModalityName());
@@ -460,6 +576,7 @@ void OpenedImage::set_window(const ModalityWindow& window) {
 }
 
 void OpenedImage::set_numbers(const ModalityWindow& window) {
+    leave_ends();
     if (m_bUseRescale) {
         m_Params.SetCenter(truncated(window.center));
         m_Params.SetWidth(std::max(1, truncated(window.width)));
@@ -468,6 +585,11 @@ void OpenedImage::set_numbers(const ModalityWindow& window) {
         m_Params.SetCenter(stored.center);
         m_Params.SetWidth(stored.width);
     }
+}
+
+void ReadStates(PresentationOptions& options) {
+    if (!options.statesPath.empty())
+        options.states = std::make_shared<PresentationStates>(options.statesPath);
 }
 
 std::optional<StoredWindow> MeasureWindow(OpenedImage& image) {
@@ -517,6 +639,7 @@ void OpenedImage::apply_preset(const std::string& name) {
                            what + "needs " + refhost::ToUtf8(missing) + ", which the image lacks");
     }
     // Presets are in modality units.
+    leave_ends();
     change_to_modality_values();
     const float gamma = m_Params.GetGamma();
     if (!ZEV_Dicom::SetWindowingPresetValues(&m_Params, &m_View, preset.GetMin(), preset.GetMax(),
@@ -547,6 +670,7 @@ void OpenedImage::apply(const PresentationOptions& options) {
                 "has no windowing entry " + std::to_string(*options.voi) +
                     (count == 0 ? ": it has none" : ": its entries are 0 to " + std::to_string(count - 1)));
         }
+        leave_ends();
         change_to_modality_values();
         m_Params.SetVoiLutSelection(*options.voi, false);
         m_WindowSource = WindowSource::kVoiLutEntry;

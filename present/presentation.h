@@ -15,6 +15,7 @@
 
 #include "ddp_file.h"
 #include "io/dicom_file.h"
+#include "io/presentation_state.h"
 
 class ZEV_PresetValue;
 
@@ -37,7 +38,11 @@ struct PresentationOptions {
     bool partial = false;
     /// A display-parameter file to lay over the image before all that; empty for none.
     std::string displayParameters;
-    /// Take it though it belongs to another image.
+    /// A presentation state to apply before that, or a folder of them; empty for none.
+    std::string statesPath;
+    /// The same once it has been read, by ReadStates.
+    std::shared_ptr<const PresentationStates> states;
+    /// Take either though it belongs to another image.
     bool force = false;
     std::string config;
 };
@@ -76,11 +81,12 @@ enum class WindowSource {
     kFallback,       ///< the fixed window of an image that has none and cannot be measured
     kColourMapSuv,   ///< the scale of a colour map of SUV type
     kPreset,
+    kState,  ///< a presentation state
     kSaved,  ///< a display-parameter file
     kOption  ///< centre and width of the user
 };
 /// As `info` prints it: "voi-lut-entry", "raw-attributes", "automatic", "fallback", "colormap-suv", "preset",
-/// "saved", "option".
+/// "presentation-state", "saved", "option".
 const char* NameOf(WindowSource source);
 
 /// How an image opened, before the user's choice.
@@ -96,16 +102,23 @@ struct OpenedState {
 /// One frame of an image's file, read once and shared by all its openings: a region is the image opened once
 /// more.
 struct ImageSource {
-    explicit ImageSource(DicomFile frame);
     /// Reads a frame. Throws PresentError.
     ImageSource(const std::string& path, const PresentationOptions& options);
 
+    /// The presentation state that is applied, or null. The states are kept for it.
+    std::shared_ptr<const PresentationStates> states;
+    const PresentationState* state = nullptr;
+    /// What a user must know of the choice.
+    std::vector<Note> stateNotes;
     DicomFile file;
     std::unique_ptr<OBJ_Msg> message;
     /// The pixel values; of an image in colour the finished picture, in true colour.
     refhost::MemoryRaster raster;
     /// The display parameters to lay over the image, read with `options`; empty without.
     std::optional<SavedPresentation> saved;
+
+private:
+    AttributeChanges choose_state(const DicomDataSet& image, const PresentationOptions& options);
 };
 
 /// An image that is open for presentation: the pixels, its message and the parameter objects of its view.
@@ -123,6 +136,8 @@ public:
     const DicomFile& File() const { return m_Source->file; }
     OBJ_Msg& Message() { return *m_Source->message; }
     refhost::MemoryRaster& Raster() { return m_Source->raster; }
+    /// The presentation state that is applied, or null.
+    const PresentationState* State() const { return m_Source->state; }
     SPC_Modality& Modality() { return m_Modality; }
     /// The live object, which the options change. What draws is Frozen().
     ZEV_Params& Params() { return m_Params; }
@@ -184,6 +199,9 @@ private:
     /// modality units.
     void choose_units(ModalityWindow& window);
     void keep_saved_window();
+    void apply_state();
+    void set_ends(double low, double high);
+    void leave_ends();
     void show_saved_window(ModalityWindow window);
     void lay_display_parameters(const SavedPresentation& saved);
     void use_center_and_width();
@@ -207,7 +225,14 @@ private:
     std::vector<std::string> m_SavedRegions;
     Rescale m_Rescale;
     bool m_bUseRescale = true;
+    /// The ends of the window count, as the presentation state has them; the mode is the image's own else.
+    bool m_bEndsCount = false;
+    bool m_bOwnMinMaxMode = false;
 };
+
+/// Reads the presentation states that the options name, for all images that are opened with them. Throws
+/// PresentError.
+void ReadStates(PresentationOptions& options);
 
 /// The window that opening would measure if the image had none; nothing where none can be measured.
 std::optional<StoredWindow> MeasureWindow(OpenedImage& image);

@@ -10,21 +10,10 @@
 #include <new>
 #include <unordered_map>
 
-#include "io/number.h"
 #include "io/present_error.h"
 #include "renderer.h"
 
 namespace {
-
-/// A screen of more pixels than this is a mistyped size.
-constexpr int kLongestSide = 16384;
-
-/// One side of a screen; 0 for a text that is not one.
-int side_of(const std::string& text) {
-    const std::optional<double> side = ParseNumber(text);
-    const bool isSide = side && *side >= 1 && *side <= kLongestSide && *side == std::floor(*side);
-    return isSide ? static_cast<int>(*side) : 0;
-}
 
 /// The pixel that a coordinate falls into; -1 outside.
 int pixel_of(double coordinate, int count) {
@@ -202,10 +191,6 @@ PresentationOptions over(PresentationOptions options, const RegionSpec& spec) {
 
 }  // namespace
 
-bool ViewOptions::IsView() const {
-    return !regions.empty() || zoom != 1.0 || !pan.empty() || rotate != 0.0 || !flip.empty() || !size.empty();
-}
-
 std::vector<RegionSpec> ParseRegions(const std::vector<std::string>& texts) {
     std::vector<RegionSpec> regions;
     regions.reserve(texts.size());
@@ -220,32 +205,15 @@ std::vector<RegionSpec> AllRegions(const OpenedImage& image, const ViewOptions& 
 }
 
 RegionView::RegionView(OpenedImage& image, const PresentationOptions& presentation,
-                       const std::vector<RegionSpec>& regions, const ViewOptions& options)
-    : m_Image(image), m_Options(options), m_Width(image.File().Columns()), m_Height(image.File().Rows()) {
-    if (!options.size.empty()) {
-        const std::size_t by = options.size.find('x');
-        m_Width = side_of(options.size.substr(0, by));
-        m_Height = by == std::string::npos ? 0 : side_of(options.size.substr(by + 1));
-        if (m_Width == 0 || m_Height == 0) {
-            throw UsageError("--size: '" + options.size + "' is not WIDTHxHEIGHT, each 1 to " +
-                             std::to_string(kLongestSide));
-        }
-    }
+                       const std::vector<RegionSpec>& regions, const Placement& placement, bool smooth)
+    : m_Image(image),
+      m_Width(placement.width),
+      m_Height(placement.height),
+      m_bSmooth(smooth),
+      m_Space(placement.space) {
     if (image.File().IsColour() && !regions.empty()) {
         throw PresentError(image.File().Path(), "is in colour and takes no regions");
     }
-    if (options.size.empty() && options.zoom != 1.0) {
-        const auto zoomed = [&options](int side) {
-            return static_cast<int>(std::clamp(std::round(side * options.zoom), 1.0, double{kLongestSide}));
-        };
-        m_Width = zoomed(m_Width), m_Height = zoomed(m_Height);
-    }
-    m_Space.SetRasterSize(image.File().Columns(), image.File().Rows());
-    m_Space.SetScreenSize(m_Width, m_Height);
-    m_Space.SetZoom(options.zoom);
-    if (options.pan.size() == 2) m_Space.SetPan(options.pan[0], options.pan[1]);
-    m_Space.SetRotation(options.rotate);
-    m_Space.SetFlip(options.flip.find('h') != std::string::npos, options.flip.find('v') != std::string::npos);
     m_Image.View().Append(&m_Space);
     m_Masks.SetLiveParams(&m_LiveMasks);
     for (const RegionSpec& spec : regions) {
@@ -316,7 +284,7 @@ Picture RegionView::Draw(int bits) {
     }
 
     Picture picture(m_Width, m_Height, bits == 16 ? Picture::kGrey16 : Picture::kRgb);
-    ScreenRow row(m_Image, m_Space.GetScreen2Raster(), m_Width, m_Options.smooth, picture.form);
+    ScreenRow row(m_Image, m_Space.GetScreen2Raster(), m_Width, m_bSmooth, picture.form);
     std::unique_ptr<ZEV_Painter> standard;
     if (!isColour) {
         standard = std::make_unique<ZEV_Painter>(m_Image.Frozen(), tableParams);

@@ -14,8 +14,8 @@ struct HOST_API SPC_Affine {
 
 /// Where the image lies in its view: zoom, pan, rotation and flip. A parameter object named "SPC_SpaceInfo".
 ///
-/// The raster's centre lies on the screen's centre, moved by the pan; around it the raster is flipped, then
-/// rotated clockwise, then zoomed. Points are column vectors; a matrix is given row by row.
+/// The raster's centre lies on the screen's centre, moved by the pan; around it the raster is stretched to
+/// square pixels, flipped, then rotated clockwise, then zoomed. Points are column vectors; a matrix is given row by row.
 class HOST_API SPC_SpaceInfo : public KIT_BaseParams {
 public:
     SPC_SpaceInfo();
@@ -34,6 +34,8 @@ public:
     void SetZoom(double zoom);
     /// In screen pixels, to the right and downward.
     void SetPan(double x, double y);
+    /// Width and height that a raster pixel takes at zoom 1; above 0 and finite, others are ignored.
+    void SetPixelSize(double width, double height);
     /// Degrees clockwise.
     void SetRotation(double degrees);
     void SetFlip(bool horizontal, bool vertical);
@@ -42,6 +44,7 @@ public:
 
     /// Raster to screen coordinates.
     void GetRaster2ScreenTrasformMat(float matrix[4][4]);
+    SPC_Affine GetRaster2Screen() const;
     /// Screen to raster coordinates: the inverse, in double precision, of the matrix above with its rounded
     /// elements, so that a point falls into the pixel in which the masks carried by that matrix have it.
     SPC_Affine GetScreen2Raster() const;
@@ -50,11 +53,11 @@ public:
 
 private:
     void set(double& member, double value);
-    SPC_Affine raster_to_screen() const;
 
     double m_RasterWidth = 0, m_RasterHeight = 0;
     double m_ScreenWidth = 0, m_ScreenHeight = 0;
     double m_Zoom = 1;
+    double m_PixelWidth = 1, m_PixelHeight = 1;
     double m_PanX = 0, m_PanY = 0;
     double m_Rotation = 0;
     bool m_bFlipHorizontal = false, m_bFlipVertical = false;

@@ -72,7 +72,7 @@ protected:
                  const PresentationOptions& options = {}) {
         OpenedImage image(m_Directory / sample, options);
         view.regions = regions;
-        return RegionView(image, options, ParseRegions(regions), view).Draw();
+        return RegionView(image, options, ParseRegions(regions), PlaceImage(image, view), view.smooth).Draw();
     }
     support::TemporaryDirectory m_Directory;
 };

@@ -72,6 +72,11 @@ void SPC_SpaceInfo::SetPan(double x, double y) {
     set(m_PanY, y);
 }
 
+void SPC_SpaceInfo::SetPixelSize(double width, double height) {
+    if (width > 0) set(m_PixelWidth, width);
+    if (height > 0) set(m_PixelHeight, height);
+}
+
 void SPC_SpaceInfo::SetRotation(double degrees) { set(m_Rotation, degrees); }
 
 void SPC_SpaceInfo::SetFlip(bool horizontal, bool vertical) {
@@ -91,27 +96,27 @@ SPC_Affine SPC_Affine::Inverse() const {
     return {e / det, -b / det, (b * f - e * c) / det, -d / det, a / det, (d * c - a * f) / det};
 }
 
-SPC_Affine SPC_SpaceInfo::raster_to_screen() const {
+SPC_Affine SPC_SpaceInfo::GetRaster2Screen() const {
     double sine, cosine;
     sine_and_cosine(m_Rotation, sine, cosine);
-    const double fx = m_bFlipHorizontal ? -m_Zoom : m_Zoom;
-    const double fy = m_bFlipVertical ? -m_Zoom : m_Zoom;
+    const double fx = m_Zoom * (m_bFlipHorizontal ? -m_PixelWidth : m_PixelWidth);
+    const double fy = m_Zoom * (m_bFlipVertical ? -m_PixelHeight : m_PixelHeight);
     SPC_Affine m{cosine * fx, -sine * fy, 0, sine * fx, cosine * fy, 0};
     m.c = m_ScreenWidth / 2 + m_PanX - m.X(m_RasterWidth / 2, m_RasterHeight / 2);
     m.f = m_ScreenHeight / 2 + m_PanY - m.Y(m_RasterWidth / 2, m_RasterHeight / 2);
     return m;
 }
 
-void SPC_SpaceInfo::GetRaster2ScreenTrasformMat(float matrix[4][4]) { write(raster_to_screen(), matrix); }
+void SPC_SpaceInfo::GetRaster2ScreenTrasformMat(float matrix[4][4]) { write(GetRaster2Screen(), matrix); }
 
 SPC_Affine SPC_SpaceInfo::GetScreen2Raster() const {
     float m[4][4];
-    write(raster_to_screen(), m);
+    write(GetRaster2Screen(), m);
     return SPC_Affine{m[0][0], m[0][1], m[0][3], m[1][0], m[1][1], m[1][3]}.Inverse();
 }
 
 void SPC_SpaceInfo::GetScreen2PhysicalTrasformMat(float matrix[4][4]) {
-    SPC_Affine m = raster_to_screen().Inverse();
+    SPC_Affine m = GetRaster2Screen().Inverse();
     m.a *= m_SpacingX, m.b *= m_SpacingX, m.c *= m_SpacingX;
     m.d *= m_SpacingY, m.e *= m_SpacingY, m.f *= m_SpacingY;
     write(m, matrix);
