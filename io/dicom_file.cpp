@@ -1,26 +1,11 @@
 #include "dicom_file.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 
 #include "dicom_tags.h"
+#include "number.h"
 #include "present_error.h"
-
-namespace {
-
-/// A decimal string has at most 16 characters.
-std::string decimal(double value) {
-    char text[16];
-    for (int digits = 15; digits > 0; --digits) {
-        const std::to_chars_result result =
-            std::to_chars(text, text + sizeof text, value, std::chars_format::general, digits);
-        if (result.ec == std::errc()) return std::string(text, result.ptr);
-    }
-    return "0";
-}
-
-}  // namespace
 
 DicomFile DicomFile::Load(const std::string& path, LoadOptions options, const AttributeSource& changes) {
     DicomFileContent content = ReadDicomFile(path, options);
@@ -34,7 +19,9 @@ DicomFile DicomFile::Load(const std::string& path, LoadOptions options, const At
     file.m_Frame = options.frame;
     file.m_DataSet = std::move(content.dataSet);
     file.lift_functional_groups(options.frame);
-    if (changes) file.change_attributes(changes(file.m_DataSet));
+    if (changes) {
+        for (const auto& [tag, element] : changes(file.m_DataSet)) file.replace(tag, element);
+    }
     if (content.frame.samples == 3 || content.frame.photometric == "PALETTE COLOR") {
         file.take_colour(content.frame);
     } else {
@@ -72,12 +59,10 @@ void DicomFile::lift_functional_groups(int frame) {
     }
 }
 
-void DicomFile::change_attributes(const AttributeChanges& changes) {
-    for (const auto& [tag, element] : changes) {
-        const DicomElement* const own = m_DataSet.Find(tag);
-        m_Replaced[tag] = own == nullptr ? std::nullopt : std::optional<DicomElement>(*own);
-        element ? void(m_DataSet.elements[tag] = *element) : m_DataSet.Remove(tag);
-    }
+void DicomFile::replace(std::uint32_t tag, const std::optional<DicomElement>& element) {
+    const DicomElement* const own = m_DataSet.Find(tag);
+    m_Replaced.emplace(tag, own == nullptr ? std::nullopt : std::optional<DicomElement>(*own));
+    element ? void(m_DataSet.elements[tag] = *element) : m_DataSet.Remove(tag);
 }
 
 DicomDataSet DicomFile::OwnDataSet() const {
@@ -136,7 +121,7 @@ void DicomFile::look_up(const StoredFrame& frame) {
     for (std::uint32_t tag :
          {tag::kModalityLutSequence, tag::kRescaleIntercept, tag::kRescaleSlope, tag::kPixelPaddingValue,
           tag::kPixelPaddingRangeLimit, tag::kRealWorldValueMapping})
-        m_DataSet.Remove(tag);
+        replace(tag, std::nullopt);
 }
 
 /// Up to 16 bits the values stay.
@@ -168,14 +153,16 @@ void DicomFile::reduce(const StoredFrame& frame) {
                                      std::to_string(reduction.divisor) +
                                      ", taken back by the rescale slope and intercept"});
     m_bAsStored = false;
-    m_DataSet.PutText(tag::kRescaleSlope, "DS", decimal(slope * static_cast<double>(reduction.divisor)));
-    m_DataSet.PutText(tag::kRescaleIntercept, "DS",
-                      decimal(intercept + slope * static_cast<double>(reduction.offset)));
+    const auto put = [this](std::uint32_t tag, double value) {
+        replace(tag, DicomElement{"DS", DecimalText(value), {}});
+    };
+    put(tag::kRescaleSlope, slope * static_cast<double>(reduction.divisor));
+    put(tag::kRescaleIntercept, intercept + slope * static_cast<double>(reduction.offset));
     // The padding value has no place among the reduced ones, and real-world mappings describe the values
     // before.
     for (std::uint32_t tag :
          {tag::kPixelPaddingValue, tag::kPixelPaddingRangeLimit, tag::kRealWorldValueMapping})
-        m_DataSet.Remove(tag);
+        replace(tag, std::nullopt);
 }
 
 void DicomFile::note_missing() {
@@ -224,8 +211,13 @@ std::optional<std::pair<double, double>> DicomFile::WholeImageRange() const {
 }
 
 void DicomFile::describe_pixels() {
-    m_DataSet.PutWord(tag::kBitsAllocated, "US", m_Mono.bits <= 8 ? 8 : 16);
-    m_DataSet.PutWord(tag::kBitsStored, "US", m_Mono.bits);
-    m_DataSet.PutWord(tag::kHighBit, "US", m_Mono.bits - 1);
-    m_DataSet.PutWord(tag::kPixelRepresentation, "US", m_Mono.isSigned ? 1 : 0);
+    const auto put = [this](std::uint32_t tag, int value) {
+        DicomDataSet word;
+        word.PutWord(tag, "US", value);
+        replace(tag, *word.Find(tag));
+    };
+    put(tag::kBitsAllocated, m_Mono.bits <= 8 ? 8 : 16);
+    put(tag::kBitsStored, m_Mono.bits);
+    put(tag::kHighBit, m_Mono.bits - 1);
+    put(tag::kPixelRepresentation, m_Mono.isSigned ? 1 : 0);
 }

@@ -57,7 +57,7 @@ public:
     /// Every attribute but the pixel data; an enhanced multi-frame image's functional groups of this frame at
     /// the top level.
     const DicomDataSet& DataSet() const { return m_DataSet; }
-    /// The same without the changes.
+    /// The same as the file has it: neither changed nor describing other pixels than its own.
     DicomDataSet OwnDataSet() const;
     /// Of the code "pixels": values were reduced to 16 bits; "partial": rows are missing.
     const std::vector<Note>& Notes() const { return m_Notes; }
@@ -75,7 +75,7 @@ public:
 
 private:
     void lift_functional_groups(int frame);
-    void change_attributes(const AttributeChanges& changes);
+    void replace(std::uint32_t tag, const std::optional<DicomElement>& element);
     void take_colour(const StoredFrame& frame);
     void take_mono(const StoredFrame& frame);
     void look_up(const StoredFrame& frame);
@@ -91,7 +91,7 @@ private:
     int m_Frames = 0;
     int m_Frame = 0;
     DicomDataSet m_DataSet;
-    /// What the changes took the place of.
+    /// What was replaced, as the file has it.
     AttributeChanges m_Replaced;
     bool m_bPartial = false;
     std::size_t m_Present = 0;

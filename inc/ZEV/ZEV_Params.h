@@ -11,6 +11,7 @@
 #include <ZEV/ZEV_Export.h>
 #include <ZEV/ZEV_MaskableParam.h>
 #include <ZEV/ZEV_ParamValue.h>
+#include <ZEV/ZEV_TableSource.h>
 
 #include <boost/shared_ptr.hpp>
 
@@ -263,6 +264,8 @@ public:
     /// A new table for the source raster's pixels and the target raster's display values; the caller owns it.
     /// Null for rasters, depths or modes that have no defined table. The object itself does not change.
     ZEV_AbstractWindowingTable* BuildTable(ZEV_TableParams tableParams) override;
+    /// What BuildTable makes a table from, with its log lines; needs no table.
+    ZEV_TableSource DescribeTable(const ZEV_TableParams& tableParams);
     /// Records the output rectangle as it is given and passes the target raster through a print raster's LUT
     /// inside it.
     void Finalize(ZEV_TableParams tableParams) override;

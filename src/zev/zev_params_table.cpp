@@ -65,6 +65,30 @@ ZEV_AbstractWindowingTable* ZEV_Params::make_table(const ZEV_TableParams& tableP
                                             m_pColorMap);
 }
 
+ZEV_TableSource ZEV_Params::DescribeTable(const ZEV_TableParams& tableParams) {
+    TableCreator creator;
+    TableSource from;
+    ZEV_TableSource source;
+    if (!prepare_table(tableParams, creator, from) || creator.m_TableSize == 0) return source;
+    source.inverse = from.inverse;
+    if (from.isWindow) {
+        const bool isSigned = tableParams.m_pSourceRaster->m_bSigned;
+        const zev::Ramp ramp =
+            creator.ResolveWindow(from.first, from.second, from.inverse, isSigned, m_pColorMap);
+        const int origin = isSigned ? creator.m_TableSize / 2 : 0;
+        source.low = zev::Subtract(ramp.a, origin);
+        source.high = zev::Subtract(ramp.b, origin);
+        source.kind = creator.m_Pval && creator.m_Pval->HasPvalLut() ? ZEV_TableSource::kPresentationLut
+                                                                     : ZEV_TableSource::kRamp;
+    } else {
+        source.center = from.first;
+        source.width = from.second;
+        source.kind = entry_to_draw()->m_FunctionCode == zev::kFunctionSigmoid ? ZEV_TableSource::kSigmoid
+                                                                               : ZEV_TableSource::kVoiLut;
+    }
+    return source;
+}
+
 /// Reads everything that a table depends on. False without rasters or a context.
 bool ZEV_Params::prepare_table(const ZEV_TableParams& tableParams, TableCreator& creator, TableSource& from) {
     KIT_Raster* const source = tableParams.m_pSourceRaster;

@@ -277,6 +277,12 @@ void ZEV_Params::TableCreator::set_window(int windowMin, int windowMax, bool inv
     }
 }
 
+zev::Ramp ZEV_Params::TableCreator::ResolveWindow(int windowMin, int windowMax, bool inverse, bool isSigned,
+                                                  ZEV_ColorMap* colorMap) {
+    set_window(windowMin, windowMax, inverse, isSigned, colorMap);
+    return zev::ResolveRamp(m_TableSize, m_NormalizedMin, m_NormalizedMax);
+}
+
 ZEV_AbstractWindowingTable* ZEV_Params::TableCreator::PrepareWindowingTable(int windowMin, int windowMax,
                                                                             bool inverse, bool isSigned,
                                                                             ZEV_ColorMap* colorMap) {
@@ -307,14 +313,13 @@ bool ZEV_Params::TableCreator::PlanRamp(int windowMin, int windowMax, bool inver
     if (!zev::CanPaintRamps() || m_TableSize == 0 || !has_defined_table(true) ||
         m_OutputDepth > zev::kLongBits)
         return false;
-    set_window(windowMin, windowMax, inverse, isSigned, colorMap);
+    const zev::Ramp ramp = ResolveWindow(windowMin, windowMax, inverse, isSigned, colorMap);
     const bool isTrueColor = mode() == Mode::TrueColor;
     const bool hasGreyLevels =
         isTrueColor ? active_color_map() == nullptr
                     : mode() == Mode::Levels && m_OutputDepth == zev::kByteBits && m_MaxOutput == kTopGrey;
     if (!hasGreyLevels || has_pval_lut()) return false;
 
-    const zev::Ramp ramp = zev::ResolveRamp(m_TableSize, m_NormalizedMin, m_NormalizedMax);
     // A window without a ramp is a step, as of a ramp of one position: the above zone starts at its end.
     const bool isStep = ramp.b <= ramp.a;
     const int a = isStep ? ramp.hi - 1 : ramp.a;

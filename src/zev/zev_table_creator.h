@@ -38,6 +38,9 @@ public:
     /// A table from a VOI LUT; zeros with the origin set when there is no LUT.
     ZEV_AbstractWindowingTable* CopyWindowingTable(Mapper_VOILut* lut, int center, int width, bool inverse,
                                                    bool isSigned, ZEV_ColorMap* colorMap);
+    /// The window as PrepareWindowingTable has it, in table indices.
+    zev::Ramp ResolveWindow(int windowMin, int windowMax, bool inverse, bool isSigned,
+                            ZEV_ColorMap* colorMap);
     /// How to paint what PrepareWindowingTable would make, where that is a ramp with 256 levels of grey; else
     /// false, and a table is needed.
     bool PlanRamp(int windowMin, int windowMax, bool inverse, bool isSigned, ZEV_ColorMap* colorMap,
