@@ -1,7 +1,6 @@
 #include <ZEV/ZEV_ColorMap.h>
 
 #include <refhost/Unicode.h>
-#include <charconv>
 #include <iostream>
 #include <memory>
 
@@ -17,9 +16,7 @@ namespace {
 
 /// The shortest number that reads back as this float, without the tail that widening would show.
 double as_written(float value) {
-    char text[40];
-    const auto end = std::to_chars(text, text + sizeof text, value).ptr;
-    return ParseNumber(std::string(text, end)).value_or(static_cast<double>(value));
+    return ParseNumber(NumberText(value)).value_or(static_cast<double>(value));
 }
 
 const char* function_name(int code) {

@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <iostream>
 #include <memory>
 #include <utility>
@@ -10,6 +11,7 @@
 #include "options.h"
 #include "present/ddp_file.h"
 #include "present/dicom_copy.h"
+#include "present/state_file.h"
 
 namespace {
 
@@ -22,7 +24,8 @@ void say_what_others_miss(OpenedImage& image, const std::string& output) {
 }
 
 struct SaveOptions {
-    std::string input, output, parameters;
+    std::string input, output, parameters, state;
+    StateTexts texts;
     bool inPlace = false;
     long mode = static_cast<long>(SaveMode::kPresent);
     PresentationOptions presentation;
@@ -30,9 +33,25 @@ struct SaveOptions {
     ViewOptions view;
 };
 
+/// What a presentation state cannot hold is lost only where --force is given.
+void refuse_to_lose(OpenedImage& image, const SaveOptions& options) {
+    const LostInState found = FindLostInState(image, options.presentation, options.view);
+    std::string list;
+    const auto add = [&list](const std::string& what) { list += (list.empty() ? "" : ", ") + what; };
+    if (options.parameters.empty())
+        std::for_each(found.keptInParameters.begin(), found.keptInParameters.end(), add);
+    const bool couldKeep = !list.empty() && found.lost.empty();
+    std::for_each(found.lost.begin(), found.lost.end(), add);
+    if (options.brightness.brightness || options.brightness.contrast) add("brightness and contrast");
+    if (list.empty() || options.presentation.force) return;
+    throw UsageError(
+        "--gsps-out: a presentation state cannot hold " + list +
+        (couldKeep ? "; keep it with --ddp-out, or lose it with --force" : "; --force loses it"));
+}
+
 void save(SaveOptions options) {
     RefuseClashes(InputsOf(options.input, options.presentation, &options.view),
-                  {options.output, options.parameters});
+                  {options.output, options.parameters, options.state});
     const std::string output = options.inPlace ? options.input : options.output;
     LoadConfiguration(options.presentation.config);
     ReadStates(options.presentation);
@@ -45,7 +64,7 @@ void save(SaveOptions options) {
         files.emplace_back(output, EncodeCopy(image, options.presentation.frame, rgb, output));
     }
     std::vector<std::string> regions;
-    if (!options.view.regions.empty() && options.parameters.empty())
+    if (!options.view.regions.empty() && options.parameters.empty() && options.state.empty())
         throw UsageError("--region is kept in a display-parameter file: give --ddp-out");
     if (const std::vector<RegionSpec> specs = AllRegions(image, options.view); !specs.empty()) {
         // Made once, so that a setting that does not hold is refused now.
@@ -56,6 +75,11 @@ void save(SaveOptions options) {
         files.emplace_back(
             options.parameters,
             EncodeDisplayParameters(image, static_cast<SaveMode>(options.mode), regions, options.parameters));
+    }
+    if (!options.state.empty()) {
+        refuse_to_lose(image, options);
+        files.emplace_back(options.state,
+                           EncodePresentationState(image, options.view, options.texts, options.state));
     }
     WriteFilesAtomically(files);
     if (!output.empty()) say_what_others_miss(image, output);
@@ -74,6 +98,13 @@ void AddSaveCommand(CLI::App& app, Run& run) {
         command->add_flag("--in-place", options->inPlace, "Put the copy in the place of the file itself")
             ->excludes(output);
     CLI::Option* parameters = command->add_option("--ddp-out", options->parameters, "Display-parameter file");
+    CLI::Option* state = command->add_option("--gsps-out", options->state, "Softcopy presentation state");
+    command->add_option("--label", options->texts.label, "Label of the presentation state")->needs(state);
+    command->add_option("--description", options->texts.description, "Description of the presentation state")
+        ->needs(state);
+    command
+        ->add_option("--creator", options->texts.creator, "Who made the presentation state, as Family^Given")
+        ->needs(state);
     command
         ->add_option(
             "--mode", options->mode,
@@ -82,10 +113,11 @@ void AddSaveCommand(CLI::App& app, Run& run) {
         ->needs(parameters);
     AddPresentationOptions(*command, options->presentation);
     AddBrightnessOptions(*command, options->brightness);
-    AddRegionOption(*command, options->view);
-    command->callback([options, output, inPlace, parameters, &run] {
-        if (output->empty() && inPlace->empty() && parameters->empty())
-            throw UsageError("save needs an output: -o, --in-place or --ddp-out; see zev help save");
+    AddViewOptions(*command, options->view);
+    command->callback([options, output, inPlace, parameters, state, &run] {
+        if (output->empty() && inPlace->empty() && parameters->empty() && state->empty())
+            throw UsageError(
+                "save needs an output: -o, --in-place, --ddp-out or --gsps-out; see zev help save");
         run = [options] { save(*options); };
     });
 }

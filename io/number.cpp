@@ -11,15 +11,23 @@ std::optional<double> ParseNumber(const std::string& text) {
     return value;
 }
 
-std::string NumberText(double value) {
+namespace {
+
+template <class Number>
+std::string shortest(Number value) {
     char text[40];
     return std::string(text, std::to_chars(text, text + sizeof text, value).ptr);
 }
 
+}  // namespace
+
+std::string NumberText(double value) { return shortest(value); }
+std::string NumberText(float value) { return shortest(value); }
+
 std::string DecimalText(double value) {
-    const std::string shortest = NumberText(value);
+    std::string whole = NumberText(value);
     char text[16];
-    if (shortest.size() <= sizeof text) return shortest;
+    if (whole.size() <= sizeof text) return whole;
     for (int digits = 15; digits > 0; --digits) {
         const std::to_chars_result result =
             std::to_chars(text, text + sizeof text, value, std::chars_format::general, digits);

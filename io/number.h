@@ -10,6 +10,7 @@ std::optional<double> ParseNumber(const std::string& text);
 
 /// The shortest text that ParseNumber reads back as the same number.
 std::string NumberText(double value);
+std::string NumberText(float value);
 
 /// The same in the 16 characters that a decimal string has at most, with as many digits as fit.
 std::string DecimalText(double value);

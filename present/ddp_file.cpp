@@ -10,8 +10,8 @@
 
 #include <algorithm>
 #include <cstring>
-#include <ctime>
 
+#include "identification.h"
 #include "io/dicom_editor.h"
 #include "io/dicom_reader.h"
 #include "io/dicom_tags.h"
@@ -31,23 +31,6 @@ constexpr const char* kCreatorText = Dicom_Dictionary::PRIVATE_CREATOR_TEXT;
 constexpr const char* kRawDataStorage = "1.2.840.10008.5.1.4.1.1.66";
 /// Stands for this layout of the file, as Raw Data Storage wants of each creator.
 constexpr const char* kCreatorVersion = "2.25.188219420938301724419380142385027312";
-
-/// Patient and study, as far as every object of a study has them; those that must be there come empty where
-/// the image has none.
-struct Copied {
-    std::uint32_t tag;
-    const char* vr;
-    bool isRequired;
-};
-constexpr Copied kIdentification[] = {
-    {tag::kSpecificCharacterSet, "CS", false}, {DicomTag(0x0008, 0x0020), "DA", true},
-    {DicomTag(0x0008, 0x0030), "TM", true},    {DicomTag(0x0008, 0x0050), "SH", true},
-    {DicomTag(0x0008, 0x0070), "LO", true},    {DicomTag(0x0008, 0x0090), "PN", true},
-    {DicomTag(0x0008, 0x1030), "LO", false},   {DicomTag(0x0010, 0x0010), "PN", true},
-    {DicomTag(0x0010, 0x0020), "LO", true},    {DicomTag(0x0010, 0x0021), "LO", false},
-    {DicomTag(0x0010, 0x0030), "DA", true},    {DicomTag(0x0010, 0x0040), "CS", true},
-    {DicomTag(0x0020, 0x000D), "UI", true},    {DicomTag(0x0020, 0x0010), "SH", true},
-};
 
 /// The attribute that an entry of the record belongs to.
 std::uint32_t tag_of(const RWWString& name) {
@@ -124,17 +107,6 @@ std::vector<std::string> saved_regions(const DicomDataSet& set) {
     return regions;
 }
 
-void put_now(DicomDataSet& set) {
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    localtime_r(&now, &local);
-    char text[16];
-    std::strftime(text, sizeof text, "%Y%m%d", &local);
-    set.PutText(DicomTag(0x0008, 0x0023), "DA", text);
-    std::strftime(text, sizeof text, "%H%M%S", &local);
-    set.PutText(DicomTag(0x0008, 0x0033), "TM", text);
-}
-
 }  // namespace
 
 std::string EncodeDisplayParameters(OpenedImage& image, SaveMode mode,
@@ -153,13 +125,8 @@ std::string EncodeDisplayParameters(OpenedImage& image, SaveMode mode,
                            "has no SOP Instance UID, by which a display-parameter file would find it");
     }
 
-    DicomDataSet set;
-    for (const Copied& copied : kIdentification) {
-        const DicomElement* element = source.Find(copied.tag);
-        if (element != nullptr || copied.isRequired)
-            set.elements[copied.tag] = DicomElement{copied.vr, element == nullptr ? "" : element->bytes, {}};
-    }
-    put_now(set);
+    DicomDataSet set = IdentificationOf(source);
+    PutNow(set, DicomTag(0x0008, 0x0023), DicomTag(0x0008, 0x0033));
     set.PutText(tag::kSopClass, "UI", kRawDataStorage);
     set.PutText(tag::kSopInstance, "UI", MakeUid());
     set.PutText(tag::kModality, "CS", "OT");

@@ -93,7 +93,8 @@ void take_area(const PresentationState& state, const DicomDataSet& item, Wanted&
         if (ratio.empty() || !(ratio[0] >= 0.001 && ratio[0] <= 1000.0))
             throw PresentError(state.path, "its magnification is not from 0.001 to 1000");
         wanted.mode = Wanted::kMagnify;
-        wanted.magnification = ratio[0];
+        // The number that was meant, without the tail of a float.
+        wanted.magnification = ParseNumber(NumberText(static_cast<float>(ratio[0]))).value_or(ratio[0]);
     }
 }
 

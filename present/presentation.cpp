@@ -438,7 +438,8 @@ void OpenedImage::set_ends(double low, double high) {
     const auto is_whole = [](double value) { return value == std::floor(value); };
     double from = (low - m_Rescale.intercept) / m_Rescale.slope,
            to = (high - m_Rescale.intercept) / m_Rescale.slope;
-    const bool isExact = m_Rescale.slope > 0.0 && is_whole(low) && is_whole(high) && is_whole(from) &&
+    const double first = Raster().m_bSigned ? -std::ldexp(1.0, Raster().m_BitsPerPixel - 1) : 0.0;
+    const bool isExact = m_Rescale.slope > 0.0 && from >= first && is_whole(low) && is_whole(high) && is_whole(from) &&
                          is_whole(to) && is_whole(m_Rescale.intercept) &&
                          m_Rescale.slope == static_cast<double>(static_cast<float>(m_Rescale.slope));
     if (isExact) {
@@ -448,8 +449,11 @@ void OpenedImage::set_ends(double low, double high) {
         if (from > to) std::swap(from, to);
         constexpr double kNoise = 1e-6;
         from = std::ceil(from - kNoise), to = std::ceil(to - kNoise);
+        // Black up to and with the first end, white from the second one on.
+        if (to <= from) from = to - 1.0;
+        // A table moves ends below its first entry up by one.
+        for (double* const end : {&from, &to}) *end -= *end < first ? 1.0 : 0.0;
     }
-    // Black up to and with the first end, white from the second one on.
     if (to <= from) from = to - 1.0;
     m_Params.SetVoiLutSelection(-1, false);
     m_Params.InitCenter(truncated((from + to) / 2.0));

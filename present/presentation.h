@@ -151,6 +151,7 @@ public:
     /// What a user must know of the picture.
     std::vector<Note> Notes() const;
     SPC_MeasurementUnitsParams& Units() { return m_Units; }
+    const Rescale& GetRescale() const { return m_Rescale; }
 
     /// Window values are stored pixel values, since whole numbers in modality units would be too coarse: a
     /// slope of 0.000006 makes fractions of every value.

@@ -104,6 +104,15 @@ std::unique_ptr<ZEV_AbstractWindowingTable> BuildTable(OpenedImage& image, const
     return table;
 }
 
+ZEV_TableSource DescribeTable(OpenedImage& image) {
+    if (image.File().IsColour()) return {};
+    const TargetForm form(image, PictureTarget(8), whole(image));
+    image.Frozen().Freeze();
+    const ZEV_TableSource source = image.Frozen().DescribeTable(form.Params());
+    image.Frozen().Defrost();
+    return source;
+}
+
 std::vector<std::uint8_t> TableBytes(ZEV_AbstractWindowingTable& table, const KIT_Raster& raster,
                                      int outputDepth) {
     if (outputDepth <= 8) return storage_bytes<unsigned char>(table, raster);

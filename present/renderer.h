@@ -35,6 +35,9 @@ private:
 /// two.
 std::unique_ptr<ZEV_AbstractWindowingTable> BuildTable(OpenedImage& image, const TableTarget& target);
 
+/// What the tables of the image are made from.
+ZEV_TableSource DescribeTable(OpenedImage& image);
+
 /// All entries of a table for the raster's pixels as raw little-endian numbers, in the order of the storage.
 std::vector<std::uint8_t> TableBytes(ZEV_AbstractWindowingTable& table, const KIT_Raster& raster,
                                      int outputDepth);

@@ -42,6 +42,11 @@ public:
     /// Millimetres per raster pixel, across and down; above 0 and finite, others are ignored.
     void SetPixelSpacing(double across, double down);
 
+    double GetZoom() const { return m_Zoom; }
+    double GetRotation() const { return m_Rotation; }
+    bool IsFlippedHorizontally() const { return m_bFlipHorizontal; }
+    bool IsFlippedVertically() const { return m_bFlipVertical; }
+
     /// Raster to screen coordinates.
     void GetRaster2ScreenTrasformMat(float matrix[4][4]);
     SPC_Affine GetRaster2Screen() const;

@@ -1,0 +1,448 @@
+#include "state_file.h"
+
+#include <ZEV/ZEV_ColorMap.h>
+#include <ZEV/ZEV_WindowingTable.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+
+#include "applied_state.h"
+#include "identification.h"
+#include "io/dicom_editor.h"
+#include "io/dicom_tags.h"
+#include "io/dicom_writer.h"
+#include "io/number.h"
+#include "io/present_error.h"
+#include "io/srgb_profile.h"
+#include "message_elements.h"
+#include "region_view.h"
+#include "renderer.h"
+
+namespace {
+
+constexpr const char* kGrayscaleClass = "1.2.840.10008.5.1.4.1.1.11.1";
+constexpr const char* kColourClass = "1.2.840.10008.5.1.4.1.1.11.2";
+constexpr const char* kPseudoColourClass = "1.2.840.10008.5.1.4.1.1.11.3";
+constexpr int kGreys = 256;
+constexpr int kTopGrey = 255;
+constexpr std::size_t kMostEntries = 65536;
+/// From this width on LINEAR and LINEAR_EXACT differ by less than one level of 256.
+constexpr double kWideWindow = 256.0;
+
+void put_words(DicomDataSet& set, std::uint32_t tag, const char* vr, const std::vector<int>& words) {
+    std::string bytes;
+    for (const int word : words) {
+        bytes += static_cast<char>(word & 0xFF);
+        bytes += static_cast<char>(word >> 8 & 0xFF);
+    }
+    set.elements[tag] = DicomElement{vr, bytes, {}};
+}
+
+void put_longs(DicomDataSet& set, std::uint32_t tag, const std::vector<long>& longs) {
+    std::string bytes;
+    for (const long number : longs) {
+        for (int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(number >> shift & 0xFF);
+    }
+    set.elements[tag] = DicomElement{"SL", bytes, {}};
+}
+
+/// A lookup table of bytes as a sequence of one item.
+DicomElement byte_table(const std::vector<std::uint8_t>& entries, const std::string& explanation) {
+    DicomDataSet item;
+    put_words(item, tag::kLutDescriptor, "US", {static_cast<int>(entries.size() % kMostEntries), 0, 8});
+    item.PutText(DicomTag(0x0028, 0x3003), "LO", explanation);
+    std::string data;
+    // A word for each, which every reader knows.
+    for (const std::uint8_t entry : entries) data.append({static_cast<char>(entry), '\0'});
+    item.elements[tag::kLutData] = DicomElement{"OW", data, {}};
+    return DicomElement{"SQ", "", {item}};
+}
+
+/// The levels that a ramp over the positions 0 to `width`, at most 65535, has with a gamma; of the true colour
+/// table itself.
+std::vector<std::uint8_t> ramp_levels(int width, float gamma) {
+    refhost::MemoryContext context(kGreys, {});
+    refhost::MemoryRaster source(1, 1, 16, false), target(1, 1, 8, false);
+    target.m_PixelFormat = refhost::MemoryRaster::kTrueColor;
+    ZEV_Params params;
+    params.SetMinMaxScaleMode(true);
+    params.SetWindowMin(0);
+    params.SetWindowMax(width);
+    params.SetGamma(gamma);
+    const std::unique_ptr<ZEV_AbstractWindowingTable> table(
+        params.BuildTable(ZEV_TableParams(nullptr, &context, &source, &target, KIT_Rect())));
+    auto* const bytes = dynamic_cast<ZEV_WindowingTable<unsigned short, unsigned char>*>(table.get());
+    if (bytes == nullptr || bytes->GetTable() == nullptr) throw std::bad_alloc();
+    return {bytes->GetTable(), bytes->GetTable() + width + 1};
+}
+
+/// What gamma makes of each of the 256 levels.
+std::array<std::uint8_t, kGreys> gamma_levels(float gamma) {
+    constexpr int kFine = 65535;
+    const std::vector<std::uint8_t> natural = ramp_levels(kFine, ZEV_Params::kGammaNatural),
+                                    curved = ramp_levels(kFine, gamma);
+    std::array<std::uint8_t, kGreys> levels{};
+    for (std::size_t i = 0; i < natural.size(); ++i) levels[natural[i]] = curved[i];
+    return levels;
+}
+
+class Writer {
+public:
+    Writer(OpenedImage& image, const std::string& path)
+        : m_Image(image),
+          m_Path(path),
+          m_Own(image.File().OwnDataSet()),
+          m_Source(DescribeTable(image)),
+          m_Set(IdentificationOf(m_Own)) {}
+
+    std::string Encode(const ViewOptions& view, const StateTexts& texts) {
+        put_identity(texts);
+        put_references();
+        put_area(view);
+        if (m_Image.File().IsColour()) {
+            m_Set.PutText(tag::kSopClass, "UI", kColourClass);
+            put_profile();
+        } else {
+            put_modality();
+            put_window();
+            put_levels();
+        }
+        keep_drawings();
+        return EncodeDicomFile(m_Set);
+    }
+
+private:
+    void put_identity(const StateTexts& texts) {
+        m_Set.PutText(tag::kSopInstance, "UI", MakeUid());
+        m_Set.PutText(tag::kModality, "CS", "PR");
+        m_Set.PutText(DicomTag(0x0020, 0x000E), "UI", MakeUid());
+        m_Set.PutText(DicomTag(0x0020, 0x0011), "IS", "1");
+        m_Set.PutText(DicomTag(0x0020, 0x0013), "IS", "1");
+        require_length("--label", texts.label, 16);
+        require_length("--description", texts.description, 64);
+        require_length("--creator", texts.creator, 64);
+        const bool isCode =
+            texts.label.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 _") == std::string::npos;
+        if (!isCode)
+            throw UsageError("--label: '" + texts.label + "' has other than capitals, digits, blanks and _");
+        m_Set.PutText(tag::kContentLabel, "CS", texts.label.empty() ? "ZEV" : texts.label);
+        m_Set.PutText(tag::kContentDescription, "LO", texts.description);
+        m_Set.PutText(tag::kContentCreatorName, "PN", texts.creator);
+        PutNow(m_Set, tag::kPresentationCreationDate, tag::kPresentationCreationTime);
+    }
+
+    static void require_length(const char* option, const std::string& text, std::size_t longest) {
+        if (text.size() > longest)
+            throw UsageError(std::string(option) + ": has more than " + std::to_string(longest) +
+                             " characters");
+        for (const char sign : text) {
+            if (static_cast<unsigned char>(sign) < ' ' || sign == '\\')
+                throw UsageError(std::string(option) + ": has a sign that DICOM does not allow there");
+        }
+    }
+
+    void put_references() {
+        const std::string instance = m_Own.Text(tag::kSopInstance);
+        if (instance.empty() || m_Own.Text(tag::kSopClass).empty() ||
+            m_Own.Text(DicomTag(0x0020, 0x000E)).empty()) {
+            throw PresentError(m_Image.File().Path(),
+                               "lacks a UID by which a presentation state would refer to it");
+        }
+        DicomDataSet image;
+        image.PutText(tag::kReferencedSopClass, "UI", m_Own.Text(tag::kSopClass));
+        image.PutText(tag::kReferencedSopInstance, "UI", instance);
+        // Other frames may have a window of their own.
+        if (m_Own.Has(tag::kPerFrameFunctionalGroups))
+            image.PutText(tag::kReferencedFrameNumber, "IS", std::to_string(m_Image.File().Frame() + 1));
+        m_Reference = DicomElement{"SQ", "", {image}};
+        DicomDataSet series;
+        series.elements[tag::kReferencedImages] = m_Reference;
+        series.PutText(DicomTag(0x0020, 0x000E), "UI", m_Own.Text(DicomTag(0x0020, 0x000E)));
+        m_Set.elements[tag::kReferencedSeries] = DicomElement{"SQ", "", {series}};
+    }
+
+    /// The part of the image on the screen, in whole pixels.
+    void put_area(const ViewOptions& view) {
+        const Placement placement = PlaceImage(m_Image, view);
+        const SPC_Affine toImage = placement.space.GetScreen2Raster();
+        const double left = toImage.X(0.0, 0.0), top = toImage.Y(0.0, 0.0),
+                     right = toImage.X(placement.width, placement.height),
+                     bottom = toImage.Y(placement.width, placement.height);
+        // The corners are those on the screen: of a flipped image the first has the larger number.
+        const auto corners = [](double from, double to) {
+            const long a = std::lround(from), b = std::lround(to);
+            return a < b ? std::make_pair(a + 1, b) : std::make_pair(a, b + 1);
+        };
+        const auto [firstX, lastX] = corners(left, right);
+        const auto [firstY, lastY] = corners(top, bottom);
+        DicomDataSet area;
+        area.elements[tag::kReferencedImages] = m_Reference;
+        put_longs(area, tag::kDisplayedAreaTopLeft, {firstX, firstY});
+        put_longs(area, tag::kDisplayedAreaBottomRight, {lastX, lastY});
+        const double zoom = placement.space.GetZoom();
+        area.PutText(tag::kPresentationSizeMode, "CS", zoom == 1.0 ? "SCALE TO FIT" : "MAGNIFY");
+        if (zoom != 1.0) {
+            const auto ratio = static_cast<float>(zoom);
+            std::string bytes(sizeof ratio, '\0');
+            std::uint32_t bits;
+            std::memcpy(&bits, &ratio, sizeof bits);
+            for (std::size_t b = 0; b < sizeof bits; ++b)
+                bytes[b] = static_cast<char>(bits >> (8 * b) & 0xFF);
+            area.elements[tag::kMagnificationRatio] = DicomElement{"FL", bytes, {}};
+        }
+        put_pixel_size(view, area);
+        m_Set.elements[tag::kDisplayedAreaSequence] = DicomElement{"SQ", "", {area}};
+
+        int rotation = static_cast<int>(std::lround(placement.space.GetRotation() / 90.0)) * 90;
+        const bool across = placement.space.IsFlippedHorizontally(),
+                   down = placement.space.IsFlippedVertically();
+        // A flip downward is one across and half a turn. A state turns first and flips then.
+        if (down) rotation += 180;
+        const bool isFlipped = across != down;
+        if (isFlipped) rotation = -rotation;
+        rotation = (rotation % 360 + 360) % 360;
+        if (rotation == 0 && !isFlipped) return;
+        m_Set.PutWord(tag::kImageRotation, "US", rotation);
+        m_Set.PutText(tag::kImageHorizontalFlip, "CS", isFlipped ? "Y" : "N");
+    }
+
+    void put_pixel_size(const ViewOptions& view, DicomDataSet& area) {
+        const DicomDataSet* const before =
+            m_Image.State() == nullptr
+                ? nullptr
+                : m_Image.State()->DisplayedArea(m_Own.Text(tag::kSopInstance), m_Image.File().Frame());
+        for (const DicomDataSet* from : {before, const_cast<const DicomDataSet*>(&m_Own)}) {
+            if (from == nullptr || view.pixels) continue;
+            for (const std::uint32_t tag :
+                 {tag::kPresentationPixelSpacing, tag::kPixelSpacing, tag::kImagerPixelSpacing}) {
+                const std::vector<double> pair = from->Numbers(tag, 2);
+                if (pair.size() != 2 || !(pair[0] > 0) || !(pair[1] > 0)) continue;
+                area.PutText(tag::kPresentationPixelSpacing, "DS",
+                             DecimalText(pair[0]) + "\\" + DecimalText(pair[1]));
+                return;
+            }
+            for (const std::uint32_t tag : {tag::kPresentationPixelAspectRatio, tag::kPixelAspectRatio}) {
+                const std::vector<double> pair = from->Numbers(tag, 2);
+                if (pair.size() != 2 || !(pair[0] > 0) || !(pair[1] > 0)) continue;
+                area.PutText(tag::kPresentationPixelAspectRatio, "IS", from->Text(tag));
+                return;
+            }
+        }
+        area.PutText(tag::kPresentationPixelAspectRatio, "IS", "1\\1");
+    }
+
+    void put_modality() {
+        const DicomDataSet& from = m_Image.State() == nullptr ? m_Own : m_Image.State()->set;
+        if (const DicomElement* const table = from.Find(tag::kModalityLutSequence);
+            table != nullptr && !table->items.empty()) {
+            DicomDataSet item;
+            for (const std::uint32_t tag :
+                 {tag::kLutDescriptor, DicomTag(0x0028, 0x3003), DicomTag(0x0028, 0x3004), tag::kLutData}) {
+                if (const DicomElement* const element = table->items.front().Find(tag))
+                    item.elements[tag] = *element;
+            }
+            m_Set.elements[tag::kModalityLutSequence] = DicomElement{"SQ", "", {item}};
+        } else if (from.Has(tag::kRescaleSlope) || from.Has(tag::kRescaleIntercept)) {
+            const auto text = [&](std::uint32_t tag, const char* absent) {
+                const std::string value = from.Text(tag);
+                return value.empty() ? std::string(absent) : value;
+            };
+            m_Set.PutText(tag::kRescaleIntercept, "DS", text(tag::kRescaleIntercept, "0"));
+            m_Set.PutText(tag::kRescaleSlope, "DS", text(tag::kRescaleSlope, "1"));
+            m_Set.PutText(tag::kRescaleType, "LO", text(tag::kRescaleType, "US"));
+        }
+    }
+
+    void put_window() {
+        DicomDataSet item;
+        item.elements[tag::kReferencedImages] = m_Reference;
+        ZEV_Params& params = m_Image.Params();
+        const Mapper_WindowingEntry* const entry = curve();
+        if (entry != nullptr && entry->m_FunctionCode == Mapper_WindowingEntry::FUNCTION_TABLE) {
+            OBJ_Msg table;
+            const Dicom_LO name = entry->GetWindowingExplanation();
+            params.GetVoiLutManager()->SetVOILUT(&table, entry, params.GetCenter(), params.GetWidth(), name);
+            const Dicom_Type* const sequence = table.Get(Dicom_Tag(tag::kVoiLutSequence));
+            if (sequence == nullptr) throw PresentError(m_Path, "cannot be written: the VOI LUT is too wide");
+            item.elements[tag::kVoiLutSequence] = ToElement(tag::kVoiLutSequence, *sequence, m_Path);
+        } else if (entry != nullptr) {
+            put_numbers(item, m_Image.ModalityCenter(), m_Image.ModalityWidth(), "SIGMOID");
+        } else {
+            put_ramp(item);
+        }
+        m_Set.elements[tag::kSoftcopyVoiLutSequence] = DicomElement{"SQ", "", {item}};
+    }
+
+    /// The entry whose curve is drawn, or null where it is a ramp.
+    const Mapper_WindowingEntry* curve() {
+        ZEV_Params& params = m_Image.Params();
+        const int selection = params.GetVoiLutSelection();
+        if (selection < 0) return nullptr;
+        const auto& entries = params.GetVoiLutManager()->m_Entries;
+        if (static_cast<std::size_t>(selection) >= entries.size()) return nullptr;
+        const Mapper_WindowingEntry* const entry = entries[static_cast<std::size_t>(selection)];
+        return entry->m_FunctionCode == Mapper_WindowingEntry::FUNCTION_LINEAR ? nullptr : entry;
+    }
+
+    void put_ramp(DicomDataSet& item) {
+        const Rescale& rescale = m_Image.GetRescale();
+        if (m_Source.high <= m_Source.low) {
+            // A step: white from the second end on.
+            const double step = rescale.Value(m_Source.high - 0.5);
+            put_numbers(item, step + 0.5, 1.0, "LINEAR");
+            return;
+        }
+        const double from = rescale.Value(m_Source.low), to = rescale.Value(m_Source.high);
+        const double center = (from + to) / 2.0, width = std::fabs(to - from);
+        // A table behind the window is sensitive to the difference.
+        if (width >= kWideWindow && !has_level_table()) {
+            put_numbers(item, center, width, "LINEAR_EXACT");
+        } else {
+            put_numbers(item, center + 0.5, width + 1.0, "LINEAR");
+        }
+    }
+
+    static void put_numbers(DicomDataSet& item, double center, double width, const char* function) {
+        item.PutText(tag::kWindowCenter, "DS", DecimalText(center));
+        item.PutText(tag::kWindowWidth, "DS", DecimalText(width));
+        item.PutText(tag::kVoiLutFunction, "CS", function);
+    }
+
+    bool has_gamma() {
+        return m_Source.kind == ZEV_TableSource::kRamp && m_Image.Params().GammaExistAndNotNaturalValue();
+    }
+    bool has_level_table() { return has_gamma() || m_Source.kind == ZEV_TableSource::kPresentationLut; }
+    /// The ramp rises with the stored values, and these fall as the modality values of a state rise.
+    bool is_falling() const {
+        const bool isRamp =
+            m_Source.kind == ZEV_TableSource::kRamp || m_Source.kind == ZEV_TableSource::kPresentationLut;
+        return isRamp && m_Image.GetRescale().slope < 0.0;
+    }
+    std::uint8_t shown(std::uint8_t level) const {
+        return m_Source.inverse ? static_cast<std::uint8_t>(kTopGrey - level) : level;
+    }
+
+    /// From the output of the window to what is seen.
+    void put_levels() {
+        const ZEV_ColorMap* const map = m_Image.Params().GetColorMap();
+        if (map != nullptr && !map->IsDummy()) {
+            put_palette(*map);
+            return;
+        }
+        const bool isInverse = m_Source.inverse != is_falling();
+        m_Set.PutText(tag::kSopClass, "UI", kGrayscaleClass);
+        if (m_Source.kind == ZEV_TableSource::kPresentationLut) {
+            put_presentation_table(isInverse);
+        } else if (has_gamma()) {
+            put_gamma();
+        } else {
+            m_Set.PutText(tag::kPresentationLutShape, "CS", isInverse ? "INVERSE" : "IDENTITY");
+        }
+    }
+
+    /// The table is drawn as it is when the inversion agrees with its direction, else with its outputs
+    /// reversed.
+    void put_presentation_table(bool isInverse) {
+        const DicomElement* const sequence = m_Image.File().DataSet().Find(tag::kPresentationLutSequence);
+        if (sequence == nullptr || sequence->items.empty())
+            throw PresentError(m_Path, "cannot be written: the Presentation LUT is gone");
+        DicomDataSet item;
+        for (const std::uint32_t tag : {tag::kLutDescriptor, DicomTag(0x0028, 0x3003), tag::kLutData}) {
+            if (const DicomElement* const element = sequence->items.front().Find(tag))
+                item.elements[tag] = *element;
+        }
+        const StoredTable table = ReadStoredTable(item, tag::kLutDescriptor, tag::kLutData, false);
+        if (table.entries.empty())
+            throw PresentError(m_Path, "cannot be written: the Presentation LUT is damaged");
+        if (isInverse != (table.entries.back() < table.entries.front())) {
+            const int top = (1 << table.bits) - 1;
+            std::vector<int> reversed;
+            for (const std::uint16_t entry : table.entries) reversed.push_back(top - entry);
+            put_words(item, tag::kLutDescriptor, "US",
+                      {static_cast<int>(table.entries.size() % kMostEntries), 0, table.bits});
+            put_words(item, tag::kLutData, "OW", reversed);
+        }
+        m_Set.elements[tag::kPresentationLutSequence] = DicomElement{"SQ", "", {item}};
+    }
+
+    /// One entry for each position of the ramp and one between any two of them, so that it makes no difference
+    /// whether a reader rounds or truncates.
+    void put_gamma() {
+        const double span = double(m_Source.high) - m_Source.low;
+        constexpr int kMostPositions = 65535;
+        const int width = static_cast<int>(std::clamp(span, 1.0, double{kMostPositions}));
+        const std::vector<std::uint8_t> levels = ramp_levels(width, m_Image.Params().GetGamma());
+        const std::size_t times = 2 * static_cast<std::size_t>(width) + 1 <= kMostEntries ? 2 : 1;
+        std::vector<std::uint8_t> entries(times * static_cast<std::size_t>(width) + 1);
+        for (std::size_t i = 0; i < entries.size(); ++i) {
+            const std::size_t position = (i + times - 1) / times;
+            entries[i] = shown(levels[is_falling() ? levels.size() - 1 - position : position]);
+        }
+        char gamma[40];
+        std::snprintf(gamma, sizeof gamma, "gamma %.4g", double{m_Image.Params().GetGamma()});
+        m_Set.elements[tag::kPresentationLutSequence] = byte_table(entries, gamma);
+    }
+
+    void put_palette(const ZEV_ColorMap& map) {
+        m_Set.PutText(tag::kSopClass, "UI", kPseudoColourClass);
+        const std::array<std::uint8_t, kGreys> levels =
+            gamma_levels(has_gamma() ? m_Image.Params().GetGamma() : ZEV_Params::kGammaNatural);
+        std::string channels[3];
+        for (std::size_t i = 0; i < levels.size(); ++i) {
+            const std::uint8_t level = shown(levels[is_falling() ? levels.size() - 1 - i : i]);
+            const int colour = map.TransformColor(level).toRGB();
+            for (int c = 0; c < 3; ++c)
+                channels[c].append(2, static_cast<char>(colour >> (16 - 8 * c) & 0xFF));
+        }
+        for (unsigned c = 0; c < 3; ++c) {
+            put_words(m_Set, tag::kPaletteDescriptor + c, "US", {kGreys, 0, 16});
+            m_Set.elements[tag::kPaletteData + c] = DicomElement{"OW", channels[c], {}};
+        }
+        put_profile();
+    }
+
+    void put_profile() { m_Set.elements[DicomTag(0x0028, 0x2000)] = DicomElement{"OB", SrgbProfile(), {}}; }
+
+    /// Shutters, overlays and annotations of the state that was applied.
+    void keep_drawings() {
+        if (m_Image.State() == nullptr) return;
+        for (const auto& [tag, element] : m_Image.State()->set.elements) {
+            const unsigned group = tag >> 16;
+            const bool isShutter = tag >= DicomTag(0x0018, 0x1600) && tag <= DicomTag(0x0018, 0x1624);
+            const bool isOverlay = group >= 0x6000 && group <= 0x601E;
+            const bool isAnnotation = tag == DicomTag(0x0070, 0x0001) || tag == DicomTag(0x0070, 0x0060);
+            if (isShutter || isOverlay || isAnnotation) m_Set.elements[tag] = element;
+        }
+    }
+
+    OpenedImage& m_Image;
+    const std::string& m_Path;
+    DicomDataSet m_Own;
+    ZEV_TableSource m_Source;
+    DicomDataSet m_Set;
+    DicomElement m_Reference;
+};
+
+}  // namespace
+
+std::string EncodePresentationState(OpenedImage& image, const ViewOptions& view, const StateTexts& texts,
+                                    const std::string& path) {
+    return Writer(image, path).Encode(view, texts);
+}
+
+LostInState FindLostInState(OpenedImage& image, const PresentationOptions& presentation,
+                            const ViewOptions& view) {
+    LostInState found;
+    if (!AllRegions(image, view).empty()) found.keptInParameters.push_back("the regions");
+    if (presentation.automatic) found.keptInParameters.push_back("that the window is to be measured");
+    const double rotation = PlaceImage(image, view).space.GetRotation();
+    if (std::remainder(rotation, 90.0) != 0.0)
+        found.lost.push_back("the rotation by " + NumberText(rotation) + " degrees");
+    const ZEV_ColorMap* const map = image.Params().GetColorMap();
+    if (!image.File().IsColour() && map != nullptr && !map->IsDummy() &&
+        DescribeTable(image).kind == ZEV_TableSource::kPresentationLut)
+        found.lost.push_back("the Presentation LUT under the colour map");
+    return found;
+}
