@@ -48,14 +48,14 @@ void put_longs(DicomDataSet& set, std::uint32_t tag, const std::vector<long>& lo
     set.elements[tag] = DicomElement{"SL", bytes, {}};
 }
 
-/// A lookup table of bytes as a sequence of one item.
-DicomElement byte_table(const std::vector<std::uint8_t>& entries, const std::string& explanation) {
+/// A lookup table of 256 levels as a sequence of one item. Entries of 16 bits leave no doubt how they are
+/// packed.
+DicomElement level_table(const std::vector<std::uint8_t>& entries, const std::string& explanation) {
     DicomDataSet item;
-    put_words(item, tag::kLutDescriptor, "US", {static_cast<int>(entries.size() % kMostEntries), 0, 8});
+    put_words(item, tag::kLutDescriptor, "US", {static_cast<int>(entries.size() % kMostEntries), 0, 16});
     item.PutText(DicomTag(0x0028, 0x3003), "LO", explanation);
     std::string data;
-    // A word for each, which every reader knows.
-    for (const std::uint8_t entry : entries) data.append({static_cast<char>(entry), '\0'});
+    for (const std::uint8_t entry : entries) data.append(2, static_cast<char>(entry));
     item.elements[tag::kLutData] = DicomElement{"OW", data, {}};
     return DicomElement{"SQ", "", {item}};
 }
@@ -120,6 +120,7 @@ private:
         m_Set.PutText(DicomTag(0x0020, 0x000E), "UI", MakeUid());
         m_Set.PutText(DicomTag(0x0020, 0x0011), "IS", "1");
         m_Set.PutText(DicomTag(0x0020, 0x0013), "IS", "1");
+        m_Set.PutText(DicomTag(0x0020, 0x0060), "CS", "");
         require_length("--label", texts.label, 16);
         require_length("--description", texts.description, 64);
         require_length("--creator", texts.creator, 64);
@@ -251,7 +252,8 @@ private:
             };
             m_Set.PutText(tag::kRescaleIntercept, "DS", text(tag::kRescaleIntercept, "0"));
             m_Set.PutText(tag::kRescaleSlope, "DS", text(tag::kRescaleSlope, "1"));
-            m_Set.PutText(tag::kRescaleType, "LO", text(tag::kRescaleType, "US"));
+            const bool isHounsfield = m_Image.UnitsText() == "HU";
+            m_Set.PutText(tag::kRescaleType, "LO", text(tag::kRescaleType, isHounsfield ? "HU" : "US"));
         }
     }
 
@@ -382,7 +384,7 @@ private:
         }
         char gamma[40];
         std::snprintf(gamma, sizeof gamma, "gamma %.4g", double{m_Image.Params().GetGamma()});
-        m_Set.elements[tag::kPresentationLutSequence] = byte_table(entries, gamma);
+        m_Set.elements[tag::kPresentationLutSequence] = level_table(entries, gamma);
     }
 
     void put_palette(const ZEV_ColorMap& map) {
