@@ -46,14 +46,9 @@ std::optional<Size> size_of_pixel(const DicomDataSet& set, std::initializer_list
     return std::nullopt;
 }
 
-/// In image coordinates.
-struct Shown {
-    double left, top, right, bottom;
-};
-
-/// What a presentation state says of where the image lies.
+/// What a presentation state says of where the image lies; the area in image coordinates.
 struct Wanted {
-    Shown area{};
+    Canvas::Area area{};
     bool isWhole = true;
     /// Millimetres, where they are known; else only the ratio counts.
     std::optional<Size> pixel;
@@ -70,8 +65,8 @@ void take_area(const PresentationState& state, const DicomDataSet& item, Wanted&
     if (first.size() != 2 || last.size() != 2)
         throw PresentError(state.path, "its displayed area has no corners");
     // The corners are those on the screen, after rotation and flip: either may come first in the image.
-    const Shown area{std::min(first[0], last[0]) - 1.0, std::min(first[1], last[1]) - 1.0,
-                     std::max(first[0], last[0]), std::max(first[1], last[1])};
+    const Canvas::Area area{std::min(first[0], last[0]) - 1.0, std::min(first[1], last[1]) - 1.0,
+                            std::max(first[0], last[0]), std::max(first[1], last[1])};
     for (const double side : {area.left, area.top, area.right, area.bottom}) {
         if (!(std::fabs(side) <= kFarthest)) {
             throw PresentError(state.path, "its displayed area, " + NumberText(first[0]) + "," +
@@ -79,7 +74,7 @@ void take_area(const PresentationState& state, const DicomDataSet& item, Wanted&
                                                NumberText(last[1]) + ", is beyond all reason");
         }
     }
-    const Shown& whole = wanted.area;
+    const Canvas::Area& whole = wanted.area;
     wanted.isWhole = area.left == whole.left && area.top == whole.top && area.right == whole.right &&
                      area.bottom == whole.bottom;
     wanted.area = area;
@@ -201,6 +196,8 @@ Placement PlaceImage(const OpenedImage& image, const ViewOptions& options) {
                         !isTurned && panX == 0.0 && panY == 0.0 && placement.width == columns &&
                         placement.height == rows;
 
+    placement.shown = wanted.area;
+    placement.isFilled = options.size.empty() && options.pan.empty();
     const SPC_Affine toScreen = space.GetRaster2Screen();
     Canvas::Area& area = placement.area;
     constexpr double kMost = std::numeric_limits<double>::max();

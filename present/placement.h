@@ -31,8 +31,11 @@ struct Placement {
     int width = 0;
     int height = 0;
     SPC_SpaceInfo space;
-    /// Where the displayed area lies.
+    /// Where the displayed area lies, and which part of the image it is, in image coordinates.
     Canvas::Area area{};
+    Canvas::Area shown{};
+    /// The picture shows that part and nothing else.
+    bool isFilled = true;
     /// One picture pixel per image pixel, in the order of the image.
     bool isPlain = true;
 };

@@ -439,8 +439,8 @@ void OpenedImage::set_ends(double low, double high) {
     double from = (low - m_Rescale.intercept) / m_Rescale.slope,
            to = (high - m_Rescale.intercept) / m_Rescale.slope;
     const double first = Raster().m_bSigned ? -std::ldexp(1.0, Raster().m_BitsPerPixel - 1) : 0.0;
-    const bool isExact = m_Rescale.slope > 0.0 && from >= first && is_whole(low) && is_whole(high) && is_whole(from) &&
-                         is_whole(to) && is_whole(m_Rescale.intercept) &&
+    const bool isExact = m_Rescale.slope > 0.0 && from >= first && is_whole(low) && is_whole(high) &&
+                         is_whole(from) && is_whole(to) && is_whole(m_Rescale.intercept) &&
                          m_Rescale.slope == static_cast<double>(static_cast<float>(m_Rescale.slope));
     if (isExact) {
         from = low, to = high;

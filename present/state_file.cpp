@@ -7,6 +7,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <tuple>
 
 #include "applied_state.h"
 #include "identification.h"
@@ -168,9 +169,16 @@ private:
     void put_area(const ViewOptions& view) {
         const Placement placement = PlaceImage(m_Image, view);
         const SPC_Affine toImage = placement.space.GetScreen2Raster();
-        const double left = toImage.X(0.0, 0.0), top = toImage.Y(0.0, 0.0),
-                     right = toImage.X(placement.width, placement.height),
-                     bottom = toImage.Y(placement.width, placement.height);
+        double left = toImage.X(0.0, 0.0), top = toImage.Y(0.0, 0.0),
+               right = toImage.X(placement.width, placement.height),
+               bottom = toImage.Y(placement.width, placement.height);
+        if (placement.isFilled) {
+            const Canvas::Area& shown = placement.shown;
+            std::tie(left, right) =
+                left < right ? std::tie(shown.left, shown.right) : std::tie(shown.right, shown.left);
+            std::tie(top, bottom) =
+                top < bottom ? std::tie(shown.top, shown.bottom) : std::tie(shown.bottom, shown.top);
+        }
         // The corners are those on the screen: of a flipped image the first has the larger number.
         const auto corners = [](double from, double to) {
             const long a = std::lround(from), b = std::lround(to);
