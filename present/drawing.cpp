@@ -1,5 +1,6 @@
 #include "drawing.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "io/picture_scale.h"
@@ -16,6 +17,45 @@ std::optional<std::pair<int, int>> ParseSize(const std::string& text) {
     return std::make_pair(width, height);
 }
 
+namespace {
+
+Layers layers_of(const OpenedImage& image, const DrawingOptions& options, std::vector<Note>* notes) {
+    static_cast<void>(image), static_cast<void>(options), static_cast<void>(notes);
+    return {};
+}
+
+Picture in_colour(const Picture& grey) {
+    Picture picture(grey.width, grey.height);
+    for (std::size_t i = 0; i < grey.bytes.size(); ++i)
+        std::fill_n(picture.bytes.begin() + static_cast<std::ptrdiff_t>(3 * i), 3, grey.bytes[i]);
+    return picture;
+}
+
+}  // namespace
+
+Picture DrawImage(OpenedImage& image, const DrawingOptions& options, std::vector<Note>* notes,
+                  DrawingObserver* observer) {
+    const std::vector<RegionSpec> specs = AllRegions(image, options.view);
+    const Placement placement = PlaceImage(image, options.view);
+    std::optional<RegionView> regions;
+    if (!specs.empty() || !placement.isPlain)
+        regions.emplace(image, options.presentation, specs, placement, options.view.smooth);
+    Picture picture = regions ? regions->Draw(options.bits) : Render(image, options.bits);
+    if (observer != nullptr) observer->ImageDrawn(picture, placement, regions ? &*regions : nullptr);
+
+    const Layers layers = layers_of(image, options, notes);
+    const bool isColoured =
+        std::any_of(layers.begin(), layers.end(), [](const auto& layer) { return layer->IsColoured(); });
+    if (isColoured && picture.form == Picture::kGrey8) picture = in_colour(picture);
+    const SPC_Affine toImage = placement.space.GetScreen2Raster();
+    const Canvas canvas{picture, toImage.Inverse(), toImage, placement.area};
+    for (const auto& layer : layers) {
+        layer->Draw(canvas);
+        if (observer != nullptr) observer->LayerDrawn(picture, *layer);
+    }
+    return picture;
+}
+
 DrawnPicture DrawFrame(const std::string& path, const DrawingOptions& options, int frame) {
     PresentationOptions presentation = options.presentation;
     presentation.frame = frame;
@@ -23,13 +63,11 @@ DrawnPicture DrawFrame(const std::string& path, const DrawingOptions& options, i
     ZEV_RGBParams rgb;
     ReadBrightness(image, options.brightness, rgb);
     BurnBrightness(image, rgb);
-    const std::vector<RegionSpec> regions = AllRegions(image, options.view);
-    const Placement placement = PlaceImage(image, options.view);
     DrawnPicture drawn;
-    drawn.picture =
-        regions.empty() && placement.isPlain
-            ? Render(image, options.bits)
-            : RegionView(image, presentation, regions, placement, options.view.smooth).Draw(options.bits);
+    DrawingOptions here = options;
+    here.presentation = presentation;
+    drawn.notes = image.Notes();
+    drawn.picture = DrawImage(image, here, &drawn.notes);
     if (const auto size = ParseSize(options.fit))
         drawn.picture = Fit(drawn.picture, size->first, size->second);
     if (!image.File().IsColour()) {
@@ -37,6 +75,5 @@ DrawnPicture DrawFrame(const std::string& path, const DrawingOptions& options, i
         drawn.width = image.Params().GetWidth();
         drawn.windowSource = NameOf(image.GetWindowSource());
     }
-    drawn.notes = image.Notes();
     return drawn;
 }

@@ -7,6 +7,7 @@
 
 #include "brightness.h"
 #include "io/picture.h"
+#include "layer.h"
 #include "presentation.h"
 #include "region_view.h"
 
@@ -15,6 +16,8 @@ struct DrawingOptions {
     PresentationOptions presentation;
     BrightnessOptions brightness;
     ViewOptions view;
+    bool overlays = true;
+    std::string overlayColour = "white";
     int bits = 8;
     std::string fit;  ///< WxH, or empty
 };
@@ -27,8 +30,20 @@ struct DrawnPicture {
     std::vector<Note> notes;
 };
 
-/// Draws a frame with all that lies on it: its regions, shutters, overlays and annotations. Throws as opening
-/// an image does.
+/// Looks on while an image is drawn. The picture is what has been drawn so far.
+class DrawingObserver {
+public:
+    virtual ~DrawingObserver() = default;
+    /// `regions` is null for an image without any.
+    virtual void ImageDrawn(const Picture& picture, const Placement& placement, RegionView* regions) = 0;
+    virtual void LayerDrawn(const Picture& picture, const Layer& layer) = 0;
+};
+
+/// Draws an image with all that lies on it: its regions, shutters, overlays and annotations.
+Picture DrawImage(OpenedImage& image, const DrawingOptions& options, std::vector<Note>* notes,
+                  DrawingObserver* observer = nullptr);
+
+/// Opens a frame and draws it. Throws as opening an image does.
 DrawnPicture DrawFrame(const std::string& path, const DrawingOptions& options, int frame);
 
 /// Two numbers from 1 on, "800x600".

@@ -198,10 +198,18 @@ OpenedImage::OpenedImage(std::shared_ptr<ImageSource> source, const Presentation
     note_missing_suv_scale();
     note_constant_pixels();
     use_stored_values_for_fractions();
+    note_window(m_WindowSource == WindowSource::kVoiLutEntry    ? selected_entry()
+                : m_WindowSource == WindowSource::kColourMapSuv ? "the scale of the modality's colour map"
+                : m_WindowSource == WindowSource::kFallback     ? "the fixed window"
+                : m_WindowSource == WindowSource::kAutomatic    ? "measured: the image has none"
+                                                                : "the image's window attributes");
     if (State() != nullptr && !File().IsColour()) apply_state();
     m_AsOpened = {m_Params.GetCenter(), m_Params.GetWidth(), m_Params.GetVoiLutSelection(),
                   !m_bUseRescale,       m_WindowSource,      m_Params.GetColorMap()};
-    if (m_Source->saved) lay_display_parameters(*m_Source->saved);
+    if (m_Source->saved) {
+        lay_display_parameters(*m_Source->saved);
+        note_window("display parameters");
+    }
     apply(options);
     use_center_and_width();
 }
@@ -390,6 +398,23 @@ void OpenedImage::keep_saved_window() {
     m_WindowSource = WindowSource::kVoiLutEntry;
 }
 
+void OpenedImage::note_window(const std::string& what) {
+    if (File().IsColour()) return;
+    m_WindowSteps.push_back({m_WindowSource, what, ModalityCenter(), ModalityWidth()});
+}
+
+std::string OpenedImage::selected_entry() {
+    const int selection = m_Params.GetVoiLutSelection();
+    const auto& entries = m_Params.GetVoiLutManager()->m_Entries;
+    std::string text =
+        "windowing entry " + std::to_string(selection) + " of " + std::to_string(entries.size());
+    if (selection >= 0 && static_cast<std::size_t>(selection) < entries.size()) {
+        const Dicom_LO name = entries[static_cast<std::size_t>(selection)]->GetWindowingExplanation();
+        text += ", '" + refhost::ToUtf8(name.GetText(0).c_str()) + "'";
+    }
+    return text;
+}
+
 /// The message has the tables of the state already. What no message holds is put here: the direction of the
 /// table, its colours, and the exact ends of the window.
 void OpenedImage::apply_state() {
@@ -430,6 +455,7 @@ void OpenedImage::apply_state() {
         const auto [low, high] = rescale.Range({lowest, lowest + std::ldexp(1.0, bits) - 1.0});
         set_ends(low, high);
     }
+    note_window("presentation state " + state.Label());
 }
 
 /// The ramp from `low` to `high` in modality units. Where these, or the stored values that they stand for, are
@@ -665,7 +691,10 @@ void OpenedImage::apply_preset(const std::string& name) {
 
 void OpenedImage::apply(const PresentationOptions& options) {
     // First, since the scale that a map brings gives way to a window that is asked for.
-    if (options.colourMap) apply_colour_map(*options.colourMap);
+    if (options.colourMap) {
+        apply_colour_map(*options.colourMap);
+        if (m_WindowSource == WindowSource::kColourMapSuv) note_window("the scale of --colormap");
+    }
     if (options.voi) {
         const unsigned count = m_Params.GetVoiLutEntryCount();
         if (static_cast<unsigned>(*options.voi) >= count) {
@@ -679,14 +708,22 @@ void OpenedImage::apply(const PresentationOptions& options) {
         m_Params.SetVoiLutSelection(*options.voi, false);
         m_WindowSource = WindowSource::kVoiLutEntry;
         use_stored_values_for_fractions();
+        note_window("--voi: " + selected_entry());
     }
-    if (options.preset) apply_preset(*options.preset);
-    if (options.automatic) measure_window();
+    if (options.preset) {
+        apply_preset(*options.preset);
+        note_window("--preset " + *options.preset);
+    }
+    if (options.automatic) {
+        measure_window();
+        note_window("--auto");
+    }
     if (options.center && options.width) {
         ModalityWindow window{*options.center, *options.width};
         choose_units(window);
         set_window(window);
         m_WindowSource = WindowSource::kOption;
+        note_window("--center and --width");
     }
     if (options.gamma) {
         if (!ZEV_Params::IsValidGamma(*options.gamma)) throw UsageError("--gamma: not from 0.1 to 5");

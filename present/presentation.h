@@ -89,6 +89,16 @@ enum class WindowSource {
 /// "presentation-state", "saved", "option".
 const char* NameOf(WindowSource source);
 
+/// A window that was in use for a while, in modality units, in the order in which they were: the last one is
+/// shown.
+struct WindowStep {
+    WindowSource source = WindowSource::kFallback;
+    /// "windowing entry 0 of 2, 'BONE'", "--preset Lung".
+    std::string what;
+    double center = 0.0;
+    double width = 0.0;
+};
+
 /// How an image opened, before the user's choice.
 struct OpenedState {
     int center = 0;
@@ -152,6 +162,7 @@ public:
     std::vector<Note> Notes() const;
     SPC_MeasurementUnitsParams& Units() { return m_Units; }
     const Rescale& GetRescale() const { return m_Rescale; }
+    const std::vector<WindowStep>& WindowSteps() const { return m_WindowSteps; }
 
     /// Window values are stored pixel values, since whole numbers in modality units would be too coarse: a
     /// slope of 0.000006 makes fractions of every value.
@@ -181,6 +192,8 @@ public:
     const std::optional<ModalityWindow>& SavedWindow() const { return m_SavedWindow; }
 
 private:
+    void note_window(const std::string& what);
+    std::string selected_entry();
     void offer_maximal_range();
     void open();
     void settle_width();
@@ -220,6 +233,7 @@ private:
     ZEV_Params m_Frozen;
     WindowSource m_WindowSource = WindowSource::kFallback;
     std::optional<std::string> m_Preset;
+    std::vector<WindowStep> m_WindowSteps;
     std::vector<Note> m_Notes;
     OpenedState m_AsOpened;
     std::optional<ModalityWindow> m_SavedWindow;

@@ -316,3 +316,18 @@ Picture RegionView::Draw(int bits) {
     for (const std::unique_ptr<Region>& region : m_Regions) region->image.Frozen().Defrost();
     return picture;
 }
+
+int RegionView::RegionAt(int x, int y) {
+    for (const KIT_LinesMask::Run& run : m_Masks.GetCombinedMask()->GetRuns()) {
+        if (run.y != y || x < run.left || x >= run.right) continue;
+        const ZEV_MaskableParam* const params = m_Masks.GetParamOf(run.data);
+        for (std::size_t i = 0; i < m_Regions.size(); ++i) {
+            if (params == &m_Regions[i]->image.Frozen()) return static_cast<int>(i) + 1;
+        }
+    }
+    return 0;
+}
+
+OpenedImage& RegionView::ImageOf(int region) {
+    return m_Regions.at(static_cast<std::size_t>(region) - 1)->image;
+}

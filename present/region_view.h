@@ -28,6 +28,11 @@ public:
     /// the image. In 8 bits of red, green and blue, or in 16 bits of grey.
     Picture Draw(int bits = 8);
 
+    /// The region that a pixel of the picture last drawn lies in, from 1; 0 for none.
+    int RegionAt(int x, int y);
+    /// The image as this region opened it.
+    OpenedImage& ImageOf(int region);
+
 private:
     struct Region;
 
