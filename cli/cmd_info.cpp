@@ -15,9 +15,7 @@
 namespace {
 
 /// The shortest number that reads back as this float, without the tail that widening would show.
-double as_written(float value) {
-    return ParseNumber(NumberText(value)).value_or(static_cast<double>(value));
-}
+double as_written(float value) { return ParseNumber(NumberText(value)).value_or(static_cast<double>(value)); }
 
 const char* function_name(int code) {
     switch (code) {

@@ -148,6 +148,7 @@ void AddRenderCommand(CLI::App& app, Run& run) {
     AddPresentationOptions(*command, batch.drawing.presentation, &options->frames);
     AddBrightnessOptions(*command, batch.drawing.brightness);
     AddViewOptions(*command, batch.drawing.view);
+    AddOverlayOptions(*command, batch.drawing);
     command->add_option("--fit", batch.drawing.fit,
                         "WxH: scales the picture to lie within, with antialiasing");
     command

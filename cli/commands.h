@@ -14,6 +14,7 @@ struct ExitStatus {
 
 void AddRenderCommand(CLI::App& app, Run& run);
 void AddInfoCommand(CLI::App& app, Run& run);
+void AddExplainCommand(CLI::App& app, Run& run);
 void AddTableCommand(CLI::App& app, Run& run);
 void AddAutoCommand(CLI::App& app, Run& run);
 void AddPresetsCommand(CLI::App& app, Run& run);

@@ -157,3 +157,9 @@ void AddViewOptions(CLI::App& command, ViewOptions& options) {
                     "Screen pixels per inch, for a presentation state in true size; 96 by default")
         ->check(NumberFrom(1.0, 10000.0));
 }
+
+void AddOverlayOptions(CLI::App& command, DrawingOptions& options) {
+    command.add_flag("!--no-overlays", options.overlays, "Leave the overlay planes of the image out");
+    command.add_option("--overlay-color", options.overlayColour,
+                       "Colour of overlay planes: #RRGGBB or a name; white by default");
+}

@@ -4,9 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "present/brightness.h"
-#include "present/presentation.h"
-#include "present/region_view.h"
+#include "present/drawing.h"
 
 /// The options that several commands share, one function for each set.
 /// `frames` takes the frames of a command that draws several, as they are written; else there is one frame.
@@ -14,6 +12,7 @@ void AddPresentationOptions(CLI::App& command, PresentationOptions& options, std
 void AddBrightnessOptions(CLI::App& command, BrightnessOptions& options);
 void AddRegionOption(CLI::App& command, ViewOptions& options);
 void AddViewOptions(CLI::App& command, ViewOptions& options);
+void AddOverlayOptions(CLI::App& command, DrawingOptions& options);
 /// What the commands that show no picture need of the presentation options.
 void AddFrameOption(CLI::App& command, PresentationOptions& options);
 void AddConfigOption(CLI::App& command, std::string& config);

@@ -73,6 +73,7 @@ void print_help(const CLI::App& about) {
 void add_commands(CLI::App& app, Run& run) {
     AddRenderCommand(app, run);
     AddInfoCommand(app, run);
+    AddExplainCommand(app, run);
     AddTableCommand(app, run);
     AddAutoCommand(app, run);
     AddPresetsCommand(app, run);

@@ -113,6 +113,24 @@ ZEV_TableSource DescribeTable(OpenedImage& image) {
     return source;
 }
 
+int PaintedLevel(OpenedImage& image, int pixel) {
+    TableTarget target = PictureTarget(8);
+    target.depth = 8;
+    const TargetForm form(image, target, whole(image));
+    ZEV_Params& frozen = image.Frozen();
+    frozen.Freeze();
+    frozen.SetColorMap(nullptr);
+    const ZEV_Painter painter(frozen, form.Params());
+    frozen.Defrost();
+    if (!painter.IsReady()) throw std::bad_alloc();
+    const auto stored = static_cast<std::uint16_t>(pixel);
+    const auto byte = static_cast<std::uint8_t>(pixel);
+    std::uint8_t level = 0;
+    painter.Paint(image.Raster().m_BitsPerPixel <= 8 ? static_cast<const void*>(&byte) : &stored, 0, 1, 1,
+                  &level, 0);
+    return level;
+}
+
 std::vector<std::uint8_t> TableBytes(ZEV_AbstractWindowingTable& table, const KIT_Raster& raster,
                                      int outputDepth) {
     if (outputDepth <= 8) return storage_bytes<unsigned char>(table, raster);

@@ -38,6 +38,9 @@ std::unique_ptr<ZEV_AbstractWindowingTable> BuildTable(OpenedImage& image, const
 /// What the tables of the image are made from.
 ZEV_TableSource DescribeTable(OpenedImage& image);
 
+/// The level of 256 grey ones that the painter gives a pixel value, before a colour map.
+int PaintedLevel(OpenedImage& image, int pixel);
+
 /// All entries of a table for the raster's pixels as raw little-endian numbers, in the order of the storage.
 std::vector<std::uint8_t> TableBytes(ZEV_AbstractWindowingTable& table, const KIT_Raster& raster,
                                      int outputDepth);
