@@ -5,6 +5,7 @@
 
 #include "dicom_tags.h"
 #include "number.h"
+#include "pixel_decoder.h"
 #include "present_error.h"
 
 DicomFile DicomFile::Load(const std::string& path, LoadOptions options, const AttributeSource& changes) {
@@ -29,6 +30,7 @@ DicomFile DicomFile::Load(const std::string& path, LoadOptions options, const At
     }
     file.m_Present = content.frame.present;
     file.note_missing();
+    file.take_overlays(content.frame, content.transferSyntax);
     return file;
 }
 
@@ -76,16 +78,8 @@ DicomDataSet DicomFile::OwnDataSet() const {
 void DicomFile::take_colour(const StoredFrame& frame) {
     StoredTable palette[3];
     if (frame.photometric == "PALETTE COLOR") {
-        for (unsigned c = 0; c < 3; ++c) {
-            const std::uint32_t descriptor = tag::kPaletteDescriptor + c;
-            palette[c] = ReadStoredTable(m_DataSet, descriptor, tag::kPaletteData + c, frame.isSigned);
-            if (palette[c].entries.empty()) {
-                palette[c] =
-                    ReadSegmentedTable(m_DataSet, descriptor, tag::kSegmentedPaletteData + c, frame.isSigned);
-            }
-            if (palette[c].entries.empty())
-                throw PresentError(m_Path, "its colour palette is missing or damaged");
-        }
+        if (!ReadPalette(m_DataSet, frame.isSigned, palette))
+            throw PresentError(m_Path, "its colour palette is missing or damaged");
         if (frame.bitsStored > 16) throw PresentError(m_Path, "has palette indexes of more than 16 bits");
     }
     m_Colour = ConvertToTrueColour(frame, palette);
@@ -100,6 +94,31 @@ void DicomFile::take_mono(const StoredFrame& frame) {
     // What is missing is not drawn. For whatever measures, it repeats what is there.
     for (std::size_t i = frame.present; i < frame.Pixels(); ++i) m_Mono.Put(i, m_Mono.Get(i - frame.present));
     describe_pixels();
+    take_supplement();
+}
+
+/// PS3.3 C.7.6.19. What is not a stored value has no colour in it.
+void DicomFile::take_supplement() {
+    const std::string presentation = m_DataSet.Text(tag::kPixelPresentation);
+    if ((presentation != "COLOR" && presentation != "MIXED") || !m_bAsStored ||
+        !m_DataSet.Has(tag::kPaletteDescriptor))
+        return;
+    StoredTable tables[3];
+    if (!ReadPalette(m_DataSet, m_Mono.isSigned, tables)) {
+        m_Notes.push_back({"palette", "its supplemental palette is damaged"});
+        return;
+    }
+    SupplementalPalette palette;
+    palette.first = tables[0].first;
+    std::size_t count = 0;
+    for (const StoredTable& table : tables) count = std::max(count, table.entries.size());
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint32_t colour = 0;
+        for (const StoredTable& table : tables)
+            colour = colour << 8 | table.ByteAt(table.first + static_cast<std::int64_t>(i));
+        palette.colours.push_back(colour);
+    }
+    m_Supplement = std::move(palette);
 }
 
 /// The table sees the stored values, however deep they are.
@@ -165,6 +184,15 @@ void DicomFile::reduce(const StoredFrame& frame) {
         replace(tag, std::nullopt);
 }
 
+/// Decoders of compressed pixels keep the stored bits only.
+void DicomFile::take_overlays(const StoredFrame& frame, const std::string& transferSyntax) {
+    if (OverlayGroups(m_DataSet).empty()) return;
+    std::vector<std::string> problems;
+    m_Overlays =
+        ReadOverlayPlanes(m_DataSet, m_Frame, IsStream(transferSyntax) ? nullptr : &frame, &problems);
+    for (std::string& problem : problems) m_Notes.push_back({"overlay", std::move(problem)});
+}
+
 void DicomFile::note_missing() {
     const int whole = static_cast<int>(m_Present / static_cast<std::size_t>(m_Columns));
     if (whole == m_Rows) return;
@@ -181,7 +209,7 @@ ValueRange DicomFile::Range() const {
 /// image: they count only where they agree with this frame.
 std::optional<std::pair<double, double>> DicomFile::range_of_file() const {
     if (!m_DataSet.Has(tag::kSmallestPixelValue) || !m_DataSet.Has(tag::kLargestPixelValue) ||
-        m_DataSet.Has(tag::kPixelPaddingValue) || !m_Notes.empty()) {
+        m_DataSet.Has(tag::kPixelPaddingValue) || !m_bAsStored || m_Present < m_Mono.Count()) {
         return std::nullopt;
     }
     const auto word = [this](std::uint32_t tag) {

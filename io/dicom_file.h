@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "dicom_elements.h"
+#include "overlay_planes.h"
 #include "picture.h"
 #include "pixel_conversion.h"
 
@@ -59,7 +60,12 @@ public:
     const DicomDataSet& DataSet() const { return m_DataSet; }
     /// The same as the file has it: neither changed nor describing other pixels than its own.
     DicomDataSet OwnDataSet() const;
-    /// Of the code "pixels": values were reduced to 16 bits; "partial": rows are missing.
+    /// The colours of a frame of which a part is in colour (PS3.3 C.7.6.19).
+    const std::optional<SupplementalPalette>& Supplement() const { return m_Supplement; }
+    /// The overlay planes of the frame.
+    const std::vector<OverlayPlane>& Overlays() const { return m_Overlays; }
+    /// Of the code "pixels": values were reduced to 16 bits; "partial": rows are missing; "overlay": a plane
+    /// cannot be drawn, or not as a whole.
     const std::vector<Note>& Notes() const { return m_Notes; }
 
     /// Smallest and largest pixel value of the frame, padding left out: of Mono(), and of the pixels as
@@ -80,7 +86,9 @@ private:
     void take_mono(const StoredFrame& frame);
     void look_up(const StoredFrame& frame);
     void reduce(const StoredFrame& frame);
+    void take_supplement();
     void note_missing();
+    void take_overlays(const StoredFrame& frame, const std::string& transferSyntax);
     void describe_pixels();
     std::optional<std::pair<double, double>> range_of_file() const;
 
@@ -102,5 +110,7 @@ private:
     /// The values of Mono() are the stored ones; else these have a range of their own.
     bool m_bAsStored = true;
     ValueRange m_StoredRange;
+    std::optional<SupplementalPalette> m_Supplement;
+    std::vector<OverlayPlane> m_Overlays;
     std::vector<Note> m_Notes;
 };

@@ -49,6 +49,19 @@ DeepReduction ReduceDeepPixels(std::int64_t low, std::int64_t high, double slope
     return reduction;
 }
 
+namespace {
+
+/// A level of `bits` bits as one of 8, the full range kept, nearest.
+std::uint8_t to_8_bits(std::uint64_t value, int bits) {
+    if (bits == 8) return static_cast<std::uint8_t>(value);
+    const std::uint64_t top = (std::uint64_t{1} << bits) - 1;
+    return static_cast<std::uint8_t>((value * 255 + top / 2) / top);
+}
+
+}  // namespace
+
+std::uint8_t StoredTable::ByteAt(std::int64_t value) const { return to_8_bits(At(value), bits); }
+
 std::uint16_t StoredTable::At(std::int64_t value) const {
     const std::int64_t last = static_cast<std::int64_t>(entries.size()) - 1;
     const std::int64_t index = value - first;
@@ -163,6 +176,17 @@ StoredTable ReadSegmentedTable(const DicomDataSet& dataSet, std::uint32_t descri
         at += 4;
     }
     return finish(descriptor, std::move(entries));
+}
+
+bool ReadPalette(const DicomDataSet& dataSet, bool isSigned, StoredTable (&tables)[3]) {
+    for (unsigned c = 0; c < 3; ++c) {
+        const std::uint32_t descriptor = tag::kPaletteDescriptor + c;
+        tables[c] = ReadStoredTable(dataSet, descriptor, tag::kPaletteData + c, isSigned);
+        if (tables[c].entries.empty())
+            tables[c] = ReadSegmentedTable(dataSet, descriptor, tag::kSegmentedPaletteData + c, isSigned);
+        if (tables[c].entries.empty()) return false;
+    }
+    return true;
 }
 
 namespace {
@@ -317,13 +341,6 @@ ValueRange RangeOfPixels(const MonoPixels& pixels, std::size_t count, const std:
 
 namespace {
 
-/// A level of `bits` bits as one of 8, the full range kept, nearest.
-std::uint8_t to_8_bits(std::uint64_t value, int bits) {
-    if (bits == 8) return static_cast<std::uint8_t>(value);
-    const std::uint64_t top = (std::uint64_t{1} << bits) - 1;
-    return static_cast<std::uint8_t>((value * 255 + top / 2) / top);
-}
-
 /// Rounded from 16 fraction bits and limited.
 std::uint8_t from_fixed(std::int32_t value) {
     return static_cast<std::uint8_t>(std::clamp((value + 32768) >> 16, 0, 255));
@@ -344,8 +361,7 @@ Picture ConvertToTrueColour(const StoredFrame& frame, const StoredTable* palette
     const std::size_t pixels = frame.Pixels();
     if (frame.photometric == "PALETTE COLOR") {
         for_samples(frame, pixels, [&](std::size_t i, std::int64_t value) {
-            for (std::size_t c = 0; c < 3; ++c)
-                picture.bytes[3 * i + c] = to_8_bits(palette[c].At(value), palette[c].bits);
+            for (std::size_t c = 0; c < 3; ++c) picture.bytes[3 * i + c] = palette[c].ByteAt(value);
         });
         return picture;
     }

@@ -38,6 +38,7 @@ struct MonoPixels {
     void Resize(std::size_t pixels) { bytes.resize(bits <= 8 ? pixels : 2 * pixels); }
     void Put(std::size_t pixel, std::int32_t value);
     std::int32_t Get(std::size_t pixel) const;
+    std::size_t Count() const { return bits <= 8 ? bytes.size() : bytes.size() / 2; }
 };
 
 /// How pixels of more than 16 bits were reduced: stored = (original - offset) / divisor, truncated.
@@ -60,6 +61,8 @@ struct StoredTable {
     std::vector<std::uint16_t> entries;
 
     std::uint16_t At(std::int64_t value) const;
+    /// The same as a level of 8 bits, nearest.
+    std::uint8_t ByteAt(std::int64_t value) const;
 };
 
 /// From a descriptor of three values and its data, which may hold a byte or a word per entry, or segments
@@ -69,6 +72,23 @@ StoredTable ReadStoredTable(const DicomDataSet& dataSet, std::uint32_t descripto
                             bool isSigned);
 StoredTable ReadSegmentedTable(const DicomDataSet& dataSet, std::uint32_t descriptor, std::uint32_t data,
                                bool isSigned);
+
+/// The red, green and blue table of a palette, plain or in segments. False where one of them makes no table.
+bool ReadPalette(const DicomDataSet& dataSet, bool isSigned, StoredTable (&tables)[3]);
+
+/// The colours, 0xRRGGBB, of pixel values from the first one on; those beyond the end have the last one. Pixel
+/// values below are grey.
+struct SupplementalPalette {
+    std::int32_t first = 0;
+    std::vector<std::uint32_t> colours;
+
+    bool Has(std::int32_t pixel) const { return pixel >= first; }
+    /// Of a pixel that it has.
+    std::uint32_t At(std::int32_t pixel) const {
+        const auto index = static_cast<std::size_t>(pixel - first);
+        return colours[std::min(index, colours.size() - 1)];
+    }
+};
 
 /// Sample i of a frame as a number: shifted down by the high bit, masked, sign-extended.
 std::int64_t SampleValue(const StoredFrame& frame, std::size_t i);

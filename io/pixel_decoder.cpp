@@ -224,7 +224,6 @@ void decode_stream(const FrameBytes& stored, const std::string& syntax, const Pi
 constexpr const char* kNative[] = {"1.2.840.10008.1.2", "1.2.840.10008.1.2.1", "1.2.840.10008.1.2.1.99",
                                    "1.2.840.10008.1.2.2", "1.2.840.113619.5.2"};
 constexpr const char* kRunLength = "1.2.840.10008.1.2.5";
-/// JPEG, JPEG-LS and JPEG 2000.
 constexpr const char* kStreams[] = {
     "1.2.840.10008.1.2.4.50", "1.2.840.10008.1.2.4.51", "1.2.840.10008.1.2.4.57", "1.2.840.10008.1.2.4.70",
     "1.2.840.10008.1.2.4.80", "1.2.840.10008.1.2.4.81", "1.2.840.10008.1.2.4.90", "1.2.840.10008.1.2.4.91",
@@ -238,8 +237,10 @@ bool is_among(const char* const (&uids)[N], const std::string& uid) {
 }  // namespace
 
 bool NeedsLibrary(const PixelSource& source, const std::string& transferSyntax) {
-    return source.isEncapsulated && is_among(kStreams, transferSyntax);
+    return source.isEncapsulated && IsStream(transferSyntax);
 }
+
+bool IsStream(const std::string& transferSyntax) { return is_among(kStreams, transferSyntax); }
 
 StoredFrame DecodePixels(const PixelSource& source, const std::string& syntax, const PixelHeader& header,
                          int index, bool partial) {

@@ -23,6 +23,9 @@ constexpr std::uint64_t kMaxFrameBytes = std::uint64_t{1} << 30;
 /// Whether decoding takes the DICOM library.
 bool NeedsLibrary(const PixelSource& source, const std::string& transferSyntax);
 
+/// JPEG, JPEG-LS and JPEG 2000.
+bool IsStream(const std::string& transferSyntax);
+
 /// Decodes frame `index`, which is below header.frames. Sizes are compared with the bytes that are there
 /// before anything is allocated. A frame that is cut short is refused unless `partial`. Throws Refusal.
 /// Where it needs the library it may also abort or run for long: call it where that does no harm.

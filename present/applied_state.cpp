@@ -106,19 +106,16 @@ std::optional<ExactWindow> ExactWindowOf(const PresentationState& state, const s
 
 std::vector<std::uint32_t> PaletteOf(const PresentationState& state) {
     constexpr std::size_t kColours = 256;
+    StoredTable tables[3];
+    if (!ReadPalette(state.set, false, tables))
+        throw PresentError(state.path, "its colour palette is missing or damaged");
     std::vector<std::uint32_t> colours(kColours);
-    for (unsigned c = 0; c < 3; ++c) {
-        const std::uint32_t descriptor = tag::kPaletteDescriptor + c;
-        StoredTable table = ReadStoredTable(state.set, descriptor, tag::kPaletteData + c, false);
-        if (table.entries.empty())
-            table = ReadSegmentedTable(state.set, descriptor, tag::kSegmentedPaletteData + c, false);
-        if (table.entries.empty()) throw PresentError(state.path, "its colour palette is missing or damaged");
+    for (const StoredTable& table : tables) {
         const std::size_t last = table.entries.size() - 1;
-        const unsigned top = (1U << table.bits) - 1;
         for (std::size_t i = 0; i < kColours; ++i) {
             // The palette spans the grey levels, whatever its number of entries.
-            const unsigned entry = table.entries[(i * last + (kColours - 1) / 2) / (kColours - 1)];
-            colours[i] = colours[i] << 8 | (entry * 255 + top / 2) / top;
+            const std::size_t entry = (i * last + (kColours - 1) / 2) / (kColours - 1);
+            colours[i] = colours[i] << 8 | table.ByteAt(table.first + static_cast<std::int64_t>(entry));
         }
     }
     return colours;

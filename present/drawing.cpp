@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 #include "io/picture_scale.h"
+#include "overlays.h"
 #include "renderer.h"
 
 std::optional<std::pair<int, int>> ParseSize(const std::string& text) {
@@ -19,9 +21,15 @@ std::optional<std::pair<int, int>> ParseSize(const std::string& text) {
 
 namespace {
 
-Layers layers_of(const OpenedImage& image, const DrawingOptions& options, std::vector<Note>* notes) {
-    static_cast<void>(image), static_cast<void>(options), static_cast<void>(notes);
-    return {};
+/// What lies on the image, from the bottom: shutters, overlays, annotations.
+Layers layers_of(const OpenedImage& image, const DrawingOptions& options) {
+    Layers layers;
+    const auto add = [&layers](Layers more) {
+        std::move(more.begin(), more.end(), std::back_inserter(layers));
+    };
+    const Ink ink = ParseInk(options.overlayColour, "--overlay-color");
+    if (options.overlays) add(OverlayLayers(image.File().Overlays(), ink));
+    return layers;
 }
 
 Picture in_colour(const Picture& grey) {
@@ -35,6 +43,7 @@ Picture in_colour(const Picture& grey) {
 
 Picture DrawImage(OpenedImage& image, const DrawingOptions& options, std::vector<Note>* notes,
                   DrawingObserver* observer) {
+    static_cast<void>(notes);
     const std::vector<RegionSpec> specs = AllRegions(image, options.view);
     const Placement placement = PlaceImage(image, options.view);
     std::optional<RegionView> regions;
@@ -43,7 +52,7 @@ Picture DrawImage(OpenedImage& image, const DrawingOptions& options, std::vector
     Picture picture = regions ? regions->Draw(options.bits) : Render(image, options.bits);
     if (observer != nullptr) observer->ImageDrawn(picture, placement, regions ? &*regions : nullptr);
 
-    const Layers layers = layers_of(image, options, notes);
+    const Layers layers = layers_of(image, options);
     const bool isColoured =
         std::any_of(layers.begin(), layers.end(), [](const auto& layer) { return layer->IsColoured(); });
     if (isColoured && picture.form == Picture::kGrey8) picture = in_colour(picture);

@@ -173,6 +173,9 @@ ImageSource::ImageSource(const std::string& path, const PresentationOptions& opt
     if (state != nullptr) {
         for (const std::uint32_t tag : PrivatePresentation()) message->Remove(Dicom_Tag(tag));
     }
+    // To the library these would be colours of grey levels.
+    if (file.Supplement() && message->Get(Dicom_Dictionary::MIREL_COLOR_MAP_UID) == nullptr)
+        message->Remove(Dicom_Tag(tag::kPixelPresentation));
     if (options.displayParameters.empty()) return;
     saved = ReadDisplayParameters(options.displayParameters, file.DataSet().Text(tag::kSopInstance),
                                   options.force);
@@ -313,6 +316,13 @@ std::vector<Note> OpenedImage::Notes() const {
             {"fallback", "without a Modality no window is measured on opening; --auto measures one"});
     }
     return notes;
+}
+
+const SupplementalPalette* OpenedImage::Supplement() {
+    const auto& palette = File().Supplement();
+    const bool isFree = Message().Get(Dicom_Dictionary::MIREL_COLOR_MAP_UID) == nullptr &&
+                        m_Params.GetColorMap() == m_AsOpened.colourMap;
+    return palette && isFree ? &*palette : nullptr;
 }
 
 double OpenedImage::ModalityCenter() {

@@ -146,6 +146,9 @@ public:
     const DicomFile& File() const { return m_Source->file; }
     OBJ_Msg& Message() { return *m_Source->message; }
     refhost::MemoryRaster& Raster() { return m_Source->raster; }
+    /// The colours that stored values have of the image's own, where it is in colour in part and no other
+    /// colours were chosen; or null. Our own UID of a colour map in the image counts as a choice.
+    const SupplementalPalette* Supplement();
     /// The presentation state that is applied, or null.
     const PresentationState* State() const { return m_Source->state; }
     SPC_Modality& Modality() { return m_Modality; }

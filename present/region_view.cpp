@@ -84,7 +84,8 @@ public:
     }
 
     /// Columns `from` to `to` of the row with a painter; what is in colour already needs none.
-    void Paint(const ZEV_Painter* painter, int from, int to, std::uint8_t* out) {
+    void Paint(const ZEV_Painter* painter, const SupplementalPalette* supplement, int from, int to,
+               std::uint8_t* out) {
         if (from >= to) return;
         const std::size_t first = Count(from), count = Count(to) - first,
                           bytes = static_cast<std::size_t>(m_Form);
@@ -101,6 +102,7 @@ public:
         } else {
             const auto paint = m_Form == Picture::kRgb ? &ZEV_Painter::PaintRgb : &ZEV_Painter::Paint;
             (painter->*paint)(pixels, 0, static_cast<int>(count), 1, painted, 0);
+            if (supplement != nullptr) PaintSupplement(*supplement, m_Raster, pixels, count, m_Form, painted);
         }
         for (std::size_t i = 0; i < count; ++i) {
             if (!m_Shown[first + i]) std::memset(painted + i * bytes, 0, bytes);
@@ -290,12 +292,25 @@ Picture RegionView::Draw(int bits) {
         standard = std::make_unique<ZEV_Painter>(m_Image.Frozen(), tableParams);
         if (!standard->IsReady()) throw std::bad_alloc();
     }
+    const SupplementalPalette* const supplement = isColour ? nullptr : m_Image.Supplement();
     // One painter for each region's table.
-    std::unordered_map<const KIT_Mask::Data*, ZEV_Painter> painters;
-    const auto painter_of = [&](const KIT_Mask::Data* tag) {
-        auto* const params = dynamic_cast<ZEV_Params*>(m_Masks.GetParamOf(tag));
-        if (params == nullptr) return standard.get();
-        return &painters.try_emplace(tag, *params, tableParams).first->second;
+    struct Paint {
+        ZEV_Painter painter;
+        const SupplementalPalette* supplement;
+    };
+    std::unordered_map<const KIT_Mask::Data*, Paint> paints;
+    const auto paint_run = [&](const KIT_LinesMask::Run& run, int from, int to, std::uint8_t* out) {
+        auto* const params = dynamic_cast<ZEV_Params*>(m_Masks.GetParamOf(run.data));
+        if (params == nullptr) return row.Paint(standard.get(), supplement, from, to, out);
+        auto found = paints.find(run.data);
+        if (found == paints.end()) {
+            const SupplementalPalette* own = nullptr;
+            for (const auto& region : m_Regions) {
+                if (&region->image.Frozen() == params) own = region->image.Supplement();
+            }
+            found = paints.emplace(run.data, Paint{ZEV_Painter(*params, tableParams), own}).first;
+        }
+        row.Paint(&found->second.painter, found->second.supplement, from, to, out);
     };
     const std::vector<KIT_LinesMask::Run>& runs = m_Masks.GetCombinedMask()->GetRuns();
     auto run = runs.begin();
@@ -305,11 +320,11 @@ Picture RegionView::Draw(int bits) {
         while (run != runs.end() && run->y < y) ++run;
         for (; run != runs.end() && run->y == y; ++run) {
             const int from = std::clamp(run->left, 0, m_Width), to = std::clamp(run->right, 0, m_Width);
-            row.Paint(standard.get(), x, from, picture.Row(y));
-            row.Paint(painter_of(run->data), from, to, picture.Row(y));
+            row.Paint(standard.get(), supplement, x, from, picture.Row(y));
+            paint_run(*run, from, to, picture.Row(y));
             x = to;
         }
-        row.Paint(standard.get(), x, m_Width, picture.Row(y));
+        row.Paint(standard.get(), supplement, x, m_Width, picture.Row(y));
     }
     m_Masks.FinalizeAll(tableParams);
     m_Image.Frozen().Defrost();

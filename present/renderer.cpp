@@ -147,13 +147,41 @@ void RefuseColourIn16Bits(const OpenedImage& image, int bits) {
         throw PresentError(image.File().Path(), "is in colour, and a picture of 16 bits is grey");
 }
 
+void PaintSupplement(const SupplementalPalette& palette, const KIT_Raster& raster, const void* pixels,
+                     std::size_t count, Picture::Form form, std::uint8_t* painted) {
+    const auto paint = [&](auto sample) {
+        const auto* const bytes = static_cast<const unsigned char*>(pixels);
+        for (std::size_t i = 0; i < count; ++i) {
+            std::memcpy(&sample, bytes + i * sizeof sample, sizeof sample);
+            if (!palette.Has(sample)) continue;
+            const std::uint32_t colour = palette.At(sample);
+            const unsigned red = colour >> 16 & 0xFF, green = colour >> 8 & 0xFF, blue = colour & 0xFF;
+            if (form == Picture::kGrey16) {
+                const auto level =
+                    static_cast<std::uint16_t>((299 * red + 587 * green + 114 * blue) * 257 / 1000);
+                std::memcpy(painted + 2 * i, &level, sizeof level);
+            } else {
+                painted[3 * i] = static_cast<std::uint8_t>(red);
+                painted[3 * i + 1] = static_cast<std::uint8_t>(green);
+                painted[3 * i + 2] = static_cast<std::uint8_t>(blue);
+            }
+        }
+    };
+    if (raster.m_BitsPerPixel <= 8) {
+        raster.m_bSigned ? paint(std::int8_t{}) : paint(std::uint8_t{});
+    } else {
+        raster.m_bSigned ? paint(std::int16_t{}) : paint(std::uint16_t{});
+    }
+}
+
 Picture Render(OpenedImage& image, int bits) {
     RefuseColourIn16Bits(image, bits);
     if (image.File().IsColour()) return colour_picture(image);
     ZEV_Params& frozen = image.Frozen();
     frozen.Freeze();
     const ZEV_ColorMap* const map = frozen.GetColorMap();
-    const bool isGrey = map == nullptr || map->IsDummy();
+    const SupplementalPalette* const supplement = image.Supplement();
+    const bool isGrey = (map == nullptr || map->IsDummy()) && supplement == nullptr;
     TableTarget target = PictureTarget(bits);
     if (isGrey && bits == 8) target.depth = 8;
     const TargetForm form(image, target, whole(image));
@@ -173,6 +201,10 @@ Picture Render(OpenedImage& image, int bits) {
     const auto paint = target.depth == 32 ? &ZEV_Painter::PaintRgb : &ZEV_Painter::Paint;
     (painter.*paint)(raster.GetPixels(), std::ptrdiff_t{pixelBytes} * raster.m_Width, raster.m_Width,
                      raster.m_Height, picture.bytes.data(), outBytes);
+    if (supplement != nullptr) {
+        PaintSupplement(*supplement, raster, raster.GetPixels(), image.File().Mono().Count(), picture.form,
+                        picture.bytes.data());
+    }
     raster.Unlock();
     const std::size_t present = image.File().PresentPixels() * static_cast<std::size_t>(picture.form);
     std::fill(picture.bytes.begin() + static_cast<std::ptrdiff_t>(present), picture.bytes.end(),

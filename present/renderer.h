@@ -48,6 +48,11 @@ std::vector<std::uint8_t> TableBytes(ZEV_AbstractWindowingTable& table, const KI
 /// The target of a picture with 8 or 16 bits per sample: true colour, or 65,536 levels of grey.
 TableTarget PictureTarget(int bits);
 
+/// Puts the colours of a supplemental palette over painted pixels; in 16 bits of grey their brightness (ITU-R
+/// BT.601). `pixels` are those of the raster, `painted` is not of 8 bits of grey.
+void PaintSupplement(const SupplementalPalette& palette, const KIT_Raster& raster, const void* pixels,
+                     std::size_t count, Picture::Form form, std::uint8_t* painted);
+
 /// Throws PresentError for an image in colour that is to be drawn in 16 bits.
 void RefuseColourIn16Bits(const OpenedImage& image, int bits);
 
