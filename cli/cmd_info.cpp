@@ -1,6 +1,7 @@
 #include <ZEV/ZEV_ColorMap.h>
 
 #include <refhost/Unicode.h>
+#include <cstdio>
 #include <iostream>
 #include <memory>
 
@@ -8,6 +9,7 @@
 #include "io/dicom_tags.h"
 #include "io/number.h"
 #include "io/printable.h"
+#include "io/real_world_values.h"
 #include "options.h"
 #include "output.h"
 #include "present/presentation.h"
@@ -74,6 +76,49 @@ bool has_overlays(const DicomDataSet& set) {
     return false;
 }
 
+Json real_world_values(const DicomDataSet& set) {
+    Json list = Json::array();
+    for (const RealWorldMapping& mapping : ReadRealWorldMappings(set)) {
+        const bool isLinear = mapping.table.empty();
+        list.push_back({{"label", text_or_null(mapping.label)},
+                        {"explanation", text_or_null(mapping.explanation)},
+                        {"units", text_or_null(mapping.unitsCode)},
+                        {"unitsMeaning", text_or_null(mapping.unitsMeaning)},
+                        {"first", mapping.first},
+                        {"last", mapping.last},
+                        {"slope", isLinear ? Json(mapping.slope) : Json(nullptr)},
+                        {"intercept", isLinear ? Json(mapping.intercept) : Json(nullptr)}});
+    }
+    return list;
+}
+
+Json overlay_planes(const DicomFile& file) {
+    Json list = Json::array();
+    for (const OverlayPlane& plane : file.Overlays()) {
+        char group[8];
+        std::snprintf(group, sizeof group, "%04X", plane.group);
+        list.push_back({{"group", group},
+                        {"rows", plane.rows},
+                        {"columns", plane.columns},
+                        {"origin", {plane.top + 1, plane.left + 1}},
+                        {"type", text_or_null(plane.type)},
+                        {"label", text_or_null(plane.label)},
+                        {"description", text_or_null(plane.description)},
+                        {"embedded", plane.isEmbedded}});
+    }
+    return list;
+}
+
+Json applied_state(const OpenedImage& image) {
+    const PresentationState* const state = image.State();
+    if (state == nullptr) return nullptr;
+    return {{"file", state->path},
+            {"sopInstanceUid", text_or_null(state->set.Text(tag::kSopInstance))},
+            {"label", text_or_null(state->Label())},
+            {"description", text_or_null(state->set.Text(tag::kContentDescription))},
+            {"created", text_or_null(state->Created())}};
+}
+
 void describe_file(const OpenedImage& image, int frame, Json& info) {
     const DicomFile& file = image.File();
     const DicomDataSet& set = file.DataSet();
@@ -90,6 +135,10 @@ void describe_file(const OpenedImage& image, int frame, Json& info) {
     info["overlays"] = has_overlays(set);
     info["presentationStates"] = set.Has(tag::kReferencedPresentationStates);
     info["palettes"] = set.Has(tag::kPaletteDescriptor);
+    info["supplementalPalette"] = file.Supplement().has_value();
+    info["overlayPlanes"] = overlay_planes(file);
+    info["realWorldValues"] = real_world_values(file.OwnDataSet());
+    info["presentationState"] = applied_state(image);
 }
 
 void describe_window(OpenedImage& image, Json& info) {
@@ -184,6 +233,23 @@ void print_for_people(const Json& info, std::ostream& out) {
         out << text("bitsPerPixel") << " bits, " << (info["signed"].get<bool>() ? "signed" : "unsigned")
             << (info["localizer"].get<bool>() ? ", localizer\n" : "\n");
         print_window(info, out);
+    }
+    for (const Json& plane : info["overlayPlanes"]) {
+        out << "  overlay   " << text_of(plane["group"]) << ", " << text_of(plane["columns"]) << " x "
+            << text_of(plane["rows"]) << " at row " << text_of(plane["origin"][0]) << ", column "
+            << text_of(plane["origin"][1]) << (plane["label"].is_null() ? "" : ": " + text_of(plane["label"]))
+            << "\n";
+    }
+    for (const Json& mapping : info["realWorldValues"]) {
+        out << "  real      " << (mapping["label"].is_null() ? "" : text_of(mapping["label"]) + ": ")
+            << "stored " << text_of(mapping["first"]) << " to " << text_of(mapping["last"]) << " x "
+            << text_of(mapping["slope"]) << " + " << text_of(mapping["intercept"])
+            << (mapping["units"].is_null() ? "" : " " + text_of(mapping["units"])) << "\n";
+    }
+    if (!info["presentationState"].is_null()) {
+        const Json& state = info["presentationState"];
+        out << "  state     " << text_of(state["file"]) << ", " << text_of(state["label"]) << ", "
+            << text_of(state["created"]) << "\n";
     }
     for (const Json& note : info["notes"]) out << "  note      " << text_of(note["text"]) << "\n";
 }

@@ -7,6 +7,7 @@
 #include "number.h"
 #include "pixel_decoder.h"
 #include "present_error.h"
+#include "refusal.h"
 
 DicomFile DicomFile::Load(const std::string& path, LoadOptions options, const AttributeSource& changes) {
     DicomFileContent content = ReadDicomFile(path, options);
@@ -87,7 +88,10 @@ void DicomFile::take_colour(const StoredFrame& frame) {
 
 void DicomFile::take_mono(const StoredFrame& frame) {
     if (m_DataSet.FirstItem(tag::kModalityLutSequence) != nullptr) {
+        if (frame.isReal) throw PresentError(m_Path, "has floating-point pixels and a Modality LUT");
         look_up(frame);
+    } else if (frame.isReal) {
+        reduce_real(frame);
     } else {
         reduce(frame);
     }
@@ -146,13 +150,11 @@ void DicomFile::look_up(const StoredFrame& frame) {
 /// Up to 16 bits the values stay.
 void DicomFile::reduce(const StoredFrame& frame) {
     const bool isDeep = frame.bitsStored > 16;
-    const double slope = m_DataSet.Number(tag::kRescaleSlope, 1);
-    const double intercept = m_DataSet.Number(tag::kRescaleIntercept, 0);
     DeepReduction reduction;
     reduction.isSigned = frame.isSigned;
     if (isDeep) {
         WidenBySamples(frame, std::nullopt, &m_StoredRange);
-        reduction = ReduceDeepPixels(m_StoredRange->first, m_StoredRange->second, slope);
+        reduction = ReduceDeepPixels(m_StoredRange->first, m_StoredRange->second);
     }
     m_Reduction = reduction;
     m_Mono.bits = std::min(frame.bitsStored, 16);
@@ -171,12 +173,34 @@ void DicomFile::reduce(const StoredFrame& frame) {
     m_Notes.push_back({"pixels", was + "(value - " + std::to_string(reduction.offset) + ") / " +
                                      std::to_string(reduction.divisor) +
                                      ", taken back by the rescale slope and intercept"});
+    describe_reduction(static_cast<double>(reduction.offset), static_cast<double>(reduction.divisor));
+}
+
+void DicomFile::reduce_real(const StoredFrame& frame) {
+    m_Mono.bits = 16;
+    m_Mono.Resize(frame.Pixels());
+    const RealReduction reduction = ReduceRealPixels(frame, m_DataSet, &m_Mono);
+    m_Notes.push_back({"pixels", "floating-point pixels reduced to 16 bits: (value - " +
+                                     NumberText(reduction.offset) + ") / " + NumberText(reduction.step) +
+                                     ", taken back by the rescale slope and intercept"});
+    if (reduction.absent > 0) {
+        m_Notes.push_back(
+            {"absent", CountOf(reduction.absent, "pixel") + " without a value, shown below the lowest one"});
+    }
+    describe_reduction(reduction.offset, reduction.step);
+}
+
+/// Values are presented that stand for offset + step x value.
+void DicomFile::describe_reduction(double offset, double step) {
     m_bAsStored = false;
+    m_bReduced = true;
+    const double slope = m_DataSet.Number(tag::kRescaleSlope, 1);
+    const double intercept = m_DataSet.Number(tag::kRescaleIntercept, 0);
     const auto put = [this](std::uint32_t tag, double value) {
-        replace(tag, DicomElement{"DS", DecimalText(value), {}});
+        replace(tag, DicomElement{"DS", NumberText(value), {}});
     };
-    put(tag::kRescaleSlope, slope * static_cast<double>(reduction.divisor));
-    put(tag::kRescaleIntercept, intercept + slope * static_cast<double>(reduction.offset));
+    put(tag::kRescaleSlope, slope * step);
+    put(tag::kRescaleIntercept, intercept + slope * offset);
     // The padding value has no place among the reduced ones, and real-world mappings describe the values
     // before.
     for (std::uint32_t tag :

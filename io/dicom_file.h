@@ -71,6 +71,8 @@ public:
     /// Smallest and largest pixel value of the frame, padding left out: of Mono(), and of the pixels as
     /// stored, before a Modality LUT and a reduction to 16 bits. Nothing for an image in colour or of nothing
     /// but padding.
+    /// The pixel values stand for others, by a rescale that may have fractions.
+    bool IsReduced() const { return m_bReduced; }
     ValueRange Range() const;
     ValueRange StoredRange() const { return m_bAsStored ? Range() : m_StoredRange; }
     /// Smallest and largest value over all frames, padding left out, on the scale of Mono(). Reads every
@@ -86,6 +88,8 @@ private:
     void take_mono(const StoredFrame& frame);
     void look_up(const StoredFrame& frame);
     void reduce(const StoredFrame& frame);
+    void reduce_real(const StoredFrame& frame);
+    void describe_reduction(double offset, double step);
     void take_supplement();
     void note_missing();
     void take_overlays(const StoredFrame& frame, const std::string& transferSyntax);
@@ -109,6 +113,7 @@ private:
     std::optional<DeepReduction> m_Reduction;
     /// The values of Mono() are the stored ones; else these have a range of their own.
     bool m_bAsStored = true;
+    bool m_bReduced = false;
     ValueRange m_StoredRange;
     std::optional<SupplementalPalette> m_Supplement;
     std::vector<OverlayPlane> m_Overlays;

@@ -43,7 +43,7 @@ void widen_for_padding(const DicomDataSet& dataSet, StoredFrame* frame) {
 }
 
 /// Takes nothing on trust that a decoder or an allocation depends on.
-PixelHeader read_header(const DicomDataSet& dataSet) {
+PixelHeader read_header(const DicomDataSet& dataSet, int realBytes) {
     PixelHeader header;
     StoredFrame& frame = header.frame;
     frame.rows = dataSet.Word(tag::kRows, 0);
@@ -57,9 +57,15 @@ PixelHeader read_header(const DicomDataSet& dataSet) {
     if (frame.samples != 1 && frame.samples != 3) {
         throw Refusal("has " + std::to_string(frame.samples) + " samples per pixel; 1 or 3 can be presented");
     }
-    frame.bitsAllocated = dataSet.Word(tag::kBitsAllocated, 0);
+    frame.bitsAllocated = dataSet.Word(tag::kBitsAllocated, 8 * realBytes);
+    frame.isReal = realBytes != 0;
+    if (frame.isReal && (frame.samples != 1 || frame.bitsAllocated != 8 * realBytes)) {
+        throw Refusal("has floating-point pixels of " + std::to_string(frame.bitsAllocated) + " bits and " +
+                      CountOf(static_cast<unsigned>(frame.samples), "sample"));
+    }
     const int allocated[] = {1, 8, 12, 16, 24, 32};
-    if (std::find(std::begin(allocated), std::end(allocated), frame.bitsAllocated) == std::end(allocated)) {
+    if (!frame.isReal &&
+        std::find(std::begin(allocated), std::end(allocated), frame.bitsAllocated) == std::end(allocated)) {
         throw Refusal("has " + CountOf(static_cast<unsigned>(frame.bitsAllocated), "bit") +
                       " allocated per sample");
     }
@@ -172,7 +178,7 @@ LastImage& g_LastImage = *new LastImage;
 ImagePtr keep_image(const FileKey& key, DicomHead head) {
     const auto image = std::make_shared<Image>();
     image->head = std::move(head);
-    image->header = read_header(image->head.dataSet);
+    image->header = read_header(image->head.dataSet, image->head.pixels.realBytes);
     g_LastImage.Put(key, image);
     return image;
 }
@@ -209,6 +215,7 @@ ValueRange read_range(const Image& image, bool partial) {
     if (image.header.frame.bitsAllocated <= 16)
         padding = ReadPadding(image.head.dataSet, image.header.frame.isSigned);
     ValueRange range;
+    if (image.header.frame.isReal) return range;
     for (int index = 0; index < image.header.frames; ++index) {
         try {
             WidenBySamples(image.Decode(index, partial), padding, &range);
@@ -228,9 +235,9 @@ void write(ByteWriter& answer, const DicomFileContent& content) {
     const StoredFrame& frame = content.frame;
     answer.Bytes(content.transferSyntax);
     answer.DataSet(content.dataSet);
-    for (int number :
-         {content.frames, frame.rows, frame.columns, frame.samples, frame.sampleBytes, frame.bitsAllocated,
-          frame.bitsStored, frame.highBit, static_cast<int>(frame.isSigned)}) {
+    for (int number : {content.frames, frame.rows, frame.columns, frame.samples, frame.sampleBytes,
+                       frame.bitsAllocated, frame.bitsStored, frame.highBit, static_cast<int>(frame.isSigned),
+                       static_cast<int>(frame.isReal)}) {
         answer.Number(static_cast<std::uint64_t>(number));
     }
     answer.Number(frame.present);
@@ -247,6 +254,7 @@ void parse(ByteReader& answer, DicomFileContent* content) {
         *number = static_cast<int>(answer.Number());
     }
     frame.isSigned = answer.Number() != 0;
+    frame.isReal = answer.Number() != 0;
     frame.present = answer.Number();
     frame.photometric = answer.Bytes();
     frame.data = answer.Bytes();
@@ -339,12 +347,14 @@ auto read_image(const std::string& path, bool partial, Work work) {
 }
 
 void require_sane(const std::string& path, const StoredFrame& frame) {
-    const bool sane = frame.rows > 0 && frame.rows <= 65535 && frame.columns > 0 && frame.columns <= 65535 &&
-                      (frame.samples == 1 || frame.samples == 3) &&
-                      (frame.sampleBytes == 1 || frame.sampleBytes == 2 || frame.sampleBytes == 4) &&
-                      frame.bitsStored >= 1 && frame.highBit >= frame.bitsStored - 1 &&
-                      frame.highBit < 8 * frame.sampleBytes && frame.bitsAllocated <= 32 &&
-                      frame.present >= 1 && frame.present <= frame.Pixels();
+    const bool sane =
+        frame.rows > 0 && frame.rows <= 65535 && frame.columns > 0 && frame.columns <= 65535 &&
+        (frame.samples == 1 || frame.samples == 3) &&
+        (frame.isReal ? frame.samples == 1 && (frame.sampleBytes == 4 || frame.sampleBytes == 8)
+                      : frame.sampleBytes == 1 || frame.sampleBytes == 2 || frame.sampleBytes == 4) &&
+        frame.bitsStored >= 1 && frame.highBit >= frame.bitsStored - 1 &&
+        frame.highBit < 8 * frame.sampleBytes && frame.bitsAllocated <= (frame.isReal ? 64 : 32) &&
+        frame.present >= 1 && frame.present <= frame.Pixels();
     if (!sane ||
         frame.data.size() != frame.Pixels() * static_cast<std::size_t>(frame.samples * frame.sampleBytes)) {
         throw PresentError(path, "the pixel data cannot be decoded");

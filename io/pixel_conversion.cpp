@@ -30,22 +30,59 @@ std::int32_t MonoPixels::Get(std::size_t pixel) const {
     return isSigned ? static_cast<std::int16_t>(word) : word;
 }
 
-DeepReduction ReduceDeepPixels(std::int64_t low, std::int64_t high, double slope) {
+DeepReduction ReduceDeepPixels(std::int64_t low, std::int64_t high) {
     DeepReduction reduction;
     if (low >= 0 && high <= 65535) return reduction;
-    reduction.isSigned = low < 0;
-    if (low >= -32768 && high <= 32767) return reduction;
+    reduction.isSigned = low < 0 && low >= -32768 && high <= 32767;
+    if (reduction.isSigned) return reduction;
+    reduction.offset = low;
+    reduction.divisor = std::max<std::int64_t>(1, (high - low + 65534) / 65535);
+    return reduction;
+}
 
-    const double shift = static_cast<double>(low) * slope;
-    if (std::abs(shift) < 1e9 && shift == std::floor(shift)) {
-        reduction.isSigned = false;
-        reduction.offset = low;
-        reduction.divisor = std::max<std::int64_t>(1, (high - low + 65534) / 65535);
-    } else if (low >= 0) {
-        reduction.divisor = (high + 65534) / 65535;
-    } else {
-        reduction.divisor = std::max({std::int64_t{1}, (high + 32766) / 32767, (-low + 32767) / 32768});
+RealReduction ReduceRealPixels(const StoredFrame& frame, const DicomDataSet& dataSet, MonoPixels* pixels) {
+    const auto number = [&dataSet](std::uint32_t single, std::uint32_t wide) -> std::optional<double> {
+        for (const std::uint32_t tag : {wide, single}) {
+            const std::vector<double> numbers = dataSet.Numbers(tag, 1);
+            if (!numbers.empty()) return numbers[0];
+        }
+        return std::nullopt;
+    };
+    const std::optional<double> padding = number(tag::kFloatPixelPadding, tag::kDoubleFloatPixelPadding),
+                                limit =
+                                    number(tag::kFloatPixelPaddingLimit, tag::kDoubleFloatPixelPaddingLimit);
+    const auto is_absent = [&](double value) {
+        if (!std::isfinite(value)) return true;
+        if (!padding) return false;
+        const double other = limit.value_or(*padding);
+        return value >= std::min(*padding, other) && value <= std::max(*padding, other);
+    };
+    RealReduction reduction;
+    double low = 0.0, high = 0.0;
+    bool isAny = false, areWhole = true;
+    for (std::size_t i = 0; i < frame.present; ++i) {
+        const double value = frame.Real(i);
+        if (is_absent(value)) {
+            ++reduction.absent;
+            continue;
+        }
+        low = isAny ? std::min(low, value) : value;
+        high = isAny ? std::max(high, value) : value;
+        areWhole = areWhole && value == std::floor(value);
+        isAny = true;
     }
+    // Half of the range cannot overflow.
+    const double first = reduction.absent > 0 ? 1.0 : 0.0, last = 65535.0 - first;
+    const double span = high / 2.0 - low / 2.0;
+    reduction.step = areWhole && span <= last / 2.0 ? 1.0 : span / (last / 2.0);
+    if (!(reduction.step > std::numeric_limits<double>::min())) reduction.step = 1.0;
+    for (std::size_t i = 0; i < frame.present; ++i) {
+        const double value = frame.Real(i);
+        const double level =
+            is_absent(value) ? 0.0 : std::round((value / 2.0 - low / 2.0) / (reduction.step / 2.0)) + first;
+        pixels->Put(i, static_cast<std::int32_t>(std::clamp(level, 0.0, 65535.0)));
+    }
+    reduction.offset = low - first * reduction.step;
     return reduction;
 }
 

@@ -48,10 +48,18 @@ struct DeepReduction {
     bool isSigned = false;
 };
 
-/// The reduction to 16 bits for pixels from `low` to `high`. It is exact where the range allows. An offset is
-/// taken only where offset x slope, which goes into the rescale intercept, is a whole number: the intercept
-/// is used as one.
-DeepReduction ReduceDeepPixels(std::int64_t low, std::int64_t high, double slope);
+/// The reduction to 16 bits for pixels from `low` to `high`. It is exact where the range allows.
+DeepReduction ReduceDeepPixels(std::int64_t low, std::int64_t high);
+
+/// How real numbers were reduced to unsigned ones of 16 bits: stored = (original - offset) / step, rounded to
+/// nearest. What is not a number, or padding, is 0 and lies below all others.
+struct RealReduction {
+    double offset = 0.0;
+    double step = 1.0;
+    std::size_t absent = 0;
+};
+/// Reduces the pixels that are there over their range; whole numbers exactly where the range allows.
+RealReduction ReduceRealPixels(const StoredFrame& frame, const DicomDataSet& dataSet, MonoPixels* pixels);
 
 /// A table of the image's own: a Modality LUT (PS3.3 C.11.1) or one colour of a palette (C.7.6.3.1.5). A
 /// value below the first mapped one takes the first entry, one beyond the end the last.

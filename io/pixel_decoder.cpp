@@ -44,7 +44,7 @@ void read_native(const PixelSource& source, const PixelHeader& header, int index
         throw Refusal("pixel data are cut short: " + std::to_string(value.size) + " bytes of " +
                       std::to_string(needed));
     }
-    frame->sampleBytes = bytes_for(frame->bitsAllocated);
+    frame->sampleBytes = frame->isReal ? frame->bitsAllocated / 8 : bytes_for(frame->bitsAllocated);
     if (count * static_cast<unsigned>(frame->sampleBytes) > kMaxFrameBytes && value.size < needed)
         throw Refusal("one frame takes more than 1 GiB");
 
@@ -62,7 +62,7 @@ void read_native(const PixelSource& source, const PixelHeader& header, int index
                                           : have / static_cast<unsigned>(frame->samples);
     bytes.resize((skipped + frameSamples * bits + 7) / 8);
 
-    if (!isHalved && !isPlanar && (bits == 8 || bits == 16 || bits == 32)) {
+    if (!isHalved && !isPlanar && (frame->isReal || bits == 8 || bits == 16 || bits == 32)) {
         frame->data = std::move(bytes);
         return;
     }
@@ -245,6 +245,7 @@ bool IsStream(const std::string& transferSyntax) { return is_among(kStreams, tra
 StoredFrame DecodePixels(const PixelSource& source, const std::string& syntax, const PixelHeader& header,
                          int index, bool partial) {
     StoredFrame frame = header.frame;
+    if (frame.isReal && source.isEncapsulated) throw Refusal("has compressed floating-point pixels");
     if (!source.isEncapsulated) {
         if (!is_among(kNative, syntax)) throw Refusal("compressed pixel data are not in fragments");
         read_native(source, header, index, partial, &frame);

@@ -56,18 +56,28 @@ std::vector<std::uint64_t> OffsetsOf(const std::string& table, std::size_t size)
     return offsets;
 }
 
+std::optional<int> RealBytesOf(std::uint32_t tag) {
+    if (tag == tag::kPixelData) return 0;
+    if (tag == tag::kFloatPixelData) return 4;
+    if (tag == tag::kDoubleFloatPixelData) return 8;
+    return std::nullopt;
+}
+
 std::optional<PixelSource> FindPixels(const std::shared_ptr<const FileBytes>& file, std::uint64_t value) {
     if (value < 12 || value > file->Size()) return std::nullopt;
     // An explicit header is tag, VR, two zeros and length; an implicit one tag and length.
     const std::string header = file->Read({value - 12, 12});
-    const bool isExplicit = tag_at(header, 0) == tag::kPixelData && number_at(header, 6, 2) == 0;
-    if (!isExplicit && tag_at(header, 4) != tag::kPixelData) return std::nullopt;
+    const bool isExplicit = RealBytesOf(tag_at(header, 0)) && number_at(header, 6, 2) == 0;
+    const std::optional<int> realBytes = RealBytesOf(tag_at(header, isExplicit ? 0 : 4));
+    if (!realBytes) return std::nullopt;
 
     PixelSource source;
+    source.realBytes = *realBytes;
     source.read = [file](Extent extent) { return file->Read(extent); };
     const std::uint64_t length = number_at(header, 8, 4), left = file->Size() - value;
     source.isEncapsulated = length == kUndefinedLength;
     if (source.isEncapsulated) {
+        if (source.realBytes != 0) return std::nullopt;
         if (!find_fragments(*file, value, &source)) return std::nullopt;
     } else {
         source.claimed = length;

@@ -53,8 +53,8 @@ public:
         std::uint32_t last = 0;
         while (position < m_Bytes.size() && header->pixels == 0) {
             const std::uint32_t tag = m_Parser.Tag(position, m_Bytes.size());
-            if (tag == tag::kPixelData) {
-                header->pixels = pixel_value(position);
+            if (const std::optional<int> realBytes = RealBytesOf(tag)) {
+                header->pixels = pixel_value(position, *realBytes);
                 continue;
             }
             elements.push_back(read(position, m_Bytes.size(), &last));
@@ -130,14 +130,15 @@ private:
         return set;
     }
 
-    std::uint64_t pixel_value(std::size_t position) const {
+    std::uint64_t pixel_value(std::size_t position, int realBytes) const {
         if (!m_Parser.GetEncoding().explicitVr) {
             if (m_Parser.Number(position + 4, 4) == kUndefinedLength) throw Unusual();
             return position + 8;
         }
         if (m_Bytes.size() - position < 12) throw CutShortData("");
         const std::string_view vr = m_Bytes.substr(position + 4, 2);
-        if ((vr != "OB" && vr != "OW") || m_Parser.Number(position + 6, 2) != 0) throw Unusual();
+        const bool isGood = realBytes == 0 ? vr == "OB" || vr == "OW" : vr == (realBytes == 4 ? "OF" : "OD");
+        if (!isGood || m_Parser.Number(position + 6, 2) != 0) throw Unusual();
         return position + 12;
     }
 

@@ -14,6 +14,7 @@
 #include "io/dicom_tags.h"
 #include "io/number.h"
 #include "io/present_error.h"
+#include "io/real_world_values.h"
 #include "renderer.h"
 
 namespace {
@@ -69,6 +70,17 @@ public:
 
     void Stored(ImagePoint point) {
         const std::size_t at = index(point);
+        const std::int32_t pixel = m_Image.File().Mono().Get(at);
+        if (m_Cells.isReal) {
+            const double value = m_Cells.Real(at);
+            Add("stored",
+                "column " + std::to_string(point.x) + ", row " + std::to_string(point.y) +
+                    ": a floating-point number of " + std::to_string(m_Cells.bitsAllocated) + " bits, " +
+                    NumberText(value),
+                {tag::kBitsAllocated}, value);
+            Add("pixel", "as presented: " + std::to_string(pixel), {}, pixel);
+            return real_world(value);
+        }
         const int size = 8 * m_Cells.sampleBytes;
         char bits[16];
         std::snprintf(bits, sizeof bits, "0x%0*X", size / 4, m_Cells.Bits(at));
@@ -80,10 +92,10 @@ public:
                 std::to_string(value),
             {tag::kBitsAllocated, tag::kBitsStored, tag::kHighBit, tag::kPixelRepresentation},
             static_cast<double>(value));
-        const std::int32_t pixel = m_Image.File().Mono().Get(at);
         if (m_Own.FirstItem(tag::kModalityLutSequence) != nullptr || pixel != value) {
             Add("pixel", "as presented: " + std::to_string(pixel), {tag::kModalityLutSequence}, pixel);
         }
+        real_world(static_cast<double>(value));
     }
 
     void Padding(ImagePoint point) {
@@ -249,8 +261,10 @@ public:
         if (isSigmoid) {
             name = "SIGMOID";
             y = 255.0 / (1.0 + std::exp(-4.0 * (x - center) / width));
-        } else if (m_Own.Text(tag::kVoiLutFunction) == "LINEAR_EXACT" || m_Image.State() != nullptr) {
-            // The ends of a state's window are those of the exact function.
+        } else if (m_Own.Text(tag::kVoiLutFunction) == "LINEAR_EXACT" || m_Image.State() != nullptr ||
+                   m_Image.File().IsReduced()) {
+            // The ends of a state's window are those of the exact function. Of real numbers LINEAR is not
+            // defined.
             name = "LINEAR_EXACT";
             y = std::clamp((x - center) / width + 0.5, 0.0, 1.0) * 255.0;
         } else if (width <= 1.0) {
@@ -266,6 +280,16 @@ public:
     }
 
 private:
+    void real_world(double stored) {
+        for (const RealWorldMapping& mapping : ReadRealWorldMappings(m_Own)) {
+            const std::optional<double> value = mapping.Of(stored);
+            if (!value) continue;
+            const std::string& name = mapping.label.empty() ? mapping.explanation : mapping.label;
+            Add("real-world",
+                text_of(*value) + " " + mapping.unitsCode + (name.empty() ? "" : ", '" + name + "'"),
+                {tag::kRealWorldValueMapping}, value);
+        }
+    }
     std::size_t index(ImagePoint point) const {
         return static_cast<std::size_t>(point.y) * static_cast<std::size_t>(m_Image.File().Columns()) +
                static_cast<std::size_t>(point.x);

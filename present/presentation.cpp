@@ -358,6 +358,8 @@ bool OpenedImage::HasNaturalGammaInstead() {
 }
 
 bool OpenedImage::loses_fractions(const ModalityWindow& window) const {
+    // The library takes a whole intercept and a float slope.
+    if (File().IsReduced()) return true;
     if (m_Rescale.slope == 0.0 || !(std::fabs(m_Rescale.slope) < 1.0)) return false;
     const double lost = std::fabs(window.center - std::trunc(window.center)) +
                         std::fabs(window.width - std::trunc(window.width));
@@ -374,7 +376,7 @@ void OpenedImage::change_to_stored_values() {
 }
 
 void OpenedImage::change_to_modality_values() {
-    if (m_bUseRescale) return;
+    if (m_bUseRescale || File().IsReduced()) return;
     m_bUseRescale = true;
     m_Params.SetUseRescale(true);
     if (m_Rescale.slope < 0.0) m_Params.InitInverse(!m_Params.IsInverse());
@@ -475,8 +477,8 @@ void OpenedImage::set_ends(double low, double high) {
     double from = (low - m_Rescale.intercept) / m_Rescale.slope,
            to = (high - m_Rescale.intercept) / m_Rescale.slope;
     const double first = Raster().m_bSigned ? -std::ldexp(1.0, Raster().m_BitsPerPixel - 1) : 0.0;
-    const bool isExact = m_Rescale.slope > 0.0 && from >= first && is_whole(low) && is_whole(high) &&
-                         is_whole(from) && is_whole(to) && is_whole(m_Rescale.intercept) &&
+    const bool isExact = !File().IsReduced() && m_Rescale.slope > 0.0 && from >= first && is_whole(low) &&
+                         is_whole(high) && is_whole(from) && is_whole(to) && is_whole(m_Rescale.intercept) &&
                          m_Rescale.slope == static_cast<double>(static_cast<float>(m_Rescale.slope));
     if (isExact) {
         from = low, to = high;
@@ -586,12 +588,16 @@ void OpenedImage::use_stored_values_for_fractions() {
         window = {entry->GetCenter(), entry->GetWidth()};
     } else if (ZEV_Dicom::GetAutoWinValuesForImage(&Message(), &storedWidth, &storedCenter)) {
         window = m_Rescale.Window({storedCenter, storedWidth});
+    } else if (File().IsReduced()) {
+        window = m_Rescale.Window({32768, 65536});
     } else {
         return;
     }
     if (!loses_fractions(window)) return;
-    // A measured window that whole numbers made 0 and 0 gave way to the fixed one.
-    if (m_WindowSource == WindowSource::kFallback) m_WindowSource = WindowSource::kAutomatic;
+    // A window that whole numbers made 0 and 0 gave way to the fixed one.
+    if (m_WindowSource == WindowSource::kFallback && (entry != nullptr || storedWidth != 0)) {
+        m_WindowSource = entry != nullptr ? WindowSource::kVoiLutEntry : WindowSource::kAutomatic;
+    }
     choose_units(window);
     if (m_bUseRescale) {
         m_Params.InitCenter(truncated(window.center));

@@ -270,11 +270,10 @@ void read_whole(const std::string& path, Source* source) {
         throw Refusal("the DICOM data are cut short");
 }
 
-void require_pixels(const DicomDataSet& dataSet, const gdcm::DataSet& source) {
-    if (source.FindDataElement(kPixelTag)) return;
-    if (source.FindDataElement(gdcm::Tag(tag::kFloatPixelData)) ||
-        source.FindDataElement(gdcm::Tag(tag::kDoubleFloatPixelData))) {
-        throw Refusal("holds floating-point pixels, which cannot be presented");
+/// The attribute that holds the pixels.
+std::uint32_t require_pixels(const DicomDataSet& dataSet, const gdcm::DataSet& source) {
+    for (const std::uint32_t tag : {tag::kPixelData, tag::kFloatPixelData, tag::kDoubleFloatPixelData}) {
+        if (source.FindDataElement(gdcm::Tag(tag))) return tag;
     }
     if (dataSet.elements.empty()) throw Refusal("not a DICOM file");
     const std::string sopClass = dataSet.Text(tag::kSopClass);
@@ -282,9 +281,10 @@ void require_pixels(const DicomDataSet& dataSet, const gdcm::DataSet& source) {
                   (sopClass.empty() ? "" : " (SOP class " + sopClass + ")"));
 }
 
-PixelSource pixels_in_memory(std::shared_ptr<const gdcm::Reader> reader) {
+PixelSource pixels_in_memory(std::shared_ptr<const gdcm::Reader> reader, std::uint32_t tag) {
     PixelSource source;
-    const gdcm::DataElement& element = reader->GetFile().GetDataSet().GetDataElement(kPixelTag);
+    source.realBytes = RealBytesOf(tag).value_or(0);
+    const gdcm::DataElement& element = reader->GetFile().GetDataSet().GetDataElement(gdcm::Tag(tag));
     const gdcm::SequenceOfFragments* fragments = element.GetSequenceOfFragments();
     std::vector<const gdcm::ByteValue*> values;
     if (fragments == nullptr) {
@@ -332,8 +332,7 @@ DicomHead ReadHeadByLibrary(const std::string& path, bool partial) {
     if (isHeadEnough) {
         head.pixels = std::move(*source.pixels);
     } else {
-        require_pixels(head.dataSet, dataSet);
-        head.pixels = pixels_in_memory(source.reader);
+        head.pixels = pixels_in_memory(source.reader, require_pixels(head.dataSet, dataSet));
     }
     const char* syntax = source.Syntax().GetString();
     head.transferSyntax = syntax == nullptr ? "" : syntax;
