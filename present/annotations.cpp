@@ -28,8 +28,8 @@ constexpr std::uint32_t kAnnotations = DicomTag(0x0070, 0x0001), kLayer = DicomT
                         kLayers = DicomTag(0x0070, 0x0060), kOrder = DicomTag(0x0070, 0x0062),
                         kGrey = DicomTag(0x0070, 0x0066), kCieLab = DicomTag(0x0070, 0x0401);
 
-/// More than this shows nothing more.
-constexpr std::size_t kMostPoints = 2000000;
+/// What the number of points can say.
+constexpr std::size_t kMostPoints = 65535;
 constexpr double kLineWidth = 1.5;
 constexpr double kPointSize = 4.0;
 constexpr double kFarthest = 1e7;
@@ -75,12 +75,11 @@ std::optional<Graphic> read_graphic(const DicomDataSet& item) {
     graphic.type = item.Text(kType);
     graphic.units = units_of(item, kGraphicUnits);
     graphic.isFilled = item.Text(kFilled) == "Y";
-    const std::vector<double> data = item.Numbers(kPoints, 2 * kMostPoints);
+    const std::vector<double> data = item.Numbers(kPoints, 2 * kMostPoints + 2);
     if (item.Word(kDimensions, 2) != 2 || data.size() % 2 != 0) return std::nullopt;
     const std::size_t count = data.size() / 2;
     const int claimed = item.Word(kPointCount, static_cast<int>(count));
-    // The count has 16 bits, and there may be more points than it can say.
-    if (count < 65536 && static_cast<std::size_t>(claimed) != count) return std::nullopt;
+    if (count > kMostPoints || static_cast<std::size_t>(claimed) != count) return std::nullopt;
     for (std::size_t i = 0; i < count; ++i) {
         if (!(std::fabs(data[2 * i]) <= kFarthest) || !(std::fabs(data[2 * i + 1]) <= kFarthest))
             return std::nullopt;
@@ -128,11 +127,14 @@ std::optional<TextObject> read_text(const DicomDataSet& state, const DicomDataSe
 /// How much of a pixel lies within half a line's width of a segment.
 double coverage(double distance) { return std::clamp(kLineWidth / 2.0 + 0.5 - distance, 0.0, 1.0); }
 
-/// Lines of one stroke: a pixel gets the largest coverage that any of its segments gives it, so that joints do
+/// Draws lines. Of those of one stroke a pixel gets the largest coverage that any of its segments gives it, so that joints do
 /// not show.
 class Stroke {
 public:
-    explicit Stroke(const Canvas& canvas) : m_Canvas(canvas) {}
+    explicit Stroke(const Canvas& canvas)
+        : m_Canvas(canvas),
+          m_Cover(static_cast<std::size_t>(canvas.picture.width) *
+                  static_cast<std::size_t>(canvas.picture.height)) {}
 
     void Line(Point from, Point to) {
         if (!clip(from, to)) return;
@@ -158,22 +160,28 @@ public:
     }
 
     void Finish(const Ink& ink) {
-        for (const auto& [place, cover] : m_Cover)
-            m_Canvas.Blend(static_cast<int>(place % kRow), static_cast<int>(place / kRow), ink, cover);
-        m_Cover.clear();
+        const auto width = static_cast<std::size_t>(m_Canvas.picture.width);
+        for (const std::size_t place : m_Touched) {
+            m_Canvas.Blend(static_cast<int>(place % width), static_cast<int>(place / width), ink,
+                           static_cast<double>(m_Cover[place]));
+            m_Cover[place] = 0.0F;
+        }
+        m_Touched.clear();
     }
 
 private:
-    static constexpr std::int64_t kRow = 1 << 20;
-
     void dot(int x, int y, Point from, double dx, double dy, double length) {
         if (x < 0 || y < 0 || x >= m_Canvas.picture.width || y >= m_Canvas.picture.height) return;
         const double px = x + 0.5 - from.x, py = y + 0.5 - from.y;
         const double t = length > 0.0 ? std::clamp((px * dx + py * dy) / (length * length), 0.0, 1.0) : 0.0;
         const double cover = coverage(std::hypot(px - t * dx, py - t * dy));
         if (cover <= 0.0) return;
-        double& kept = m_Cover[y * kRow + x];
-        kept = std::max(kept, cover);
+        const std::size_t place =
+            static_cast<std::size_t>(y) * static_cast<std::size_t>(m_Canvas.picture.width) +
+            static_cast<std::size_t>(x);
+        float& kept = m_Cover[place];
+        if (kept == 0.0F) m_Touched.push_back(place);
+        kept = std::max(kept, static_cast<float>(cover));
     }
 
     /// To the picture and a little around it (Liang and Barsky). False where nothing is left.
@@ -201,7 +209,8 @@ private:
     }
 
     const Canvas& m_Canvas;
-    std::map<std::int64_t, double> m_Cover;
+    std::vector<float> m_Cover;
+    std::vector<std::size_t> m_Touched;
 };
 
 /// The inside of a closed outline by the even-odd rule, pixel centres.
@@ -281,8 +290,9 @@ public:
     bool IsColoured() const override { return !m_Layer.ink.IsGrey(); }
 
     void Draw(const Canvas& canvas) const override {
-        for (const Graphic& graphic : graphics) draw(canvas, graphic);
-        for (const TextObject& text : texts) draw(canvas, text);
+        Stroke stroke(canvas);
+        for (const Graphic& graphic : graphics) draw(canvas, graphic, stroke);
+        for (const TextObject& text : texts) draw(canvas, text, stroke);
     }
 
 private:
@@ -309,10 +319,9 @@ private:
         return graphic.type == "INTERPOLATED" ? interpolated(p) : p;
     }
 
-    void draw(const Canvas& canvas, const Graphic& graphic) const {
+    void draw(const Canvas& canvas, const Graphic& graphic, Stroke& stroke) const {
         std::vector<Point> outline = outline_of(graphic);
         for (Point& point : outline) point = on_screen(canvas, point, graphic.units);
-        Stroke stroke(canvas);
         if (graphic.type == "POINT") {
             for (const Point& p : outline) {
                 stroke.Line({p.x - kPointSize, p.y}, {p.x + kPointSize, p.y});
@@ -328,7 +337,7 @@ private:
         stroke.Finish(m_Layer.ink);
     }
 
-    void draw(const Canvas& canvas, const TextObject& text) const {
+    void draw(const Canvas& canvas, const TextObject& text, Stroke& stroke) const {
         if (m_pPainter == nullptr || !m_pPainter->IsReady()) return;
         constexpr double kUsual = 14.0, kLeast = 9.0;
         const double most = std::max(kLeast, canvas.picture.height / 12.0);
@@ -354,7 +363,6 @@ private:
                                                      : TextPainter::Align::kLeft;
             if (anchor && text.isAnchorVisible) {
                 // From the nearest point of the box.
-                Stroke stroke(canvas);
                 stroke.Line({std::clamp(anchor->x, at.x, at.x + width),
                              std::clamp(anchor->y, at.y, at.y + std::max(height, extent.height))},
                             *anchor);

@@ -145,7 +145,7 @@ public:
                                                  tag::kWindowExplanation, tag::kVoiLutFunction}
                     : std::vector<std::uint32_t>{});
         }
-        for (std::size_t i = 0; i < entries; ++i) {
+        for (std::size_t i = 0; i < entries && m_Image.State() == nullptr; ++i) {
             const Mapper_WindowingEntry& entry = *manager->m_Entries[i];
             if (static_cast<int>(i) == m_Image.AsOpened().voiLutSelection ||
                 static_cast<int>(i) == m_Image.Params().GetVoiLutSelection())
@@ -156,7 +156,7 @@ public:
                                        text_of(entry.GetCenter()) + ", width " + text_of(entry.GetWidth()) +
                                        ", not selected: --voi " + std::to_string(i) + " does");
         }
-        if (windows.front().source != WindowSource::kAutomatic &&
+        if (!windows.empty() && windows.front().source != WindowSource::kAutomatic &&
             windows.back().source != WindowSource::kAutomatic)
             Add("window-rejected", "automatic windowing: not measured, since " + windows.front().what +
                                        " is there; --auto does");

@@ -201,11 +201,7 @@ OpenedImage::OpenedImage(std::shared_ptr<ImageSource> source, const Presentation
     note_missing_suv_scale();
     note_constant_pixels();
     use_stored_values_for_fractions();
-    note_window(m_WindowSource == WindowSource::kVoiLutEntry    ? selected_entry()
-                : m_WindowSource == WindowSource::kColourMapSuv ? "the scale of the modality's colour map"
-                : m_WindowSource == WindowSource::kFallback     ? "the fixed window"
-                : m_WindowSource == WindowSource::kAutomatic    ? "measured: the image has none"
-                                                                : "the image's window attributes");
+    note_opening();
     if (State() != nullptr && !File().IsColour()) apply_state();
     m_AsOpened = {m_Params.GetCenter(), m_Params.GetWidth(), m_Params.GetVoiLutSelection(),
                   !m_bUseRescale,       m_WindowSource,      m_Params.GetColorMap()};
@@ -413,6 +409,32 @@ void OpenedImage::keep_saved_window() {
 void OpenedImage::note_window(const std::string& what) {
     if (File().IsColour()) return;
     m_WindowSteps.push_back({m_WindowSource, what, ModalityCenter(), ModalityWidth()});
+}
+
+/// With a presentation state the message has the window of the state already; what it took the place of is
+/// only named.
+void OpenedImage::note_opening() {
+    if (State() != nullptr) {
+        const DicomDataSet own = File().OwnDataSet();
+        if (own.Has(tag::kWindowCenter)) {
+            m_WindowSteps.push_back({WindowSource::kRawAttributes, "the image's own window",
+                                     own.Number(tag::kWindowCenter, 0.0),
+                                     own.Number(tag::kWindowWidth, 0.0)});
+        }
+        return;
+    }
+    switch (m_WindowSource) {
+        case WindowSource::kVoiLutEntry:
+            return note_window(selected_entry());
+        case WindowSource::kColourMapSuv:
+            return note_window("the scale of the modality's colour map");
+        case WindowSource::kAutomatic:
+            return note_window("measured: the image has none");
+        case WindowSource::kFallback:
+            return note_window("the fixed window");
+        default:
+            return note_window("the image's window attributes");
+    }
 }
 
 std::string OpenedImage::selected_entry() {

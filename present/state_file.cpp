@@ -415,9 +415,19 @@ private:
 
     void put_profile() { m_Set.elements[DicomTag(0x0028, 0x2000)] = DicomElement{"OB", SrgbProfile(), {}}; }
 
-    /// Shutters, overlays and annotations of the state that was applied.
+    /// Shutters, overlays and annotations of the state that was applied; else the image's overlays, in a layer.
     void keep_drawings() {
-        if (m_Image.State() == nullptr) return;
+        if (m_Image.State() == nullptr) {
+            const std::vector<unsigned> groups = OverlayGroups(m_Own);
+            if (groups.empty()) return;
+            constexpr const char* kLayerName = "OVERLAYS";
+            for (const unsigned group : groups) m_Set.PutText(DicomTag(group, 0x1001), "CS", kLayerName);
+            DicomDataSet layer;
+            layer.PutText(DicomTag(0x0070, 0x0002), "CS", kLayerName);
+            layer.PutText(DicomTag(0x0070, 0x0062), "IS", "1");
+            m_Set.elements[DicomTag(0x0070, 0x0060)] = DicomElement{"SQ", "", {layer}};
+            return;
+        }
         for (const auto& [tag, element] : m_Image.State()->set.elements) {
             const unsigned group = tag >> 16;
             const bool isShutter = tag >= DicomTag(0x0018, 0x1600) && tag <= DicomTag(0x0018, 0x1624);

@@ -20,7 +20,8 @@ struct StateTexts {
 ///   LINEAR one that is equal to it; a sigmoid and a VOI LUT as they are;
 /// - inversion as the presentation LUT shape, gamma as a Presentation LUT; with colours both are in the palette;
 /// - quarter turns, flips and the part of the image that is shown; a zoom as the magnification;
-/// - shutters, overlays and annotations of the state that was applied, if one was.
+/// - shutters, overlays and annotations of the state that was applied, if one was; else the overlays of the
+///   image.
 ///
 /// It refers to the whole image, or where its frames have windows of their own to this one. Throws PresentError,
 /// with `path` as the file that cannot be written, for an image without UIDs and for texts that are too long.
