@@ -229,6 +229,18 @@ public:
                                            : refhost::ToUtf8(map->GetName()));
     }
 
+    void Supplement(ImagePoint point) {
+        const SupplementalPalette* const palette = m_Image.Supplement();
+        if (palette == nullptr) return;
+        const int pixel = pixel_at(point), first = palette->first;
+        Add("palette",
+            palette->Has(pixel)
+                ? hex(palette->At(pixel)) + " by the image's palette, whose first value is " +
+                      std::to_string(first)
+                : "below " + std::to_string(first) + ", the first value of the image's palette: grey",
+            {tag::kPixelPresentation, tag::kPaletteDescriptor});
+    }
+
     /// The level of a grey table without a colour map, by the painter that draws.
     int Level(ImagePoint point) {
         const int pixel = pixel_at(point);
@@ -395,6 +407,7 @@ std::vector<ExplainedStep> Watcher::steps_of(OpenedImage& image, ImagePoint poin
     explainer.Curve();
     const int level = explainer.Level(point);
     explainer.ColourMap();
+    explainer.Supplement(point);
     explainer.Standard(point, level);
     return explainer.Take();
 }
