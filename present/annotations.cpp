@@ -127,8 +127,8 @@ std::optional<TextObject> read_text(const DicomDataSet& state, const DicomDataSe
 /// How much of a pixel lies within half a line's width of a segment.
 double coverage(double distance) { return std::clamp(kLineWidth / 2.0 + 0.5 - distance, 0.0, 1.0); }
 
-/// Draws lines. Of those of one stroke a pixel gets the largest coverage that any of its segments gives it, so that joints do
-/// not show.
+/// Draws lines. Of those of one stroke a pixel gets the largest coverage that any of its segments gives it,
+/// so that joints do not show.
 class Stroke {
 public:
     explicit Stroke(const Canvas& canvas)

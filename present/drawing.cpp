@@ -24,8 +24,8 @@ std::optional<std::pair<int, int>> ParseSize(const std::string& text) {
 
 namespace {
 
-/// The overlay planes that a state shows: those of its own, and those of the image that it activates, each with
-/// the colour of its graphic layer.
+/// The overlay planes that a state shows: those of its own, and those of the image that it activates, each
+/// with the colour of its graphic layer.
 Layers activated_overlays(const OpenedImage& image, const PresentationState& state) {
     Layers layers;
     std::vector<std::string> problems;

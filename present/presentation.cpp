@@ -492,8 +492,8 @@ void OpenedImage::apply_state() {
     note_window("presentation state " + state.Label());
 }
 
-/// The ramp from `low` to `high` in modality units. Where these, or the stored values that they stand for, are
-/// not whole, the ends are the next whole stored values: moved up, the table is at most one level off.
+/// The ramp from `low` to `high` in modality units. Where these, or the stored values that they stand for,
+/// are not whole, the ends are the next whole stored values: moved up, the table is at most one level off.
 void OpenedImage::set_ends(double low, double high) {
     const auto is_whole = [](double value) { return value == std::floor(value); };
     double from = (low - m_Rescale.intercept) / m_Rescale.slope,
