@@ -1,8 +1,10 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "layer.h"
+#include "text_engine.h"
 
 /// Lines of text drawn with a font of the system: the file that ZEV_FONT names, else one of the usual sans
 /// serif ones.
@@ -28,6 +30,5 @@ public:
               Align align, const Ink& ink) const;
 
 private:
-    struct Font;
-    Font* m_pFont;
+    std::unique_ptr<TextEngine> m_Engine;
 };
