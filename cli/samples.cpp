@@ -59,7 +59,7 @@ void add_overlay(DicomDataSet& set) {
             const bool isRing = square >= 20 * 20 && square < 22 * 22;
             const bool isShaft = dx == -dy && dx >= 18 && dx < 44;
             const bool isHead = (dy == -18 && dx >= 18 && dx < 30) || (dx == 18 && dy <= -18 && dy > -30);
-            const std::size_t at = static_cast<std::size_t>(y * kSide + x);
+            const auto at = static_cast<std::size_t>(y) * kSide + static_cast<std::size_t>(x);
             if (isRing || isShaft || isHead) bits[at / 8] = static_cast<char>(bits[at / 8] | 1 << at % 8);
         }
     }
@@ -311,7 +311,7 @@ std::vector<std::string> WriteSamples(const std::string& directory) {
 
 std::string WriteSampleState(const std::string& directory) {
     MakeDirectory(directory);
-    const std::string path = directory + "/ct-state.dcm";
+    std::string path = directory + "/ct-state.dcm";
     const std::string bytes =
         EncodeDicomFile(MakeSampleState(make_data_set(samples().front(), 0), std::string(kUidRoot) + "300"));
     WriteFileAtomically(path, bytes.data(), bytes.size());

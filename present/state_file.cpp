@@ -31,6 +31,8 @@ constexpr int kTopGrey = 255;
 constexpr std::size_t kMostEntries = 65536;
 /// From this width on LINEAR and LINEAR_EXACT differ by less than one level of 256.
 constexpr double kWideWindow = 256.0;
+/// Below this rescale slope 16 characters do not hold one half and a pixel value together.
+constexpr double kFinestLinear = 1e-4;
 
 void put_words(DicomDataSet& set, std::uint32_t tag, const char* vr, const std::vector<int>& words) {
     std::string bytes;
@@ -61,29 +63,30 @@ DicomElement level_table(const std::vector<std::uint8_t>& entries, const std::st
     return DicomElement{"SQ", "", {item}};
 }
 
-/// The levels that a ramp over the positions 0 to `width`, at most 65535, has with a gamma; of the true
+/// The levels of the pixel values of an unsigned raster on a ramp from `low` to `high` with a gamma: of the true
 /// colour table itself.
-std::vector<std::uint8_t> ramp_levels(int width, float gamma) {
+std::vector<std::uint8_t> ramp_levels(int low, int high, float gamma, int bits = 16) {
     refhost::MemoryContext context(kGreys, {});
-    refhost::MemoryRaster source(1, 1, 16, false), target(1, 1, 8, false);
+    refhost::MemoryRaster source(1, 1, bits, false), target(1, 1, 8, false);
     target.m_PixelFormat = refhost::MemoryRaster::kTrueColor;
     ZEV_Params params;
     params.SetMinMaxScaleMode(true);
-    params.SetWindowMin(0);
-    params.SetWindowMax(width);
+    // The table moves ends below its first entry up by one.
+    params.SetWindowMin(low < 0 ? low - 1 : low);
+    params.SetWindowMax(high < 0 ? high - 1 : high);
     params.SetGamma(gamma);
     const std::unique_ptr<ZEV_AbstractWindowingTable> table(
         params.BuildTable(ZEV_TableParams(nullptr, &context, &source, &target, KIT_Rect())));
     auto* const bytes = dynamic_cast<ZEV_WindowingTable<unsigned short, unsigned char>*>(table.get());
     if (bytes == nullptr || bytes->GetTable() == nullptr) throw std::bad_alloc();
-    return {bytes->GetTable(), bytes->GetTable() + width + 1};
+    return {bytes->GetTable(), bytes->GetTable() + (1 << bits)};
 }
 
 /// What gamma makes of each of the 256 levels.
 std::array<std::uint8_t, kGreys> gamma_levels(float gamma) {
     constexpr int kFine = 65535;
-    const std::vector<std::uint8_t> natural = ramp_levels(kFine, ZEV_Params::kGammaNatural),
-                                    curved = ramp_levels(kFine, gamma);
+    const std::vector<std::uint8_t> natural = ramp_levels(0, kFine, ZEV_Params::kGammaNatural),
+                                    curved = ramp_levels(0, kFine, gamma);
     std::array<std::uint8_t, kGreys> levels{};
     for (std::size_t i = 0; i < natural.size(); ++i) levels[natural[i]] = curved[i];
     return levels;
@@ -298,6 +301,12 @@ private:
 
     void put_ramp(DicomDataSet& item) {
         const Rescale& rescale = m_Image.GetRescale();
+        if (has_gamma() && !has_colours() && is_very_wide()) {
+            const double from = rescale.Value(raster_first()),
+                         to = rescale.Value(raster_first() + raster_size());
+            put_ends(item, from, to);
+            return;
+        }
         if (m_Source.high <= m_Source.low) {
             // A step: white from the second end on.
             const double step = rescale.Value(m_Source.high - 0.5);
@@ -305,9 +314,16 @@ private:
             return;
         }
         const double from = rescale.Value(m_Source.low), to = rescale.Value(m_Source.high);
+        put_ends(item, from, to);
+    }
+
+    /// LINEAR counts in whole modality units, and loses small fractions of them.
+    void put_ends(DicomDataSet& item, double from, double to) {
         const double center = (from + to) / 2.0, width = std::fabs(to - from);
         // A table behind the window is sensitive to the difference.
-        if (width >= kWideWindow && !has_level_table()) {
+        const bool isFine =
+            m_Image.File().IsReduced() || std::fabs(m_Image.GetRescale().slope) < kFinestLinear;
+        if (isFine || (width >= kWideWindow && !has_level_table())) {
             put_numbers(item, center, width, "LINEAR_EXACT");
         } else {
             put_numbers(item, center + 0.5, width + 1.0, "LINEAR");
@@ -320,6 +336,10 @@ private:
         item.PutText(tag::kVoiLutFunction, "CS", function);
     }
 
+    bool has_colours() {
+        const ZEV_ColorMap* const map = m_Image.Params().GetColorMap();
+        return map != nullptr && !map->IsDummy();
+    }
     bool has_gamma() {
         return m_Source.kind == ZEV_TableSource::kRamp && m_Image.Params().GammaExistAndNotNaturalValue();
     }
@@ -336,9 +356,8 @@ private:
 
     /// From the output of the window to what is seen.
     void put_levels() {
-        const ZEV_ColorMap* const map = m_Image.Params().GetColorMap();
-        if (map != nullptr && !map->IsDummy()) {
-            put_palette(*map);
+        if (has_colours()) {
+            put_palette(*m_Image.Params().GetColorMap());
             return;
         }
         const bool isInverse = m_Source.inverse != is_falling();
@@ -377,18 +396,36 @@ private:
         m_Set.elements[tag::kPresentationLutSequence] = DicomElement{"SQ", "", {item}};
     }
 
-    /// One entry for each position of the ramp and one between any two of them, so that it makes no
-    /// difference whether a reader rounds or truncates.
+    int raster_size() { return 1 << m_Image.Raster().m_BitsPerPixel; }
+    int raster_first() { return m_Image.Raster().m_bSigned ? -raster_size() / 2 : 0; }
+    /// No table has an entry for each position of the ramp.
+    bool is_very_wide() const {
+        return static_cast<double>(m_Source.high) - m_Source.low >= static_cast<double>(kMostEntries);
+    }
+
+    /// One entry for each position of the ramp and one between any two of them, so that it makes no difference
+    /// whether a reader rounds or truncates. Of a very wide ramp an entry for each stored value, and the window
+    /// is their range.
     void put_gamma() {
-        const double span = double(m_Source.high) - m_Source.low;
-        constexpr int kMostPositions = 65535;
-        const int width = static_cast<int>(std::clamp(span, 1.0, double{kMostPositions}));
-        const std::vector<std::uint8_t> levels = ramp_levels(width, m_Image.Params().GetGamma());
-        const std::size_t times = 2 * static_cast<std::size_t>(width) + 1 <= kMostEntries ? 2 : 1;
-        std::vector<std::uint8_t> entries(times * static_cast<std::size_t>(width) + 1);
+        const float curve = m_Image.Params().GetGamma();
+        std::vector<std::uint8_t> levels;
+        if (is_very_wide()) {
+            levels = ramp_levels(m_Source.low - raster_first(), m_Source.high - raster_first(), curve,
+                                 m_Image.Raster().m_BitsPerPixel);
+            levels.push_back(kTopGrey);
+            // One more than a table holds: rounding passes over the one behind the middle.
+            if (levels.size() > kMostEntries) levels.erase(levels.begin() + kMostEntries / 2 + 1);
+        } else {
+            const int width = std::max(1, m_Source.high - m_Source.low);
+            levels = ramp_levels(0, width, curve);
+            levels.push_back(kTopGrey);
+            levels.resize(static_cast<std::size_t>(width) + 1);
+        }
+        const std::size_t last = levels.size() - 1, times = 2 * last + 1 <= kMostEntries ? 2 : 1;
+        std::vector<std::uint8_t> entries(times * last + 1);
         for (std::size_t i = 0; i < entries.size(); ++i) {
             const std::size_t position = (i + times - 1) / times;
-            entries[i] = shown(levels[is_falling() ? levels.size() - 1 - position : position]);
+            entries[i] = shown(levels[is_falling() ? last - position : position]);
         }
         char gamma[40];
         std::snprintf(gamma, sizeof gamma, "gamma %.4g", double{m_Image.Params().GetGamma()});
@@ -461,6 +498,8 @@ LostInState FindLostInState(OpenedImage& image, const PresentationOptions& prese
     const double rotation = PlaceImage(image, view).space.GetRotation();
     if (std::remainder(rotation, 90.0) != 0.0)
         found.lost.push_back("the rotation by " + NumberText(rotation) + " degrees");
+    if (!image.File().IsColour() && image.Supplement() != nullptr)
+        found.lost.push_back("the colours of the image's supplemental palette");
     const ZEV_ColorMap* const map = image.Params().GetColorMap();
     if (!image.File().IsColour() && map != nullptr && !map->IsDummy() &&
         DescribeTable(image).kind == ZEV_TableSource::kPresentationLut)

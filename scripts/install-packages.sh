@@ -1,7 +1,7 @@
 #!/bin/sh
 # Installs what the build needs from the distribution; with "tests" or "bench" also what those need, with
-# "checks" also the other compiler and the checkers, with "slurm" a batch system for one of the tests. Does nothing
-# when all of it is there.
+# "checks" also the other compiler and the checkers, with "slurm" a batch system and with "peers" other DICOM tools
+# for some of the tests. Does nothing when all of it is there.
 set -eu
 
 packages="build-essential cmake ninja-build ccache libgdcm-dev libboost-dev libhwy-dev nlohmann-json3-dev
@@ -13,9 +13,10 @@ case "${1:-}" in
     checks) packages="$packages libgtest-dev clang clang-format clang-tidy" ;;
 esac
 
-# Without these a test is skipped. They are daemons: nobody gets them unasked.
+# Without these tests are skipped. Nobody gets daemons, or programs that the product does without, unasked.
 optional=""
 [ "${1:-}" != slurm ] || optional="slurmctld slurmd slurm-client munge"
+[ "${1:-}" != peers ] || optional="dcmtk dicom3tools"
 
 missing_of() {
     for package; do
