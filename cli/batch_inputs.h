@@ -11,7 +11,8 @@ struct BatchInput {
     std::string path;
     /// Where its pictures go, below the output folder: without a suffix, and unlike any other's.
     std::string name;
-    /// What a share is chosen by: of the path below the folder that was given, or of the path as it was given.
+    /// What a share is chosen by: of the path below the folder that was given, or of the path as it was
+    /// given.
     std::uint64_t hash = 0;
 };
 

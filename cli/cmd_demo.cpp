@@ -7,8 +7,8 @@
 #include "commands.h"
 #include "contact_sheet.h"
 #include "io/png_file.h"
-#include "present/region_view.h"
-#include "present/renderer.h"
+#include "present/drawing.h"
+#include "present/explanation.h"
 #include "samples.h"
 
 namespace {
@@ -19,6 +19,8 @@ struct View {
     const char* caption;
     PresentationOptions options;
     ViewOptions view = {};
+    /// With the sample's presentation state.
+    bool withState = false;
 };
 
 ViewOptions regions(std::vector<std::string> texts, double zoom = 1.0, double degrees = 0.0) {
@@ -112,7 +114,21 @@ std::vector<View> views() {
              "cr-region",
              "CR wrist, turned",
              {},
-             regions({"rect:120,330,330,450;center=2600;width=1800"}, 1.4, -30)}};
+             regions({"rect:120,330,330,450;center=2600;width=1800"}, 1.4, -30)},
+            {"ct", "ct-state", "CT presentation state", {}, {}, true},
+            {"mr-overlay", "mr-overlay", "MR overlay plane", {}},
+            {"adc", "adc", "ADC map 0-0.002 mm2/s", {}},
+            {"adc", "adc-hot", "ADC map in Hot Iron", coloured("Hot Iron")}};
+}
+
+/// Why one pixel of a sample looks as it does.
+std::vector<std::string> explanation_of(const std::string& path) {
+    OpenedImage image(path, {});
+    std::vector<std::string> lines = {"zev explain ct.dcm --at 256,160"};
+    const std::vector<Explanation> explanations = Explain(image, {}, {{256, 160}});
+    for (const ExplainedStep& step : explanations.back().steps)
+        lines.push_back("    " + step.name + ": " + step.text);
+    return lines;
 }
 
 }  // namespace
@@ -126,6 +142,7 @@ void AddDemoCommand(CLI::App& app, Run& run) {
         run = [directory] {
             LoadConfiguration("");
             const std::vector<std::string> samples = WriteSamples(*directory);
+            const auto states = std::make_shared<PresentationStates>(WriteSampleState(*directory));
             const std::vector<View> all = views();
             const bool onTerminal = isatty(STDERR_FILENO) != 0;
             std::vector<CaptionedPicture> drawn;
@@ -133,17 +150,16 @@ void AddDemoCommand(CLI::App& app, Run& run) {
                 if (onTerminal)
                     std::cerr << "\rdrawing " << drawn.size() + 1 << " of " << all.size() << std::flush;
                 const std::string base = *directory + "/";
-                OpenedImage image(base + view.sample + ".dcm", view.options);
-                const std::vector<RegionSpec> specs = ParseRegions(view.view.regions);
-                drawn.push_back(
-                    {view.caption, specs.empty() ? Render(image)
-                                                 : RegionView(image, view.options, specs,
-                                                              PlaceImage(image, view.view), view.view.smooth)
-                                                       .Draw()});
+                DrawingOptions drawing;
+                drawing.presentation = view.options;
+                drawing.view = view.view;
+                if (view.withState) drawing.presentation.states = states;
+                drawn.push_back({view.caption, DrawFrame(base + view.sample + ".dcm", drawing, 0).picture});
                 WritePng(base + view.picture + ".png", drawn.back().picture);
             }
             if (onTerminal) std::cerr << "\r\033[K";
-            WritePng(*directory + "/contact.png", MakeContactSheet(drawn, 4));
+            WritePng(*directory + "/contact.png",
+                     MakeContactSheet(drawn, 4, explanation_of(samples.front())));
             std::cout << samples.size() << " sample images, " << drawn.size()
                       << " pictures and contact.png are in " << *directory << "\n";
         };

@@ -11,6 +11,7 @@ void AddSampleCommand(CLI::App& app, Run& run) {
     command->callback([directory, &run] {
         run = [directory] {
             for (const std::string& path : WriteSamples(*directory)) std::cout << path << "\n";
+            std::cout << WriteSampleState(*directory) << "\n";
         };
     });
 }

@@ -5,12 +5,14 @@
 #include <cstring>
 
 #include "io/picture_scale.h"
+#include "present/text.h"
 
 namespace {
 
 constexpr int kCell = 288;
 constexpr int kMargin = 12;
 constexpr int kCaption = 26;
+constexpr int kLineHeight = 20;
 constexpr int kGlyphWidth = 5;
 constexpr int kGlyphHeight = 7;
 /// Each font dot is drawn as a square of this many pixels.
@@ -69,9 +71,12 @@ void DrawText(Picture& picture, int x, int y, const std::string& text) {
     }
 }
 
-Picture MakeContactSheet(const std::vector<CaptionedPicture>& pictures, int columns) {
+Picture MakeContactSheet(const std::vector<CaptionedPicture>& pictures, int columns,
+                         const std::vector<std::string>& lines) {
     const int rows = (static_cast<int>(pictures.size()) + columns - 1) / columns;
-    Picture sheet(columns * (kCell + kMargin) + kMargin, rows * (kCell + kCaption + kMargin) + kMargin);
+    const int gridHeight = rows * (kCell + kCaption + kMargin) + kMargin;
+    Picture sheet(columns * (kCell + kMargin) + kMargin,
+                  gridHeight + static_cast<int>(lines.size()) * kLineHeight + (lines.empty() ? 0 : kMargin));
     std::fill(sheet.bytes.begin(), sheet.bytes.end(), std::uint8_t{0x28});
     for (std::size_t i = 0; i < pictures.size(); ++i) {
         const Picture& picture = pictures[i].picture;
@@ -87,6 +92,17 @@ Picture MakeContactSheet(const std::vector<CaptionedPicture>& pictures, int colu
             }
         }
         DrawText(sheet, left, top + kCell + 6, pictures[i].caption);
+    }
+    const TextPainter painter;
+    const Canvas canvas{sheet, {1, 0, 0, 0, 1, 0}, {1, 0, 0, 0, 1, 0}, {}};
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const int y = gridHeight + static_cast<int>(i) * kLineHeight;
+        if (painter.IsReady()) {
+            painter.Draw(canvas, lines[i], kMargin, y, sheet.width, kTextHeight, TextPainter::Align::kLeft,
+                         Ink::Grey(0xE6E6));
+        } else {
+            DrawText(sheet, kMargin, y, lines[i]);
+        }
     }
     return sheet;
 }

@@ -18,5 +18,6 @@ constexpr int kTextHeight = 14;
 /// Letters, digits and a few signs show; other characters leave a gap.
 void DrawText(Picture& picture, int x, int y, const std::string& text);
 
-/// The pictures in a grid, each made to fit its cell, with its caption below.
-Picture MakeContactSheet(const std::vector<CaptionedPicture>& pictures, int columns);
+/// The pictures in a grid, each made to fit its cell, with its caption below; under them lines of text.
+Picture MakeContactSheet(const std::vector<CaptionedPicture>& pictures, int columns,
+                         const std::vector<std::string>& lines = {});

@@ -31,8 +31,7 @@ public:
                         const std::string& photometric, StoredFrame* frame) const = 0;
 };
 
-/// Loads the module on the first call. It is looked for beside the program, beside the library that contains
-/// this function, in ../lib of either, then where the loader looks. Throws Refusal.
+/// Loads the module on the first call. Throws Refusal.
 const DicomLibrary& LoadDicomLibrary();
 
 /// The one symbol of the module: `const DicomLibrary*`().

@@ -84,8 +84,8 @@ StoredTable ReadSegmentedTable(const DicomDataSet& dataSet, std::uint32_t descri
 /// The red, green and blue table of a palette, plain or in segments. False where one of them makes no table.
 bool ReadPalette(const DicomDataSet& dataSet, bool isSigned, StoredTable (&tables)[3]);
 
-/// The colours, 0xRRGGBB, of pixel values from the first one on; those beyond the end have the last one. Pixel
-/// values below are grey.
+/// The colours, 0xRRGGBB, of pixel values from the first one on; those beyond the end have the last one.
+/// Pixel values below are grey.
 struct SupplementalPalette {
     std::int32_t first = 0;
     std::vector<std::uint32_t> colours;

@@ -5,8 +5,8 @@
 #include <cstring>
 #include <string>
 
-/// One frame as it was stored, decompressed: interleaved little-endian samples in 1, 2 or 4 bytes each, or one
-/// floating-point number of 4 or 8 bytes for each pixel.
+/// One frame as it was stored, decompressed: interleaved little-endian samples in 1, 2 or 4 bytes each, or
+/// one floating-point number of 4 or 8 bytes for each pixel.
 struct StoredFrame {
     int rows = 0;
     int columns = 0;

@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "applied_state.h"
 #include "io/dicom_editor.h"
 #include "io/dicom_tags.h"
 #include "io/present_error.h"
@@ -80,7 +81,7 @@ void settle_colour_map(OpenedImage& image, const OBJ_Msg& original, OBJ_Msg& msg
     const ZEV_ColorMap* map = image.Params().GetColorMap();
     const bool isOurs = original.Get(uidTag) != nullptr;
     int status = 0;
-    if (map == image.AsOpened().colourMap) {
+    if (map == image.AsOpened().colourMap && image.State() == nullptr) {
         for (unsigned c = 0; c < 3; ++c)
             take_back(msg, original, {tag::kPaletteDescriptor + c, tag::kPaletteData + c});
         if (!isOurs) take_back(msg, original, {uidTag.GetTag(), tag::kPresentationLutShape, privateShape});
@@ -245,12 +246,22 @@ std::vector<std::string> OnlyShownByZev(OpenedImage& image) {
 
 std::string EncodeCopy(OpenedImage& image, int frame, ZEV_RGBParams& rgb, const std::string& path) {
     DicomEditor copy(image.File().Path());
-    const std::unique_ptr<OBJ_Msg> original = MakeMessage(image.File().DataSet());
-    OBJ_Msg msg(*original);
+    const PresentationState* const state = image.State();
+    DicomDataSet shown = state == nullptr ? image.File().DataSet() : image.File().OwnDataSet();
+    const std::unique_ptr<OBJ_Msg> original = MakeMessage(shown);
+    if (state != nullptr) {
+        for (const auto& [tag, element] : ChangesBy(*state, shown, frame)) {
+            element ? void(shown.elements[tag] = *element) : shown.Remove(tag);
+        }
+    }
+    OBJ_Msg msg(*MakeMessage(shown));
+    if (state != nullptr) {
+        for (const std::uint32_t tag : PrivatePresentation()) msg.Remove(Dicom_Tag(tag));
+    }
     if (image.File().IsColour()) {
         rgb.UpdateTheDicom(&msg);
     } else {
-        msg = present(image, *original);
+        msg = present(image, msg);
     }
     Differences(image, frame, copy, path).Put(*original, msg);
     put_identity(copy, is_enhanced(image.File().DataSet()));

@@ -4,9 +4,12 @@
 #include <cstdio>
 #include <iterator>
 
+#include "annotations.h"
+#include "io/dicom_tags.h"
 #include "io/picture_scale.h"
 #include "overlays.h"
 #include "renderer.h"
+#include "shutters.h"
 
 std::optional<std::pair<int, int>> ParseSize(const std::string& text) {
     int width = 0, height = 0, length = 0;
@@ -21,14 +24,47 @@ std::optional<std::pair<int, int>> ParseSize(const std::string& text) {
 
 namespace {
 
+/// The overlay planes that a state shows: those of its own, and those of the image that it activates, each
+/// with the colour of its graphic layer.
+Layers activated_overlays(const OpenedImage& image, const PresentationState& state) {
+    Layers layers;
+    std::vector<std::string> problems;
+    const std::vector<OverlayPlane> own =
+        ReadOverlayPlanes(state.set, image.File().Frame(), nullptr, &problems);
+    const std::vector<GraphicLayer> known = ReadGraphicLayers(state);
+    const auto add = [&](const OverlayPlane& plane) {
+        const std::string name = state.set.Text(DicomTag(plane.group, 0x1001));
+        if (name.empty()) return;
+        const auto layer = std::find_if(known.begin(), known.end(),
+                                        [&](const GraphicLayer& one) { return one.name == name; });
+        Layers one = OverlayLayers({plane}, layer == known.end() ? Ink() : layer->ink);
+        layers.push_back(std::move(one.front()));
+    };
+    for (const OverlayPlane& plane : own) add(plane);
+    for (const OverlayPlane& plane : image.File().Overlays()) {
+        const bool isReplaced = std::any_of(
+            own.begin(), own.end(), [&](const OverlayPlane& other) { return other.group == plane.group; });
+        if (!isReplaced) add(plane);
+    }
+    return layers;
+}
+
 /// What lies on the image, from the bottom: shutters, overlays, annotations.
-Layers layers_of(const OpenedImage& image, const DrawingOptions& options) {
+Layers layers_of(const OpenedImage& image, const DrawingOptions& options, std::vector<Note>* notes) {
     Layers layers;
     const auto add = [&layers](Layers more) {
         std::move(more.begin(), more.end(), std::back_inserter(layers));
     };
     const Ink ink = ParseInk(options.overlayColour, "--overlay-color");
-    if (options.overlays) add(OverlayLayers(image.File().Overlays(), ink));
+    const PresentationState* const state = image.State();
+    if (state == nullptr) {
+        if (options.overlays) add(OverlayLayers(image.File().Overlays(), ink));
+        return layers;
+    }
+    add(ShutterLayers(*state, image.File().Rows(), image.File().Columns()));
+    if (options.overlays) add(activated_overlays(image, *state));
+    add(AnnotationLayers(*state, image.File().DataSet().Text(tag::kSopInstance), image.File().Frame(),
+                         notes));
     return layers;
 }
 
@@ -43,7 +79,6 @@ Picture in_colour(const Picture& grey) {
 
 Picture DrawImage(OpenedImage& image, const DrawingOptions& options, std::vector<Note>* notes,
                   DrawingObserver* observer) {
-    static_cast<void>(notes);
     const std::vector<RegionSpec> specs = AllRegions(image, options.view);
     const Placement placement = PlaceImage(image, options.view);
     std::optional<RegionView> regions;
@@ -52,7 +87,7 @@ Picture DrawImage(OpenedImage& image, const DrawingOptions& options, std::vector
     Picture picture = regions ? regions->Draw(options.bits) : Render(image, options.bits);
     if (observer != nullptr) observer->ImageDrawn(picture, placement, regions ? &*regions : nullptr);
 
-    const Layers layers = layers_of(image, options);
+    const Layers layers = layers_of(image, options, notes);
     const bool isColoured =
         std::any_of(layers.begin(), layers.end(), [](const auto& layer) { return layer->IsColoured(); });
     if (isColoured && picture.form == Picture::kGrey8) picture = in_colour(picture);

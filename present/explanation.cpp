@@ -145,7 +145,7 @@ public:
                                                  tag::kWindowExplanation, tag::kVoiLutFunction}
                     : std::vector<std::uint32_t>{});
         }
-        for (std::size_t i = 0; i < entries; ++i) {
+        for (std::size_t i = 0; i < entries && m_Image.State() == nullptr; ++i) {
             const Mapper_WindowingEntry& entry = *manager->m_Entries[i];
             if (static_cast<int>(i) == m_Image.AsOpened().voiLutSelection ||
                 static_cast<int>(i) == m_Image.Params().GetVoiLutSelection())
@@ -156,7 +156,7 @@ public:
                                        text_of(entry.GetCenter()) + ", width " + text_of(entry.GetWidth()) +
                                        ", not selected: --voi " + std::to_string(i) + " does");
         }
-        if (windows.front().source != WindowSource::kAutomatic &&
+        if (!windows.empty() && windows.front().source != WindowSource::kAutomatic &&
             windows.back().source != WindowSource::kAutomatic)
             Add("window-rejected", "automatic windowing: not measured, since " + windows.front().what +
                                        " is there; --auto does");
@@ -227,6 +227,18 @@ public:
         Add("colour-map", map == nullptr   ? std::string("none")
                           : map->IsDummy() ? refhost::ToUtf8(map->GetName()) + ", which is grey"
                                            : refhost::ToUtf8(map->GetName()));
+    }
+
+    void Supplement(ImagePoint point) {
+        const SupplementalPalette* const palette = m_Image.Supplement();
+        if (palette == nullptr) return;
+        const int pixel = pixel_at(point), first = palette->first;
+        Add("palette",
+            palette->Has(pixel)
+                ? hex(palette->At(pixel)) + " by the image's palette, whose first value is " +
+                      std::to_string(first)
+                : "below " + std::to_string(first) + ", the first value of the image's palette: grey",
+            {tag::kPixelPresentation, tag::kPaletteDescriptor});
     }
 
     /// The level of a grey table without a colour map, by the painter that draws.
@@ -395,6 +407,7 @@ std::vector<ExplainedStep> Watcher::steps_of(OpenedImage& image, ImagePoint poin
     explainer.Curve();
     const int level = explainer.Level(point);
     explainer.ColourMap();
+    explainer.Supplement(point);
     explainer.Standard(point, level);
     return explainer.Take();
 }

@@ -30,8 +30,8 @@ struct Explanation {
 };
 
 /// How an image comes to look as it does: why this window, and for each point every step from the stored cell
-/// to the colour on the screen. The picture is drawn once, and what is reported is taken from the objects that
-/// draw it; the last step compares the level with PS3.3 C.11.2.1 in double precision.
+/// to the colour on the screen. The picture is drawn once, and what is reported is taken from the objects
+/// that draw it; the last step compares the level with PS3.3 C.11.2.1 in double precision.
 ///
 /// The first explanation is of the image as a whole; one follows for each point. Throws PresentError for a
 /// point outside the image.

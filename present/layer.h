@@ -20,7 +20,8 @@ struct Ink {
 /// A picture of an image under a view. Image coordinates are those of regions: pixel (x, y) covers x to x + 1
 /// and y to y + 1; picture coordinates likewise.
 struct Canvas {
-    /// Where a displayed area lies, in picture coordinates, upright: its annotations in fractions refer to it.
+    /// Where a displayed area lies, in picture coordinates, upright: its annotations in fractions refer to
+    /// it.
     struct Area {
         double left, top, right, bottom;
     };

@@ -120,7 +120,8 @@ Wanted wanted_of(const OpenedImage& image, const ViewOptions& options) {
     return wanted;
 }
 
-/// Width and height of a pixel, the smaller side 1. Where no row and no column would be added they stay square.
+/// Width and height of a pixel, the smaller side 1. Where no row and no column would be added they stay
+/// square.
 Size stretched(const OpenedImage& image, const Wanted& wanted, const ViewOptions& options) {
     Size size{1.0, 1.0};
     if (options.pixels || !wanted.pixel) return size;

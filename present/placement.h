@@ -40,9 +40,9 @@ struct Placement {
     bool isPlain = true;
 };
 
-/// The picture shows the whole image or, where a presentation state has one and the user asks for neither zoom
-/// nor pan, its displayed area: as large as the area has pixels ("SCALE TO FIT"), magnified, or in true size;
-/// within --size, if that is given, fitted or centred. Pixels that are not square are stretched until they
-/// are. A quarter turn exchanges width and height. Throws UsageError for a size that is none, and PresentError
-/// for a displayed area that cannot be shown.
+/// The picture shows the whole image or, where a presentation state has one and the user asks for neither
+/// zoom nor pan, its displayed area: as large as the area has pixels ("SCALE TO FIT"), magnified, or in true
+/// size; within --size, if that is given, fitted or centred. Pixels that are not square are stretched until
+/// they are. A quarter turn exchanges width and height. Throws UsageError for a size that is none, and
+/// PresentError for a displayed area that cannot be shown.
 Placement PlaceImage(const OpenedImage& image, const ViewOptions& options);

@@ -204,11 +204,7 @@ OpenedImage::OpenedImage(std::shared_ptr<ImageSource> source, const Presentation
     note_missing_suv_scale();
     note_constant_pixels();
     use_stored_values_for_fractions();
-    note_window(m_WindowSource == WindowSource::kVoiLutEntry    ? selected_entry()
-                : m_WindowSource == WindowSource::kColourMapSuv ? "the scale of the modality's colour map"
-                : m_WindowSource == WindowSource::kFallback     ? "the fixed window"
-                : m_WindowSource == WindowSource::kAutomatic    ? "measured: the image has none"
-                                                                : "the image's window attributes");
+    note_opening();
     if (State() != nullptr && !File().IsColour()) apply_state();
     m_AsOpened = {m_Params.GetCenter(), m_Params.GetWidth(), m_Params.GetVoiLutSelection(),
                   !m_bUseRescale,       m_WindowSource,      m_Params.GetColorMap()};
@@ -418,6 +414,32 @@ void OpenedImage::note_window(const std::string& what) {
     m_WindowSteps.push_back({m_WindowSource, what, ModalityCenter(), ModalityWidth()});
 }
 
+/// With a presentation state the message has the window of the state already; what it took the place of is
+/// only named.
+void OpenedImage::note_opening() {
+    if (State() != nullptr) {
+        const DicomDataSet own = File().OwnDataSet();
+        if (own.Has(tag::kWindowCenter)) {
+            m_WindowSteps.push_back({WindowSource::kRawAttributes, "the image's own window",
+                                     own.Number(tag::kWindowCenter, 0.0),
+                                     own.Number(tag::kWindowWidth, 0.0)});
+        }
+        return;
+    }
+    switch (m_WindowSource) {
+        case WindowSource::kVoiLutEntry:
+            return note_window(selected_entry());
+        case WindowSource::kColourMapSuv:
+            return note_window("the scale of the modality's colour map");
+        case WindowSource::kAutomatic:
+            return note_window("measured: the image has none");
+        case WindowSource::kFallback:
+            return note_window("the fixed window");
+        default:
+            return note_window("the image's window attributes");
+    }
+}
+
 std::string OpenedImage::selected_entry() {
     const int selection = m_Params.GetVoiLutSelection();
     const auto& entries = m_Params.GetVoiLutManager()->m_Entries;
@@ -473,8 +495,8 @@ void OpenedImage::apply_state() {
     note_window("presentation state " + state.Label());
 }
 
-/// The ramp from `low` to `high` in modality units. Where these, or the stored values that they stand for, are
-/// not whole, the ends are the next whole stored values: moved up, the table is at most one level off.
+/// The ramp from `low` to `high` in modality units. Where these, or the stored values that they stand for,
+/// are not whole, the ends are the next whole stored values: moved up, the table is at most one level off.
 void OpenedImage::set_ends(double low, double high) {
     const auto is_whole = [](double value) { return value == std::floor(value); };
     double from = (low - m_Rescale.intercept) / m_Rescale.slope,

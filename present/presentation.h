@@ -196,6 +196,7 @@ public:
 
 private:
     void note_window(const std::string& what);
+    void note_opening();
     std::string selected_entry();
     void offer_maximal_range();
     void open();

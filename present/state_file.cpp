@@ -61,8 +61,8 @@ DicomElement level_table(const std::vector<std::uint8_t>& entries, const std::st
     return DicomElement{"SQ", "", {item}};
 }
 
-/// The levels that a ramp over the positions 0 to `width`, at most 65535, has with a gamma; of the true colour
-/// table itself.
+/// The levels that a ramp over the positions 0 to `width`, at most 65535, has with a gamma; of the true
+/// colour table itself.
 std::vector<std::uint8_t> ramp_levels(int width, float gamma) {
     refhost::MemoryContext context(kGreys, {});
     refhost::MemoryRaster source(1, 1, 16, false), target(1, 1, 8, false);
@@ -377,8 +377,8 @@ private:
         m_Set.elements[tag::kPresentationLutSequence] = DicomElement{"SQ", "", {item}};
     }
 
-    /// One entry for each position of the ramp and one between any two of them, so that it makes no difference
-    /// whether a reader rounds or truncates.
+    /// One entry for each position of the ramp and one between any two of them, so that it makes no
+    /// difference whether a reader rounds or truncates.
     void put_gamma() {
         const double span = double(m_Source.high) - m_Source.low;
         constexpr int kMostPositions = 65535;
@@ -415,9 +415,20 @@ private:
 
     void put_profile() { m_Set.elements[DicomTag(0x0028, 0x2000)] = DicomElement{"OB", SrgbProfile(), {}}; }
 
-    /// Shutters, overlays and annotations of the state that was applied.
+    /// Shutters, overlays and annotations of the state that was applied; else the image's overlays, in a
+    /// layer.
     void keep_drawings() {
-        if (m_Image.State() == nullptr) return;
+        if (m_Image.State() == nullptr) {
+            const std::vector<unsigned> groups = OverlayGroups(m_Own);
+            if (groups.empty()) return;
+            constexpr const char* kLayerName = "OVERLAYS";
+            for (const unsigned group : groups) m_Set.PutText(DicomTag(group, 0x1001), "CS", kLayerName);
+            DicomDataSet layer;
+            layer.PutText(DicomTag(0x0070, 0x0002), "CS", kLayerName);
+            layer.PutText(DicomTag(0x0070, 0x0062), "IS", "1");
+            m_Set.elements[DicomTag(0x0070, 0x0060)] = DicomElement{"SQ", "", {layer}};
+            return;
+        }
         for (const auto& [tag, element] : m_Image.State()->set.elements) {
             const unsigned group = tag >> 16;
             const bool isShutter = tag >= DicomTag(0x0018, 0x1600) && tag <= DicomTag(0x0018, 0x1624);

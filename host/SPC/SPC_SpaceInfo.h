@@ -15,7 +15,8 @@ struct HOST_API SPC_Affine {
 /// Where the image lies in its view: zoom, pan, rotation and flip. A parameter object named "SPC_SpaceInfo".
 ///
 /// The raster's centre lies on the screen's centre, moved by the pan; around it the raster is stretched to
-/// square pixels, flipped, then rotated clockwise, then zoomed. Points are column vectors; a matrix is given row by row.
+/// square pixels, flipped, then rotated clockwise, then zoomed. Points are column vectors; a matrix is given
+/// row by row.
 class HOST_API SPC_SpaceInfo : public KIT_BaseParams {
 public:
     SPC_SpaceInfo();

@@ -99,7 +99,8 @@ TEST_F(Program, ManPageAndCompletionKnowEveryOption) {
     std::string manual = support::ReadFile(source + "zev.1");
     manual.erase(std::remove(manual.begin(), manual.end(), '\\'), manual.end());
     const std::string completion = support::ReadFile(source + "zev.bash-completion");
-    for (const char* command : {"render", "info", "explain", "table", "auto", "presets", "colormaps", "save"}) {
+    for (const char* command :
+         {"render", "info", "explain", "table", "auto", "presets", "colormaps", "save"}) {
         const std::string help = Run(std::string("help ") + command).out;
         const std::regex option("--[a-z-]+");
         for (std::sregex_iterator it(help.begin(), help.end(), option), end; it != end; ++it) {
