@@ -159,6 +159,9 @@ AttributeChanges ImageSource::choose_state(const DicomDataSet& image, const Pres
     }
     if (state->set.Has(DicomTag(0x0028, 0x2000)))
         stateNotes.push_back({"icc", "the ICC profile of the presentation state is not applied"});
+    const std::string presentation = image.Text(tag::kPixelPresentation);
+    if ((presentation == "COLOR" || presentation == "MIXED") && image.Has(tag::kPaletteDescriptor))
+        stateNotes.push_back({"palette", "the presentation state leaves the supplemental palette out"});
     return ChangesBy(*state, image, options.frame);
 }
 

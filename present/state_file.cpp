@@ -504,5 +504,6 @@ LostInState FindLostInState(OpenedImage& image, const PresentationOptions& prese
     if (!image.File().IsColour() && map != nullptr && !map->IsDummy() &&
         DescribeTable(image).kind == ZEV_TableSource::kPresentationLut)
         found.lost.push_back("the Presentation LUT under the colour map");
+    if (image.Supplement() != nullptr) found.lost.push_back("the supplemental palette");
     return found;
 }
