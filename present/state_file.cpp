@@ -498,8 +498,6 @@ LostInState FindLostInState(OpenedImage& image, const PresentationOptions& prese
     const double rotation = PlaceImage(image, view).space.GetRotation();
     if (std::remainder(rotation, 90.0) != 0.0)
         found.lost.push_back("the rotation by " + NumberText(rotation) + " degrees");
-    if (!image.File().IsColour() && image.Supplement() != nullptr)
-        found.lost.push_back("the colours of the image's supplemental palette");
     const ZEV_ColorMap* const map = image.Params().GetColorMap();
     if (!image.File().IsColour() && map != nullptr && !map->IsDummy() &&
         DescribeTable(image).kind == ZEV_TableSource::kPresentationLut)
