@@ -10,6 +10,7 @@
 #include "io/atomic_file.h"
 #include "io/present_error.h"
 #include "options.h"
+#include "present/overlays.h"
 
 namespace fs = std::filesystem;
 
@@ -90,6 +91,7 @@ void render(Options options) {
     if (!batch.drawing.fit.empty() && !ParseSize(batch.drawing.fit))
         throw UsageError("--fit: '" + batch.drawing.fit + "' is not WIDTHxHEIGHT");
     ParseRegions(batch.drawing.view.regions);
+    ParseInk(batch.drawing.overlayColour, "--overlay-color");
     LoadConfiguration(batch.drawing.presentation.config);
     ReadStates(batch.drawing.presentation);
 

@@ -25,8 +25,9 @@ std::optional<std::pair<int, int>> ParseSize(const std::string& text) {
 namespace {
 
 /// The overlay planes that a state shows: those of its own, and those of the image that it activates, each
-/// with the colour of its graphic layer.
-Layers activated_overlays(const OpenedImage& image, const PresentationState& state) {
+/// with the colour of its graphic layer. The others are named in the notes.
+Layers activated_overlays(const OpenedImage& image, const PresentationState& state,
+                          std::vector<Note>* notes) {
     Layers layers;
     std::vector<std::string> problems;
     const std::vector<OverlayPlane> own =
@@ -34,6 +35,13 @@ Layers activated_overlays(const OpenedImage& image, const PresentationState& sta
     const std::vector<GraphicLayer> known = ReadGraphicLayers(state);
     const auto add = [&](const OverlayPlane& plane) {
         const std::string name = state.set.Text(DicomTag(plane.group, 0x1001));
+        const bool isShutter = state.set.Word(DicomTag(0x0018, 0x1623), 0) == static_cast<int>(plane.group);
+        if (name.empty() && !isShutter) {
+            char group[8];
+            std::snprintf(group, sizeof group, "%04X", plane.group);
+            problems.push_back(std::string("overlay ") + group +
+                               " is not shown: the presentation state does not activate it");
+        }
         if (name.empty()) return;
         const auto layer = std::find_if(known.begin(), known.end(),
                                         [&](const GraphicLayer& one) { return one.name == name; });
@@ -45,6 +53,9 @@ Layers activated_overlays(const OpenedImage& image, const PresentationState& sta
         const bool isReplaced = std::any_of(
             own.begin(), own.end(), [&](const OverlayPlane& other) { return other.group == plane.group; });
         if (!isReplaced) add(plane);
+    }
+    if (notes != nullptr) {
+        for (std::string& problem : problems) notes->push_back({"overlay", std::move(problem)});
     }
     return layers;
 }
@@ -62,7 +73,7 @@ Layers layers_of(const OpenedImage& image, const DrawingOptions& options, std::v
         return layers;
     }
     add(ShutterLayers(*state, image.File().Rows(), image.File().Columns()));
-    if (options.overlays) add(activated_overlays(image, *state));
+    if (options.overlays) add(activated_overlays(image, *state, notes));
     add(AnnotationLayers(*state, image.File().DataSet().Text(tag::kSopInstance), image.File().Frame(),
                          notes));
     return layers;
