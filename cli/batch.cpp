@@ -21,6 +21,7 @@
 #include "io/atomic_file.h"
 #include "io/present_error.h"
 #include "io/printable.h"
+#include "io/refusal.h"
 #include "io/worker_pool.h"
 #include "output.h"
 
@@ -180,8 +181,8 @@ private:
 };
 
 /// What a worker does. It answers with a letter and a line for the report: D for a picture that was drawn, F
-/// for one that failed, S without a line for one that was there already. Nothing at all is the end of the
-/// task.
+/// for one that failed, S without a line for one that was there already, N for a file that is not an image.
+/// Nothing at all is the end of the task.
 class Drawer {
 public:
     Drawer(const BatchInputs& inputs, const BatchOptions& options, const FileSet& files)
@@ -238,6 +239,7 @@ private:
 
     void fail(const BatchInput& input, std::optional<int> frame, const std::string& why,
               const WorkerPool::Answer& answer) const {
+        if (input.isFound && why.rfind(Printable(input.path) + ": " + kNoImage, 0) == 0) return answer("N");
         Json line = line_of(input, frame);
         line["error"] = Printable(why);
         answer("F" + line.dump(-1, ' ', false, Json::error_handler_t::replace));
@@ -314,10 +316,11 @@ int DrawMany(const BatchInputs& inputs, const BatchOptions& options) {
                     },
                     {kMemory, kSeconds});
 
-    std::size_t given = 0, done = 0, drawn = 0, there = 0, failed = 0;
+    std::size_t given = 0, done = 0, drawn = 0, there = 0, failed = 0, skipped = inputs.skipped;
     Progress progress(tasks, !options.quiet);
     const auto take = [&](char kind, const std::string& text) {
         if (kind == 'S') return void(++there);
+        if (kind == 'N') return void(++skipped);
         ++(kind == 'D' ? drawn : failed);
         Json line = Json::parse(text);
         if (kind == 'F') {
@@ -363,8 +366,7 @@ int DrawMany(const BatchInputs& inputs, const BatchOptions& options) {
         std::cerr << count_of(drawn, "picture");
         if (failed != 0) std::cerr << ", " << failed << " failed";
         if (there != 0) std::cerr << ", " << there << " there already";
-        if (inputs.skipped != 0)
-            std::cerr << ", " << count_of(inputs.skipped, "file") << " without a DICOM image skipped";
+        if (skipped != 0) std::cerr << ", " << count_of(skipped, "file") << " without a DICOM image skipped";
         char text[60];
         std::snprintf(text, sizeof text, ", %.1f s, %.0f/s\n", seconds,
                       static_cast<double>(drawn) / std::max(seconds, 1e-3));

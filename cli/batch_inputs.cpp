@@ -117,6 +117,7 @@ private:
             }
             const fs::path below = fs::path(file).lexically_relative(folder);
             add(std::move(file), below, below.generic_string());
+            m_Found.files.back().isFound = true;
         }
     }
 

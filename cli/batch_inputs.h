@@ -14,6 +14,8 @@ struct BatchInput {
     /// What a share is chosen by: of the path below the folder that was given, or of the path as it was
     /// given.
     std::uint64_t hash = 0;
+    /// It lies in a folder that was given. Nobody asked for what is not an image there.
+    bool isFound = false;
 };
 
 struct BatchInputs {

@@ -277,7 +277,7 @@ std::uint32_t require_pixels(const DicomDataSet& dataSet, const gdcm::DataSet& s
     }
     if (dataSet.elements.empty()) throw Refusal("not a DICOM file");
     const std::string sopClass = dataSet.Text(tag::kSopClass);
-    throw Refusal("holds no image: no pixel data" +
+    throw Refusal(kNoImage + std::string(": no pixel data") +
                   (sopClass.empty() ? "" : " (SOP class " + sopClass + ")"));
 }
 

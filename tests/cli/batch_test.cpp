@@ -112,6 +112,9 @@ TEST_F(Batch, PicturesAreThoseOfSingleRuns) {
         ASSERT_EQ(Run("render samples/" + name + " -o single.png --gamma 0.8").status, 0);
         expected[stem + ".png"] = support::ReadFile("single.png");
     }
+    // What is not an image is skipped in a folder.
+    WriteSampleState("samples");
+    EXPECT_EQ(Run("render samples/ct-state.dcm -o single.png").status, 1);
     for (const char* frame : {"0", "1", "2"}) {
         ASSERT_EQ(Run(std::string("render cine.dcm -o single.png --frame ") + frame).status, 0);
         frames[std::string("cine-f000") + frame + ".png"] = support::ReadFile("single.png");

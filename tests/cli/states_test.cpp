@@ -125,7 +125,8 @@ DrawingOptions any_presentation(Chance& chance, OpenedImage& image) {
     }
     shown.automatic = kind == 3;
     shown.invert = chance.Of(0.4);
-    if (chance.Of(0.3)) shown.gamma = static_cast<float>(std::round(chance.Between(0.3, 3.0) * 100.0) / 100.0);
+    if (chance.Of(0.3))
+        shown.gamma = static_cast<float>(std::round(chance.Between(0.3, 3.0) * 100.0) / 100.0);
     if (chance.Of(0.2)) shown.colourMap = chance.One(kMaps);
     ViewOptions& view = options.view;
     if (chance.Of(0.3)) view.rotate = chance.One({90.0, 180.0, 270.0, -90.0});
