@@ -148,6 +148,12 @@ struct Build {
         refhost::MemoryRaster target = Target(trueColor, outputDepth);
         return ZEV_Painter(params, ZEV_TableParams(nullptr, &context, &source, &target, KIT_Rect()));
     }
+    ZEV_TableSource Describe(ZEV_Params& params) const {
+        refhost::MemoryContext context(levels, palette);
+        refhost::MemoryRaster source = Source(inputDepth, isSigned);
+        refhost::MemoryRaster target = Target(trueColor, outputDepth);
+        return params.DescribeTable(ZEV_TableParams(nullptr, &context, &source, &target, KIT_Rect()));
+    }
     template <class Out>
     std::vector<Out> Read(ZEV_Params& params) const {
         return Entries<Out>((*this)(params).get(), isSigned, inputDepth);

@@ -72,6 +72,42 @@ TEST(Build, NegativeSlopeReversesEachBuildAndLeavesTheObject) {
     EXPECT_EQ(Build().Read<unsigned char>(p)[0], 0);
 }
 
+/// The ends that are reported are those where the entries change.
+TEST(Build, DescriptionHasTheEndsOfTheTable) {
+    for (const bool isSigned : {false, true}) {
+        for (const float slope : {1.0f, 2.5f, -0.7f}) {
+            for (const int center : {-90, -20, 0, 33, 100, 250}) {
+                for (const int width : {2, 5, 101}) {
+                    ZEV_Params p;
+                    p.InitCenter(center), p.InitWidth(width);
+                    p.SetRescaleSlope(slope), p.SetRescaleIntercept(-7);
+                    const Build build{8, isSigned, true, 8, 256, {}};
+                    const ZEV_TableSource source = build.Describe(p);
+                    EXPECT_EQ(source.kind, ZEV_TableSource::kRamp);
+                    EXPECT_EQ(source.inverse, slope < 0.0f);
+                    const auto table = build.Read<unsigned char>(p);
+                    const int origin = isSigned ? 128 : 0, bottom = source.inverse ? 255 : 0;
+                    for (int i = 0; i < 256; ++i) {
+                        const int level = table[static_cast<std::size_t>(i)], pixel = i - origin;
+                        if (pixel <= source.low && source.low < source.high) {
+                            EXPECT_EQ(level, bottom) << pixel;
+                        }
+                        if (pixel >= source.high) {
+                            EXPECT_EQ(level, 255 - bottom) << pixel;
+                        }
+                        if (pixel > source.low && pixel < source.high && source.high - source.low < 256) {
+                            EXPECT_TRUE(level != bottom && level != 255 - bottom) << pixel;
+                        }
+                    }
+                }
+            }
+        }
+    }
+    ZEV_Params p;
+    EXPECT_EQ(p.DescribeTable(ZEV_TableParams(nullptr, nullptr, nullptr, nullptr, KIT_Rect())).kind,
+              ZEV_TableSource::kNone);
+}
+
 struct Refusal {
     const char* name;
     Build build;
