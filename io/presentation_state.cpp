@@ -106,6 +106,25 @@ std::string PresentationState::FirstImage() const {
     return image == nullptr ? std::string() : image->Text(tag::kReferencedSopInstance);
 }
 
+PresentationState PresentationState::ForAnyImage() const {
+    PresentationState any = *this;
+    const std::string first = FirstImage();
+    for (auto& [tag, element] : any.set.elements) {
+        if (tag == tag::kReferencedSeries) continue;
+        std::vector<DicomDataSet>& items = element.items;
+        const auto isOfAnother = [&](const DicomDataSet& item) {
+            const DicomElement* const images = item.Find(tag::kReferencedImages);
+            return images != nullptr && !images->items.empty() &&
+                   std::none_of(images->items.begin(), images->items.end(), [&](const DicomDataSet& image) {
+                       return image.Text(tag::kReferencedSopInstance) == first;
+                   });
+        };
+        items.erase(std::remove_if(items.begin(), items.end(), isOfAnother), items.end());
+        for (DicomDataSet& item : items) item.Remove(tag::kReferencedImages);
+    }
+    return any;
+}
+
 bool AppliesTo(const DicomDataSet& item, const std::string& instance, int frame) {
     const DicomElement* const images = item.Find(tag::kReferencedImages);
     if (images == nullptr || images->items.empty()) return true;

@@ -27,6 +27,8 @@ struct PresentationState {
     const DicomDataSet* DisplayedArea(const std::string& instance, int frame) const;
     /// The first image that it refers to.
     std::string FirstImage() const;
+    /// The same for any image: what it has for its first one.
+    PresentationState ForAnyImage() const;
 };
 
 /// Whether an item with an optional Referenced Image Sequence applies to a frame of an image: without one it

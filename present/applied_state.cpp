@@ -52,9 +52,17 @@ AttributeChanges ChangesBy(const PresentationState& state, const DicomDataSet& i
     };
     require_table(state, state.set, tag::kModalityLutSequence, "Modality LUT");
     for (const std::uint32_t tag : kModality) take(&state.set, tag);
-    const std::vector<double> slope = state.set.Numbers(tag::kRescaleSlope, 1);
-    if (!slope.empty() && (!std::isfinite(slope[0]) || slope[0] == 0.0))
+    constexpr double kSmallest = 1e-30, kLargest = 1e30;
+    const double nothing = std::nan("");
+    const double slope = std::fabs(
+                     state.set.Has(tag::kRescaleSlope) ? state.set.Number(tag::kRescaleSlope, nothing) : 1.0),
+                 intercept = std::fabs(state.set.Has(tag::kRescaleIntercept)
+                                           ? state.set.Number(tag::kRescaleIntercept, nothing)
+                                           : 0.0);
+    if (!(slope >= kSmallest && slope <= kLargest))
         throw PresentError(state.path, "its rescale slope is not a number other than 0");
+    if (!(intercept <= kLargest))
+        throw PresentError(state.path, "its rescale intercept is beyond all reason");
 
     const DicomDataSet* const voi = state.VoiLut(image.Text(tag::kSopInstance), frame);
     if (voi != nullptr) require_table(state, *voi, tag::kVoiLutSequence, "VOI LUT");

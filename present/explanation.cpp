@@ -206,20 +206,16 @@ public:
                                                       : std::string("natural"),
                 {}, double{params.GetGamma()});
         }
-        const bool isByImage = params.GetPhotometricInverse(), isInverse = m_Image.ModalityInverse();
-        std::string why;
-        if (m_Image.State() != nullptr) {
-            why = "the presentation state";
-        } else if (isByImage) {
-            why = "the image";
+        const bool isInverse = m_Image.ModalityInverse();
+        std::string text = isInverse ? "low values are bright" : "low values are dark";
+        if (isInverse != m_Image.AsOpened().modalityInverse) {
+            text += ", by choice of the user";
+        } else if (m_Image.State() != nullptr) {
+            text += ", by the presentation state";
+        } else if (isInverse) {
+            text += ", by the image";
         }
-        const bool isAsOpened = isInverse == (m_Image.State() != nullptr ? isInverse : isByImage);
-        Add("inversion",
-            isInverse ? "low values are bright" +
-                            (why.empty() ? std::string(", by choice of the user") : ", by " + why)
-            : isAsOpened ? std::string("low values are dark")
-                         : "low values are dark, by choice of the user",
-            {tag::kPhotometricInterpretation, tag::kPresentationLutShape});
+        Add("inversion", text, {tag::kPhotometricInterpretation, tag::kPresentationLutShape});
     }
 
     void ColourMap() {
@@ -273,8 +269,8 @@ public:
         if (isSigmoid) {
             name = "SIGMOID";
             y = 255.0 / (1.0 + std::exp(-4.0 * (x - center) / width));
-        } else if (m_Own.Text(tag::kVoiLutFunction) == "LINEAR_EXACT" || m_Image.State() != nullptr ||
-                   m_Image.File().IsReduced()) {
+        } else if (m_Own.Text(tag::kVoiLutFunction) == "LINEAR_EXACT" || m_Image.EndsCount() ||
+                   m_Image.InStoredValues() || m_Image.File().IsReduced()) {
             // The ends of a state's window are those of the exact function. Of real numbers LINEAR is not
             // defined.
             name = "LINEAR_EXACT";

@@ -145,7 +145,7 @@ AttributeChanges ImageSource::choose_state(const DicomDataSet& image, const Pres
     if (!found.empty()) {
         state = found.front();
     } else if (!states->IsFolder() && options.force) {
-        state = &states->All().front();
+        state = &forced.emplace(states->All().front().ForAnyImage());
     } else if (!states->IsFolder()) {
         throw PresentError(states->Path(), "belongs to another image, " + states->All().front().FirstImage() +
                                                "; --force takes it all the same");
@@ -207,7 +207,8 @@ OpenedImage::OpenedImage(std::shared_ptr<ImageSource> source, const Presentation
     note_opening();
     if (State() != nullptr && !File().IsColour()) apply_state();
     m_AsOpened = {m_Params.GetCenter(), m_Params.GetWidth(), m_Params.GetVoiLutSelection(),
-                  !m_bUseRescale,       m_WindowSource,      m_Params.GetColorMap()};
+                  !m_bUseRescale,       m_WindowSource,      m_Params.GetColorMap(),
+                  ModalityInverse()};
     if (m_Source->saved) {
         lay_display_parameters(*m_Source->saved);
         note_window("display parameters");
@@ -496,7 +497,8 @@ void OpenedImage::apply_state() {
 }
 
 /// The ramp from `low` to `high` in modality units. Where these, or the stored values that they stand for,
-/// are not whole, the ends are the next whole stored values: moved up, the table is at most one level off.
+/// are not whole, the ends are the next whole stored values: up to half a stored value moved up, which a window
+/// of fewer than about 128 stored values shows as more than one level.
 void OpenedImage::set_ends(double low, double high) {
     const auto is_whole = [](double value) { return value == std::floor(value); };
     double from = (low - m_Rescale.intercept) / m_Rescale.slope,
@@ -511,13 +513,19 @@ void OpenedImage::set_ends(double low, double high) {
         change_to_stored_values();
         if (from > to) std::swap(from, to);
         constexpr double kNoise = 1e-6;
+        const bool isAtPixel = std::fabs(from - std::round(from)) <= kNoise;
         from = std::ceil(from - kNoise), to = std::ceil(to - kNoise);
-        // Black up to and with the first end, white from the second one on.
-        if (to <= from) from = to - 1.0;
+        // A step: black up to and with its value, white from the next one on; where the values fall, white
+        // below its value.
+        if (to <= from) {
+            if (low == high && isAtPixel && m_Rescale.slope > 0.0) to += 1.0;
+            from = to - 1.0;
+        }
         // A table moves ends below its first entry up by one.
         for (double* const end : {&from, &to}) *end -= *end < first ? 1.0 : 0.0;
     }
-    if (to <= from) from = to - 1.0;
+    // The value of a step is still black.
+    if (to <= from) to = from + 1.0;
     m_Params.SetVoiLutSelection(-1, false);
     m_Params.InitCenter(truncated((from + to) / 2.0));
     m_Params.InitWidth(truncated(to - from));

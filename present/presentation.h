@@ -107,6 +107,7 @@ struct OpenedState {
     bool inStoredValues = false;
     WindowSource windowSource = WindowSource::kFallback;
     const ZEV_ColorMap* colourMap = nullptr;
+    bool modalityInverse = false;
 };
 
 /// One frame of an image's file, read once and shared by all its openings: a region is the image opened once
@@ -118,6 +119,8 @@ struct ImageSource {
     /// The presentation state that is applied, or null. The states are kept for it.
     std::shared_ptr<const PresentationStates> states;
     const PresentationState* state = nullptr;
+    /// The same where it belongs to another image and is taken all the same.
+    std::optional<PresentationState> forced;
     /// What a user must know of the choice.
     std::vector<Note> stateNotes;
     DicomFile file;
@@ -173,6 +176,8 @@ public:
     /// The window in modality units, as exactly as it is known.
     double ModalityCenter();
     double ModalityWidth();
+    /// The ends of the window count, as a presentation state gives them, not centre and width.
+    bool EndsCount() const { return m_bEndsCount; }
     /// The direction of the table as it is with rescale in use.
     bool ModalityInverse();
 

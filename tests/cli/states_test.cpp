@@ -109,10 +109,9 @@ DrawingOptions any_presentation(Chance& chance, OpenedImage& image) {
     DrawingOptions options;
     PresentationOptions& shown = options.presentation;
     const auto range = image.ModalityRange().value_or(std::make_pair(0.0, 100.0));
-    const double span = std::max(1.0, range.second - range.first);
+    const double span = range.second > range.first ? range.second - range.first : 1.0;
     const int entries = static_cast<int>(image.Params().GetVoiLutEntryCount());
-    // A window far wider than 65536 pixel values is beyond the tables of a state.
-    const int kind = span < 60.0 ? 5 : chance.Whole(0, 5);
+    const int kind = span < 60.0 ? chance.Whole(3, 5) : chance.Whole(0, 5);
     if (kind == 4 && entries > 0) shown.voi = chance.Whole(0, entries - 1);
     if (kind == 5) {
         shown.center = chance.Between(range.first, range.second);
@@ -198,6 +197,9 @@ TEST_F(States, SavedAndAppliedTheyShowTheSamePicture) {
                 OpenedImage image(path, options.presentation);
                 // What a state cannot hold, the command does not save without --force.
                 if (!FindLostInState(image, options.presentation, options.view).lost.empty()) continue;
+                // A Presentation LUT has no more entries.
+                const double span = image.ModalityWidth() / std::fabs(image.GetRescale().slope);
+                if (options.presentation.gamma && span > 65535.0) continue;
                 support::WriteFile(saved, EncodePresentationState(image, options.view, {}, saved));
             } catch (const PresentError& error) {
                 const std::string reason = error.what();
@@ -209,6 +211,422 @@ TEST_F(States, SavedAndAppliedTheyShowTheSamePicture) {
                                  DrawFrame(path, again, plain.frame).picture),
                       "");
         }
+    }
+}
+
+// ---- States put together by hand
+
+constexpr const char* kInstance = "2.25.4711";
+
+DicomElement sequence(std::vector<DicomDataSet> items) { return {"SQ", "", std::move(items)}; }
+
+template <class Number>
+DicomElement binary(const char* vr, std::initializer_list<Number> numbers) {
+    std::string bytes;
+    for (const Number number : numbers) bytes.append(reinterpret_cast<const char*>(&number), sizeof number);
+    return {vr, bytes, {}};
+}
+
+DicomElement decimal(const std::string& text) { return {"DS", text, {}}; }
+
+DicomDataSet reference(const std::string& instance, const char* frames = "") {
+    DicomDataSet image;
+    image.PutText(tag::kReferencedSopClass, "UI", "1.2.840.10008.5.1.4.1.1.4");
+    image.PutText(tag::kReferencedSopInstance, "UI", instance);
+    if (*frames != '\0') image.PutText(tag::kReferencedFrameNumber, "IS", frames);
+    return image;
+}
+
+/// An item of the Softcopy VOI LUT Sequence.
+DicomDataSet voi(const char* center, const char* width, const char* frames = "",
+                 const char* function = "LINEAR", const char* instance = kInstance) {
+    DicomDataSet item;
+    item.elements[tag::kReferencedImages] = sequence({reference(instance, frames)});
+    item.elements[tag::kWindowCenter] = decimal(center);
+    item.elements[tag::kWindowWidth] = decimal(width);
+    item.PutText(tag::kVoiLutFunction, "CS", function);
+    return item;
+}
+
+/// An item of the Displayed Area Selection Sequence.
+DicomDataSet area(std::initializer_list<std::int32_t> first, std::initializer_list<std::int32_t> last,
+                  const char* mode = "SCALE TO FIT", float ratio = 1.0F) {
+    DicomDataSet item;
+    item.elements[tag::kDisplayedAreaTopLeft] = binary("SL", first);
+    item.elements[tag::kDisplayedAreaBottomRight] = binary("SL", last);
+    item.PutText(tag::kPresentationSizeMode, "CS", mode);
+    item.PutText(tag::kPresentationPixelAspectRatio, "IS", "1\\1");
+    item.elements[tag::kMagnificationRatio] = binary("FL", {ratio});
+    return item;
+}
+
+DicomDataSet table(int entries, int bits, std::size_t bytes) {
+    DicomDataSet item;
+    item.elements[tag::kLutDescriptor] = binary<std::uint16_t>(
+        "US", {static_cast<std::uint16_t>(entries), 0, static_cast<std::uint16_t>(bits)});
+    item.elements[tag::kLutData] = {"OW", std::string(bytes, '\x7F'), {}};
+    return item;
+}
+
+/// A Grayscale state for the image of support::Ramp.
+DicomDataSet state(const char* label = "TEST", const char* time = "120000", int kind = 1) {
+    DicomDataSet set;
+    set.PutText(tag::kSopClass, "UI", "1.2.840.10008.5.1.4.1.1.11." + std::to_string(kind));
+    set.PutText(tag::kSopInstance, "UI", std::string("2.25.9") + time);
+    set.PutText(tag::kModality, "CS", "PR");
+    set.PutText(tag::kContentLabel, "CS", label);
+    set.PutText(tag::kPresentationCreationDate, "DA", "20260101");
+    set.PutText(tag::kPresentationCreationTime, "TM", time);
+    DicomDataSet series;
+    series.elements[tag::kReferencedImages] = sequence({reference(kInstance)});
+    set.elements[tag::kReferencedSeries] = sequence({series});
+    set.PutText(tag::kPresentationLutShape, "CS", "IDENTITY");
+    return set;
+}
+
+/// A picture's levels along the 256 stored values of a ramp of 8 bits.
+std::vector<std::uint8_t> levels_of(const std::string& image, const DrawingOptions& options) {
+    std::vector<std::uint8_t> levels, samples = in_colour(DrawFrame(image, options, 0).picture);
+    for (std::size_t i = 0; i < samples.size(); i += 3) levels.push_back(samples[i]);
+    return levels;
+}
+
+TEST_F(States, TheOneForTheImageAndFrameIsChosen) {
+    const std::string image = m_Directory / "image.dcm", other = m_Directory / "other.dcm";
+    const std::string colour = m_Directory / "colour.dcm", folder = m_Directory / "states";
+    DicomDataSet set = support::Ramp("MR", {{tag::kWindowCenter, "128"}, {tag::kWindowWidth, "256"}});
+    set.PutText(DicomTag(0x0028, 0x0008), "IS", "2");
+    set.elements[tag::kPixelData].bytes += set.elements[tag::kPixelData].bytes;
+    support::WriteImage(image, set);
+    set.PutText(tag::kSopInstance, "UI", "2.25.5");
+    support::WriteImage(other, set);
+    set.PutText(tag::kSopInstance, "UI", kInstance);
+    set.PutText(tag::kPhotometricInterpretation, "CS", "RGB");
+    set.PutWord(tag::kSamplesPerPixel, "US", 3);
+    set.PutText(DicomTag(0x0028, 0x0008), "IS", "1");
+    set.elements[tag::kPixelData].bytes.resize(3 * 256);
+    support::WriteImage(colour, set);
+
+    std::filesystem::create_directories(folder + "/deep");
+    DicomDataSet older = state("OLDER", "110000"), newer = state("NEWER", "120000");
+    older.elements[tag::kSoftcopyVoiLutSequence] = sequence({voi("30", "20")});
+    newer.elements[tag::kSoftcopyVoiLutSequence] = sequence({voi("50", "40", "1"), voi("70", "60", "2")});
+    support::WriteImage(folder + "/a.dcm", older);
+    support::WriteImage(folder + "/deep/b.dcm", newer);
+    support::WriteImage(folder + "/image.dcm", set);
+    support::WriteFile(folder + "/notes.txt", "nothing");
+    const std::string colourState = m_Directory / "colour-state.dcm", other5 = m_Directory / "other5.dcm";
+    support::WriteImage(colourState, state("COLOUR", "120000", 2));
+    support::WriteImage(other5, state("BLEND", "120000", 4));
+    const struct {
+        const char* name;
+        std::string arguments;
+        int status;
+        std::string low, says;
+    } cases[] = {
+        {"newest", image + " --gsps " + folder, 0, "30", "another presentation state for this image"},
+        {"item of the frame", image + " --frame 1 --gsps " + folder, 0, "40", "OLDER"},
+        {"none in the folder", other + " --gsps " + folder, 0, "0", "is for this image"},
+        {"another image's", other + " --gsps " + folder + "/a.dcm", 1, "", "belongs to another image"},
+        {"another image's, forced", other + " --force --gsps " + folder + "/a.dcm", 0, "20", ""},
+        {"an image", image + " --force --gsps " + image, 1, "", "is not a presentation state"},
+        {"of another kind", image + " --force --gsps " + other5, 1, "", "Blending"},
+        {"not there", image + " --gsps none.dcm", 1, "", "No such file"},
+        {"no state in the folder", image + " --gsps " + m_Logs.Path(), 1, "", "holds no presentation state"},
+        {"of colour on grey", image + " --gsps " + colourState, 1, "", "is for images in colour"},
+        {"of grey on colour", colour + " --gsps " + folder + "/a.dcm", 1, "", "is for images in grey"},
+        {"of colour on colour", colour + " --gsps " + colourState, 0, "", ""},
+        {"window of the user", image + " --center 9 --width 8 --gsps " + folder, 0, "5", ""},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        const Outcome outcome = Run("info --json " + row.arguments);
+        EXPECT_EQ(outcome.status, row.status) << outcome.err;
+        EXPECT_NE((outcome.out + outcome.err).find(row.says), std::string::npos)
+            << outcome.out << outcome.err;
+        if (row.status == 0 && !row.low.empty()) {
+            EXPECT_EQ(nlohmann::json::parse(outcome.out)["windowMin"], std::stoi(row.low));
+        } else if (row.status != 0) {
+            EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+        }
+    }
+}
+
+/// PS3.3 C.11.2.1: what is drawn for each stored value, within a level, where the ends of the window are whole
+/// stored values.
+TEST_F(States, WindowsAreThoseOfTheStandard) {
+    const struct {
+        const char *name, *center, *width, *function, *slope, *intercept, *shape;
+    } cases[] = {
+        {"linear", "100", "50", "LINEAR", "1", "0", "IDENTITY"},
+        {"inverse", "100", "50", "LINEAR", "1", "0", "INVERSE"},
+        {"exact", "100", "50", "LINEAR_EXACT", "1", "0", "IDENTITY"},
+        {"two levels", "100", "2", "LINEAR", "1", "0", "IDENTITY"},
+        {"step between values", "100", "1", "LINEAR", "1", "0", "IDENTITY"},
+        {"step at a value", "100.5", "1", "LINEAR", "1", "0", "IDENTITY"},
+        {"step at a value, in halves", "100.5", "1", "LINEAR", "0.5", "50.25", "IDENTITY"},
+        {"step at a value, falling", "100.5", "1", "LINEAR", "-1", "200", "IDENTITY"},
+        {"falling", "100", "50", "LINEAR", "-1", "200", "IDENTITY"},
+        {"fractions", "0.25", "1.1", "LINEAR", "0.001", "0.1", "IDENTITY"},
+        {"beyond the pixels", "-40", "100", "LINEAR", "1", "0", "IDENTITY"},
+        {"wide, ends between values", "100", "201", "LINEAR", "1", "0", "IDENTITY"},
+        {"sigmoid", "100", "50", "SIGMOID", "1", "0", "IDENTITY"},
+    };
+    const std::string image = m_Directory / "image.dcm", path = m_Directory / "state.dcm";
+    support::WriteImage(image, support::Ramp("MR", {{tag::kWindowCenter, "1"}, {tag::kRescaleSlope, "7"}}));
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        DicomDataSet set = state();
+        set.elements[tag::kSoftcopyVoiLutSequence] = sequence({voi(row.center, row.width, "", row.function)});
+        set.elements[tag::kRescaleSlope] = decimal(row.slope);
+        set.elements[tag::kRescaleIntercept] = decimal(row.intercept);
+        set.PutText(tag::kPresentationLutShape, "CS", row.shape);
+        support::WriteImage(path, set);
+        DrawingOptions options;
+        options.presentation.states = states_in(path);
+        const std::vector<std::uint8_t> levels = levels_of(image, options);
+        ASSERT_EQ(levels.size(), 256U);
+        const double c = std::stod(row.center), w = std::stod(row.width);
+        for (int v = 0; v < 256; ++v) {
+            const double x = v * std::stod(row.slope) + std::stod(row.intercept);
+            const std::string function = row.function;
+            double y = 0.0;
+            if (function == "SIGMOID") {
+                y = 1.0 / (1.0 + std::exp(-4.0 * (x - c) / w));
+            } else if (function == "LINEAR_EXACT") {
+                y = x <= c - w / 2 ? 0.0 : x > c + w / 2 ? 1.0 : (x - c) / w + 0.5;
+            } else {
+                y = x <= c - 0.5 - (w - 1) / 2  ? 0.0
+                    : x > c - 0.5 + (w - 1) / 2 ? 1.0
+                                                : (x - (c - 0.5)) / (w - 1) + 0.5;
+            }
+            if (row.shape == std::string("INVERSE")) y = 1.0 - y;
+            EXPECT_NEAR(levels[static_cast<std::size_t>(v)], 255.0 * y, 1.65) << v;
+        }
+    }
+}
+
+TEST_F(States, HostileOnesGetOneLine) {
+    const std::string image = m_Directory / "image.dcm", path = m_Directory / "state.dcm";
+    DicomDataSet pixels = support::Ramp("MR", {});
+    PutStudy(pixels);
+    support::WriteImage(image, pixels);
+    const auto with = [](std::uint32_t tag, DicomElement element) {
+        DicomDataSet set = state();
+        set.elements[tag] = std::move(element);
+        return set;
+    };
+    const auto with_voi = [&](const char* center, const char* width, const char* function = "LINEAR") {
+        return with(tag::kSoftcopyVoiLutSequence, sequence({voi(center, width, "", function)}));
+    };
+    const auto with_area = [&](const DicomDataSet& item) {
+        return with(tag::kDisplayedAreaSequence, sequence({item}));
+    };
+    const auto with_table = [&](std::uint32_t tag, const DicomDataSet& item) {
+        if (tag != tag::kVoiLutSequence) return with(tag, sequence({item}));
+        DicomDataSet softcopy = item;
+        softcopy.elements = {{tag::kVoiLutSequence, sequence({item})}};
+        return with(tag::kSoftcopyVoiLutSequence, sequence({softcopy}));
+    };
+    DicomDataSet nested;
+    for (int depth = 0; depth < 60; ++depth) {
+        DicomDataSet outer;
+        outer.elements[tag::kSoftcopyVoiLutSequence] = sequence({nested});
+        nested = outer;
+    }
+    constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+    constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+    const struct {
+        const char* name;
+        DicomDataSet set;
+        /// Empty where it is to be applied.
+        const char* says;
+    } cases[] = {
+        {"sound", with_voi("40", "80"), ""},
+        {"width 0", with_voi("40", "0"), "is not one"},
+        {"width 0, exact", with_voi("40", "0", "LINEAR_EXACT"), "is not one"},
+        {"width 0, sigmoid", with_voi("40", "0", "SIGMOID"), "is not one"},
+        {"negative width", with_voi("40", "-5"), "is not one"},
+        {"width of words", with_voi("40", "wide"), "is not one"},
+        {"not a number", with_voi("nan", "80"), "is not one"},
+        {"endless width", with_voi("40", "1e300"), "is not one"},
+        {"no width", with_voi("40", ""), "is not one"},
+        {"slope 0", with(tag::kRescaleSlope, decimal("0")), "rescale slope"},
+        {"slope of words", with(tag::kRescaleSlope, decimal("steep")), "rescale slope"},
+        {"slope of another form", with(tag::kRescaleSlope, {"LO", "0 ", {}}), "rescale slope"},
+        {"vanishing slope", with(tag::kRescaleSlope, decimal("1e-300")), "rescale slope"},
+        {"intercept", with(tag::kRescaleIntercept, decimal("1e300")), "rescale"},
+        {"rotation", with(tag::kImageRotation, binary<std::uint16_t>("US", {45})), "quarter turns"},
+        {"area of 2^31", with_area(area({-kMost, -kMost}, {kMost, kMost})), "beyond all reason"},
+        {"area without corners", with_area(area({}, {})), "no corners"},
+        {"area of one number", with_area(area({1}, {16})), "no corners"},
+        {"magnification 0", with_area(area({1, 1}, {16, 16}, "MAGNIFY", 0.0F)), "magnification"},
+        {"magnification 1e30", with_area(area({1, 1}, {16, 16}, "MAGNIFY", 1e30F)), "magnification"},
+        {"magnification NaN", with_area(area({1, 1}, {16, 16}, "MAGNIFY", kNan)), "magnification"},
+        {"true size", with_area(area({1, 1}, {16, 16}, "TRUE SIZE")), "pixel spacing"},
+        {"modality table of a byte", with_table(tag::kModalityLutSequence, table(256, 16, 1)),
+         "Modality LUT"},
+        {"VOI table of a byte", with_table(tag::kVoiLutSequence, table(256, 8, 1)), "VOI LUT"},
+        {"VOI table of 0 bits", with_table(tag::kVoiLutSequence, table(256, 0, 512)), "VOI LUT"},
+        {"VOI table of 65536", with_table(tag::kVoiLutSequence, table(0, 16, 512)), "VOI LUT"},
+        {"levels of a byte", with_table(tag::kPresentationLutSequence, table(4, 16, 1)), "Presentation LUT"},
+        {"empty table", with(tag::kModalityLutSequence, sequence({})), "Modality LUT"},
+        {"empty item", with(tag::kPresentationLutSequence, sequence({DicomDataSet()})), "Presentation LUT"},
+        {"empty windows", with(tag::kSoftcopyVoiLutSequence, sequence({})), ""},
+        {"empty areas", with(tag::kDisplayedAreaSequence, sequence({})), ""},
+        {"nested", with(tag::kSoftcopyVoiLutSequence, sequence({nested})), ""},
+        {"sequence as text", with(tag::kSoftcopyVoiLutSequence, {"UN", "text", {}}), ""},
+        {"references of no one", with(tag::kReferencedSeries, sequence({DicomDataSet()})), "another image"},
+        {"pseudo-colour without palette", state("PSEUDO", "120000", 3), "palette"},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        support::WriteImage(path, row.set);
+        const Outcome outcome =
+            Run("render " + image + " --gsps " + path + " -o " + m_Directory / "picture.png");
+        const bool isGood = *row.says == '\0';
+        EXPECT_EQ(outcome.status, isGood ? 0 : 1);
+        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), isGood ? 0 : 1) << outcome.err;
+        EXPECT_NE(outcome.err.find(row.says), std::string::npos) << outcome.err;
+    }
+
+    // Cut anywhere: applied or refused.
+    support::WriteImage(path, with_voi("40", "80"));
+    const std::string whole = support::ReadFile(path);
+    DrawingOptions options;
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        support::WriteFile(path, whole.substr(0, size));
+        try {
+            options.presentation.states = states_in(path);
+            DrawFrame(image, options, 0);
+        } catch (const PresentError&) {
+        }
+    }
+}
+
+// ---- Explanations
+
+std::uint32_t colour_of(const Picture& picture, int x, int y) {
+    const std::vector<std::uint8_t> samples = in_colour(picture);
+    const std::size_t at = 3 * (static_cast<std::size_t>(y) * static_cast<std::size_t>(picture.width) +
+                                static_cast<std::size_t>(x));
+    return std::uint32_t{samples[at]} << 16 | std::uint32_t{samples[at + 1]} << 8 | samples[at + 2];
+}
+
+const ExplainedStep* step_of(const Explanation& explanation, const std::string& name) {
+    for (const ExplainedStep& step : explanation.steps) {
+        if (step.name == name) return &step;
+    }
+    return nullptr;
+}
+
+/// The last step of an explanation is the pixel of the picture.
+TEST_F(States, ExplanationsEndInThePicture) {
+    const unsigned seed = setting("ZEV_TEST_SEED", 20261123), rounds = setting("ZEV_TEST_ROUNDS", 3);
+    Chance chance(seed);
+    std::vector<std::string> paths = MonochromeImages();
+    for (const std::string& path : WriteSamples(m_Directory / "samples")) paths.push_back(path);
+    const std::string saved = m_Directory / "state.dcm";
+    int compared = 0;
+    for (const std::string& path : paths) {
+        for (unsigned round = 0; round < rounds; ++round) {
+            OpenedImage opened(path, PresentationOptions());
+            const bool isColour = opened.File().IsColour();
+            const int columns = opened.File().Columns(), rows = opened.File().Rows();
+            DrawingOptions options = any_presentation(chance, opened);
+            if (isColour) options.presentation = PresentationOptions();
+            if (!isColour && chance.Of(0.4)) {
+                options.view.regions.push_back("rect:0,0," + std::to_string(columns / 2) + "," +
+                                               std::to_string(rows / 2) + ";center=40;width=300;invert");
+            }
+            if (chance.Of(0.2)) options.overlayColour = "red";
+            SCOPED_TRACE("seed " + std::to_string(seed) + ": " + path + as_text(options));
+            try {
+                if (chance.Of(0.3)) {
+                    support::WriteFile(saved, EncodePresentationState(opened, ViewOptions(), {}, saved));
+                    options.presentation.states = states_in(saved);
+                    options.presentation.voi.reset();
+                }
+                OpenedImage image(path, options.presentation);
+                std::vector<ImagePoint> points;
+                for (int i = 0; i < 20; ++i)
+                    points.push_back({chance.Whole(0, columns - 1), chance.Whole(0, rows - 1)});
+                const std::vector<Explanation> found = Explain(image, options, points);
+                ASSERT_EQ(found.size(), points.size() + 1);
+                OpenedImage again(path, options.presentation);
+                const Picture picture = DrawImage(again, options, nullptr);
+                const SPC_Affine toScreen =
+                    PlaceImage(again, options.view).space.GetScreen2Raster().Inverse();
+                for (std::size_t i = 0; i < points.size(); ++i) {
+                    const Explanation& one = found[i + 1];
+                    const double x = points[i].x + 0.5, y = points[i].y + 0.5;
+                    const int sx = static_cast<int>(std::floor(toScreen.X(x, y))),
+                              sy = static_cast<int>(std::floor(toScreen.Y(x, y)));
+                    const bool isThere = sx >= 0 && sy >= 0 && sx < picture.width && sy < picture.height;
+                    ASSERT_EQ(one.display.has_value(), isThere);
+                    if (isThere) {
+                        EXPECT_EQ(*one.display, colour_of(picture, sx, sy));
+                    }
+                    ++compared;
+                    const ExplainedStep *const level = step_of(one, "level"),
+                                               *const standard = step_of(one, "standard"),
+                                               *const padding = step_of(one, "padding");
+                    const bool isPadding = padding != nullptr && padding->text.rfind("is padding", 0) == 0;
+                    if (level == nullptr || standard == nullptr || isPadding) continue;
+                    const double span = image.ModalityWidth() / std::fabs(image.GetRescale().slope);
+                    // Whole ends: half a stored value at either end.
+                    EXPECT_NEAR(*level->value, *standard->value, 1.5 + 510.0 / std::max(1.0, span))
+                        << standard->text;
+                }
+            } catch (const PresentError& error) {
+                const std::string reason = error.what();
+                EXPECT_NE(reason.find("no window can be measured"), std::string::npos) << reason;
+            }
+        }
+    }
+    EXPECT_GT(compared, 500);
+}
+
+TEST_F(States, ExplainNamesThePointThatItCannotTake) {
+    const std::string image = m_Directory / "image.dcm";
+    support::WriteImage(image, support::Ramp("MR", {}));
+    for (const char* point : {"16,0", "0,16", "-1,0", "0", "a,b", "1,2,3", "0.5,0", "", ",", "1e30,0"}) {
+        SCOPED_TRACE(point);
+        const Outcome outcome = Run("explain " + image + " --at '" + point + "'");
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_NE(outcome.err.find("--at"), std::string::npos) << outcome.err;
+    }
+    EXPECT_EQ(Ask("explain --json --at 15,15 --at 0,0 " + image)["points"].size(), 2U);
+    EXPECT_EQ(Ask("explain --json " + image)["points"].size(), 0U);
+}
+
+/// Who inverted: the image, a state, or the user over either.
+TEST_F(States, ExplainSaysWhoInverted) {
+    const std::string image = m_Directory / "image.dcm", path = m_Directory / "state.dcm";
+    const struct {
+        const char *photometric, *shape, *options, *text;
+    } cases[] = {
+        {"MONOCHROME2", "", "", "low values are dark"},
+        {"MONOCHROME1", "", "", "low values are bright, by the image"},
+        {"MONOCHROME1", "", "--invert", "low values are dark, by choice of the user"},
+        {"MONOCHROME2", "", "--invert", "low values are bright, by choice of the user"},
+        {"MONOCHROME1", "IDENTITY", "", "low values are dark, by the presentation state"},
+        {"MONOCHROME2", "INVERSE", "", "low values are bright, by the presentation state"},
+        {"MONOCHROME2", "IDENTITY", "--invert", "low values are bright, by choice of the user"},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(std::string(row.photometric) + " " + row.shape + " " + row.options);
+        DicomDataSet pixels = support::Ramp("MR", {}), set = state();
+        pixels.PutText(tag::kPhotometricInterpretation, "CS", row.photometric);
+        set.PutText(tag::kPresentationLutShape, "CS", row.shape);
+        support::WriteImage(image, pixels);
+        support::WriteImage(path, set);
+        const auto steps = Ask("explain --json " + image + " " + row.options +
+                               (*row.shape == '\0' ? std::string() : " --gsps " + path))["image"];
+        const auto found = std::find_if(steps.begin(), steps.end(),
+                                        [](const auto& step) { return step["step"] == "inversion"; });
+        ASSERT_NE(found, steps.end());
+        EXPECT_EQ((*found)["text"], row.text);
     }
 }
 
