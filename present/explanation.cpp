@@ -178,7 +178,8 @@ public:
                            "in stored values " + ends +
                                (cost == 0.0 ? ", exactly"
                                             : ", exactly " + text_of(low) + " to " + text_of(high) +
-                                                  ": rounding moves an end by " + text_of(cost)));
+                                                  ": rounding moves an end by " + text_of(cost)),
+                           {}, cost);
             }
             case ZEV_TableSource::kSigmoid:
                 return Add("stored-window", "a sigmoid in modality units, centre " +
