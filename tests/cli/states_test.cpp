@@ -636,4 +636,68 @@ TEST_F(States, ExplainSaysWhoInverted) {
     }
 }
 
+// ---- Other systems' tools
+
+bool is_installed(const char* tool) {
+    return std::system((std::string("command -v ") + tool + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+/// The levels of a binary PGM file of 8 bits.
+std::vector<std::uint8_t> read_pgm(const std::string& path) {
+    const std::string bytes = support::ReadFile(path);
+    int width = 0, height = 0, length = 0;
+    if (std::sscanf(bytes.c_str(), "P5 %d %d 255%*c%n", &width, &height, &length) != 2) return {};
+    return {bytes.begin() + length, bytes.end()};
+}
+
+int farthest(const std::vector<std::uint8_t>& a, const std::vector<std::uint8_t>& b) {
+    int most = a.size() == b.size() && !a.empty() ? 0 : 256;
+    for (std::size_t i = 0; i < a.size() && i < b.size(); ++i) most = std::max(most, std::abs(a[i] - b[i]));
+    return most;
+}
+
+TEST_F(States, OtherToolsDrawTheSame) {
+    for (const char* tool : {"dcmp2pgm", "dcmpsmk"}) {
+        if (!is_installed(tool)) GTEST_SKIP() << tool << " is not installed";
+    }
+    const std::string ours = m_Directory / "ours.dcm", theirs = m_Directory / "theirs.dcm",
+                      pgm = m_Directory / "picture.pgm";
+    const auto draws = [&](const std::string& state, const std::string& image) {
+        const std::string line = "dcmp2pgm -q -p '" + state + "' '" + image + "' '" + pgm + "' 2>/dev/null";
+        return std::system(line.c_str()) == 0 ? read_pgm(pgm) : std::vector<std::uint8_t>();
+    };
+    // That tool takes every function for LINEAR, and knows no padding.
+    WriteSamples(m_Directory.Path());
+    struct Choice {
+        double center, width;
+        bool invert;
+        float gamma;
+    };
+    for (const char* name : {"ct", "mr", "cr", "nm"}) {
+        const std::string image = m_Directory / name + ".dcm";
+        for (const Choice& c : {Choice{100, 800, false, 1.0F},
+                                {60, 31, true, 1.0F},
+                                {90, 300, false, 0.5F},
+                                {200, 2000, true, 2.2F}}) {
+            DrawingOptions options;
+            options.presentation.center = c.center, options.presentation.width = c.width;
+            options.presentation.invert = c.invert, options.presentation.gamma = c.gamma;
+            SCOPED_TRACE(image + as_text(options));
+            OpenedImage opened(image, options.presentation);
+            support::WriteFile(ours, EncodePresentationState(opened, options.view, {}, ours));
+            EXPECT_LE(farthest(draws(ours, image), DrawFrame(image, options, 0).picture.bytes), 1);
+            if (is_installed("dcmpschk")) {
+                EXPECT_EQ(std::system(("dcmpschk -q '" + ours + "' >/dev/null 2>&1").c_str()), 0);
+            }
+            if (is_installed("dciodvfy")) {
+                EXPECT_NE(std::system(("dciodvfy '" + ours + "' 2>&1 | grep -q ^Error").c_str()), 0);
+            }
+        }
+        ASSERT_EQ(std::system(("dcmpsmk -q '" + image + "' '" + theirs + "'").c_str()), 0);
+        DrawingOptions applied;
+        applied.presentation.states = states_in(theirs);
+        EXPECT_LE(farthest(draws(theirs, image), DrawFrame(image, applied, 0).picture.bytes), 1) << image;
+    }
+}
+
 }  // namespace
