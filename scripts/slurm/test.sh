@@ -113,6 +113,7 @@ await 30 nodes_are_idle || fail "the nodes do not come up"
 
 # A few hundred images in a few folders, large enough to be on the way for some seconds.
 "$ZEV" sample "$dir/samples" >/dev/null
+rm "$dir/samples/ct-state.dcm"
 for folder in 1 2 3 4; do
     for copy in 1 2 3 4 5 6 7; do
         mkdir -p "$dir/in/$folder/$copy"
