@@ -28,6 +28,7 @@ public:
     /// The arguments of BuildTable, with the same log lines. Not ready where BuildTable would give null.
     ZEV_Painter(ZEV_Params& params, const ZEV_TableParams& tableParams);
     ~ZEV_Painter();
+    /// The other is not ready afterwards.
     ZEV_Painter(ZEV_Painter&&) noexcept;
     ZEV_Painter& operator=(ZEV_Painter&&) noexcept;
 
@@ -37,8 +38,8 @@ public:
 
     /// Paints `width` times `height` pixels: 8-bit ones for source rasters of up to 8 bits per pixel, else
     /// 16-bit ones, in this machine's order. Display values have 8, 16 or 32 bits like the table's. A row
-    /// follows the other after `pixelStride` or `outStride` bytes, which may be negative. Input and output
-    /// must not overlap. A pixel outside the raster's depth, for which the table has no entry, becomes 0.
+    /// follows the other after `pixelStride` or `outStride` bytes, which may be negative. Each row begins
+    /// at a multiple of its pixels' or display values' size. Input and output must not overlap. A pixel outside the raster's depth, for which the table has no entry, becomes 0.
     /// Does nothing unless ready, with a null pointer, or without pixels.
     void Paint(const void* pixels, std::ptrdiff_t pixelStride, int width, int height, void* out,
                std::ptrdiff_t outStride) const;

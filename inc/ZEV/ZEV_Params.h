@@ -38,8 +38,8 @@ class ZEV_ColorMap;
 /// the count at which it was built. A new object's counters are above zero.
 ///
 /// An object is used by one thread at a time. Only the raster members have a lock. Copies share the VOI
-/// manager, which several threads may use, and the Pval, which they may not: copying, SetVoiLutSelection and
-/// BuildTable write to it without a lock. An object that goes to another thread gets a Pval of its own by
+/// manager, which several threads may use, and the Pval, which they may not: copying, SetVoiLutSelection,
+/// BuildTable, DescribeTable and the constructor of ZEV_Painter write to it without a lock. An object that goes to another thread gets a Pval of its own by
 /// CopyMyPval first, while its source is at rest. See docs/numeric.md for every rounding rule.
 class ZEV_API ZEV_Params : public ZEV_MaskableParam {
 public:
@@ -264,7 +264,8 @@ public:
     /// A new table for the source raster's pixels and the target raster's display values; the caller owns it.
     /// Null for rasters, depths or modes that have no defined table. The object itself does not change.
     ZEV_AbstractWindowingTable* BuildTable(ZEV_TableParams tableParams) override;
-    /// What BuildTable makes a table from, with its log lines; needs no table.
+    /// What BuildTable makes a table from, without making one; kNone where it gives null. Depths and modes
+    /// without a table are not logged.
     ZEV_TableSource DescribeTable(const ZEV_TableParams& tableParams);
     /// Records the output rectangle as it is given and passes the target raster through a print raster's LUT
     /// inside it.

@@ -4,6 +4,8 @@
 #include <ZEV/ZEV_Params.h>
 #include <ZEV/ZEV_WindowingTable.h>
 
+#include <utility>
+
 #include "zev_paint_kernels.h"
 #include "zev_table_creator.h"
 #include "zev_table_types.h"
@@ -41,8 +43,13 @@ ZEV_Painter::ZEV_Painter(ZEV_Params& params, const ZEV_TableParams& tableParams)
 }
 
 ZEV_Painter::~ZEV_Painter() = default;
-ZEV_Painter::ZEV_Painter(ZEV_Painter&&) noexcept = default;
-ZEV_Painter& ZEV_Painter::operator=(ZEV_Painter&&) noexcept = default;
+ZEV_Painter::ZEV_Painter(ZEV_Painter&& other) noexcept
+    : m_Plan(std::exchange(other.m_Plan, Plan())), m_Table(std::move(other.m_Table)) {}
+ZEV_Painter& ZEV_Painter::operator=(ZEV_Painter&& other) noexcept {
+    m_Table = std::move(other.m_Table);
+    m_Plan = std::exchange(other.m_Plan, Plan());
+    return *this;
+}
 
 void ZEV_Painter::Paint(const void* pixels, std::ptrdiff_t pixelStride, int width, int height, void* out,
                         std::ptrdiff_t outStride) const {

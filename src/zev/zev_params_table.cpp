@@ -69,7 +69,9 @@ ZEV_TableSource ZEV_Params::DescribeTable(const ZEV_TableParams& tableParams) {
     TableCreator creator;
     TableSource from;
     ZEV_TableSource source;
-    if (!prepare_table(tableParams, creator, from) || creator.m_TableSize == 0) return source;
+    if (!prepare_table(tableParams, creator, from) || creator.m_TableSize == 0 ||
+        !creator.CanMake(from.isWindow))
+        return source;
     source.inverse = from.inverse;
     if (from.isWindow) {
         const bool isSigned = tableParams.m_pSourceRaster->m_bSigned;

@@ -310,9 +310,7 @@ ZEV_AbstractWindowingTable* ZEV_Params::TableCreator::CopyWindowingTable(Mapper_
 bool ZEV_Params::TableCreator::PlanRamp(int windowMin, int windowMax, bool inverse, bool isSigned,
                                         ZEV_ColorMap* colorMap, ZEV_Painter::Plan& plan) {
     using Plan = ZEV_Painter::Plan;
-    if (!zev::CanPaintRamps() || m_TableSize == 0 || !has_defined_table(true) ||
-        m_OutputDepth > zev::kLongBits)
-        return false;
+    if (!zev::CanPaintRamps() || m_TableSize == 0 || !CanMake(true)) return false;
     const zev::Ramp ramp = ResolveWindow(windowMin, windowMax, inverse, isSigned, colorMap);
     const bool isTrueColor = mode() == Mode::TrueColor;
     const bool hasGreyLevels =
@@ -350,11 +348,15 @@ bool ZEV_Params::TableCreator::PlanRamp(int windowMin, int windowMax, bool inver
     // Index i is limited to the ramp's end, or to the last index, which lies on the ramp still when that ends
     // at 65,536; then a is taken away.
     constexpr int kLastIndex = 65535;
-    const int end = std::min({b, m_TableSize, kLastIndex});
-    int raise = kLastIndex - end;
-    int lower = kLastIndex - end + a;
-    if (a >= m_TableSize) raise = 0, lower = kLastIndex;
-    if (b <= 0) raise = kLastIndex, lower = kLastIndex - static_cast<int>(width);
+    int raise = kLastIndex, lower = kLastIndex;
+    if (b <= 0) {
+        lower -= static_cast<int>(width);
+    } else if (a >= m_TableSize) {
+        raise = 0;
+    } else {
+        raise -= std::min({b, m_TableSize, kLastIndex});
+        lower = raise + a;
+    }
     plan.raise = static_cast<std::uint16_t>(raise);
     plan.lower = static_cast<std::uint16_t>(lower);
 

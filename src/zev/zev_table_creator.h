@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "zev_table_fill.h"
+#include "zev_table_types.h"
 
 class GFX_GraphicContext;
 class Mapper_VOILut;
@@ -38,6 +39,8 @@ public:
     /// A table from a VOI LUT; zeros with the origin set when there is no LUT.
     ZEV_AbstractWindowingTable* CopyWindowingTable(Mapper_VOILut* lut, int center, int width, bool inverse,
                                                    bool isSigned, ZEV_ColorMap* colorMap);
+    /// Whether there are tables of these depths and modes: one of a ramp, or one of a VOI LUT.
+    bool CanMake(bool byRamp) const { return m_OutputDepth <= zev::kLongBits && has_defined_table(byRamp); }
     /// The window as PrepareWindowingTable has it, in table indices.
     zev::Ramp ResolveWindow(int windowMin, int windowMax, bool inverse, bool isSigned,
                             ZEV_ColorMap* colorMap);

@@ -132,6 +132,7 @@ TEST(Build, TablesThatAreNotDefined) {
         LogCapture log(3);
         EXPECT_EQ(row.build(p), nullptr);
         EXPECT_EQ(log.lines.size(), static_cast<std::size_t>(row.lines));
+        EXPECT_EQ(row.build.Describe(p).kind, ZEV_TableSource::kNone);
         if (row.lines > 0) {
             EXPECT_EQ(log.lines.back(),
                       "3 ZEV_Params::TableCreator::PrepareWindowingTable Request for creating an unsupported "

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <climits>
 #include <cstring>
 #include <random>
 #include <thread>
@@ -91,7 +92,9 @@ void randomize(ZEV_Params& params, Build& build, Random& random) {
     params.SetRescaleSlope(chance(50) ? 1.0f : static_cast<float>(any(-30, 30)) / 10.0f);
     params.SetMinMaxScaleMode(chance(50));
     const int width = chance(10) ? any(-3, 3) : chance(10) ? any(0, 3 * range) : any(1, range);
-    const int low = any(-range, range);
+    const int low = chance(3)   ? INT_MIN + any(3, 1 << 20)
+                    : chance(3) ? INT_MAX - any(3, 1 << 20) - std::max(width, 0)
+                                : any(-range, range);
     params.InitCenter(low + width / 2), params.InitWidth(width), params.InitInverse(chance(50));
     if (params.GetMinMaxScaleMode()) params.SetWindowMin(low), params.SetWindowMax(low + width);
     if (chance(40)) params.SetGamma(static_cast<float>(any(1, 50)) / 10.0f);
@@ -174,7 +177,7 @@ TEST(Painter, AnyObjectGivesTheBytesOfItsTable) {
     });
 }
 
-/// Beyond 8 MiB the output is streamed, whatever its alignment.
+/// Frames of more than 8 MiB, whatever the alignment of their display values.
 TEST(Painter, LargeFrames) {
     const int width = 3001, height = 2999;
     std::vector<std::uint16_t> pixels(static_cast<std::size_t>(width * height));
@@ -241,7 +244,10 @@ TEST(Painter, NothingIsPaintedWithoutATable) {
     painter.Paint(&pixel, 1, 1, 1, &out, 1);
     EXPECT_FALSE(
         ZEV_Painter(params, ZEV_TableParams(nullptr, nullptr, nullptr, nullptr, KIT_Rect())).IsReady());
-    const ZEV_Painter grey = Build().Painter(params);
+    ZEV_Painter moved = Build().Painter(params);
+    const ZEV_Painter grey = std::move(moved);
+    EXPECT_TRUE(grey.IsReady());
+    EXPECT_FALSE(moved.IsReady());
     grey.Paint(nullptr, 1, 1, 1, &out, 1), grey.Paint(&pixel, 1, 0, 1, &out, 1),
         grey.Paint(&pixel, 1, 1, -1, &out, 1);
     grey.PaintRgb(&pixel, 1, 1, 1, &out, 3);
