@@ -105,11 +105,17 @@ std::optional<ExactWindow> ExactWindowOf(const PresentationState& state, const s
         throw PresentError(state.path, "its window, centre " + voi->Text(tag::kWindowCenter) + " and width " +
                                            voi->Text(tag::kWindowWidth) + ", is not one");
     }
-    if (!isLinear && function != "LINEAR_EXACT") return std::nullopt;
+    const bool isSigmoid = function == "SIGMOID";
+    if (!isLinear && !isSigmoid && function != "LINEAR_EXACT") return std::nullopt;
     // PS3.3 C.11.2.1.2.1, C.11.2.1.3.2
     const double center = isLinear ? centers[0] - 0.5 : centers[0],
                  width = isLinear ? widths[0] - 1.0 : widths[0];
-    return ExactWindow{center - width / 2.0, center + width / 2.0};
+    return ExactWindow{center - width / 2.0, center + width / 2.0, isSigmoid};
+}
+
+double ExactWindow::At(double value) const {
+    if (isSigmoid) return 1.0 / (1.0 + std::exp(-4.0 * (value - Center()) / Width()));
+    return value <= low ? 0.0 : value > high ? 1.0 : (value - low) / Width();
 }
 
 std::vector<std::uint32_t> PaletteOf(const PresentationState& state) {

@@ -352,9 +352,10 @@ TEST_F(States, TheOneForTheImageAndFrameIsChosen) {
     }
 }
 
-/// PS3.3 C.11.2.1: what is drawn for each stored value, within a level, where the ends of the window are
-/// whole stored values.
+/// PS3.3 C.11.2.1: what is drawn for each stored value, within a level. With "LUT" as its shape a state has a
+/// Presentation LUT that leads neither from black nor to white.
 TEST_F(States, WindowsAreThoseOfTheStandard) {
+    const std::vector<std::uint8_t> lut = {9, 50, 20, 200, 100};
     const struct {
         const char *name, *center, *width, *function, *slope, *intercept, *shape;
     } cases[] = {
@@ -371,6 +372,15 @@ TEST_F(States, WindowsAreThoseOfTheStandard) {
         {"beyond the pixels", "-40", "100", "LINEAR", "1", "0", "IDENTITY"},
         {"wide, ends between values", "100", "201", "LINEAR", "1", "0", "IDENTITY"},
         {"sigmoid", "100", "50", "SIGMOID", "1", "0", "IDENTITY"},
+        {"narrow", "100.3", "2.3", "LINEAR", "1", "0", "IDENTITY"},
+        {"narrow, falling, inverse", "100.3", "3.1", "LINEAR_EXACT", "-1", "200", "INVERSE"},
+        {"narrow, beyond the pixels", "-3.2", "5.5", "LINEAR", "1", "0", "IDENTITY"},
+        {"narrow, before the pixels", "300.5", "5", "LINEAR", "1", "0.25", "INVERSE"},
+        {"narrow fractions", "0.2503", "0.0117", "LINEAR_EXACT", "0.001", "0.1", "IDENTITY"},
+        {"sigmoid in fractions", "0.25", "0.1", "SIGMOID", "-0.001", "0.4", "INVERSE"},
+        {"table", "100", "50", "LINEAR", "1", "0", "LUT"},
+        {"table, narrow", "100.3", "4.7", "LINEAR", "-1", "200", "LUT"},
+        {"table, beyond the pixels", "-40", "300", "LINEAR_EXACT", "1", "0", "LUT"},
     };
     const std::string image = m_Directory / "image.dcm", path = m_Directory / "state.dcm";
     support::WriteImage(image, support::Ramp("MR", {{tag::kWindowCenter, "1"}, {tag::kRescaleSlope, "7"}}));
@@ -380,12 +390,29 @@ TEST_F(States, WindowsAreThoseOfTheStandard) {
         set.elements[tag::kSoftcopyVoiLutSequence] = sequence({voi(row.center, row.width, "", row.function)});
         set.elements[tag::kRescaleSlope] = decimal(row.slope);
         set.elements[tag::kRescaleIntercept] = decimal(row.intercept);
-        set.PutText(tag::kPresentationLutShape, "CS", row.shape);
+        const bool hasLut = row.shape == std::string("LUT");
+        if (hasLut) {
+            DicomDataSet item = table(5, 8, 5);
+            item.elements[tag::kLutData].bytes.assign(lut.begin(), lut.end());
+            set.elements[tag::kPresentationLutSequence] = sequence({item});
+        } else {
+            set.PutText(tag::kPresentationLutShape, "CS", row.shape);
+        }
         support::WriteImage(path, set);
         DrawingOptions options;
         options.presentation.states = states_in(path);
         const std::vector<std::uint8_t> levels = levels_of(image, options);
         ASSERT_EQ(levels.size(), 256U);
+        // Turned over, and with a window of the user's, which leaves nothing of the state's.
+        options.presentation.invert = true;
+        const std::vector<std::uint8_t> turned = levels_of(image, options);
+        options.presentation.invert = false;
+        options.presentation.center = 0.2, options.presentation.width = 0.1;
+        const std::vector<std::uint8_t> other = levels_of(image, options);
+        set.elements.erase(tag::kSoftcopyVoiLutSequence);
+        support::WriteImage(path, set);
+        options.presentation.states = states_in(path);
+        EXPECT_EQ(other, levels_of(image, options));
         const double c = std::stod(row.center), w = std::stod(row.width);
         for (int v = 0; v < 256; ++v) {
             const double x = v * std::stod(row.slope) + std::stod(row.intercept);
@@ -401,9 +428,42 @@ TEST_F(States, WindowsAreThoseOfTheStandard) {
                                                 : (x - (c - 0.5)) / (w - 1) + 0.5;
             }
             if (row.shape == std::string("INVERSE")) y = 1.0 - y;
+            if (hasLut) y = lut[static_cast<std::size_t>(std::lround(y * 4))] / 255.0;
             EXPECT_NEAR(levels[static_cast<std::size_t>(v)], 255.0 * y, 1.65) << v;
+            EXPECT_EQ(turned[static_cast<std::size_t>(v)], 255 - levels[static_cast<std::size_t>(v)]) << v;
         }
     }
+}
+
+/// Of a table for all of 65,536 stored values two take the level of the one before.
+TEST_F(States, ATableForEveryWord) {
+    const std::string image = m_Directory / "image.dcm", path = m_Directory / "state.dcm";
+    DicomDataSet pixels = support::Ramp("MR", {});
+    std::string words, levels;
+    for (unsigned v = 0; v < 65536; ++v) {
+        for (const unsigned byte : {v & 0xFF, v >> 8}) words += static_cast<char>(byte);
+        for (const unsigned byte : {0U, v * 7919 % 251}) levels += static_cast<char>(byte);
+    }
+    pixels.elements[tag::kPixelData] = {"OW", words, {}};
+    for (const std::uint32_t tag : {tag::kRows, tag::kColumns}) pixels.PutWord(tag, "US", 256);
+    for (const std::uint32_t tag : {tag::kBitsAllocated, tag::kBitsStored}) pixels.PutWord(tag, "US", 16);
+    pixels.PutWord(tag::kHighBit, "US", 15);
+    support::WriteImage(image, pixels);
+    DicomDataSet set = state(), item = table(0, 16, 0);
+    item.elements[tag::kLutData].bytes = levels;
+    set.elements[tag::kPresentationLutSequence] = sequence({item});
+    set.elements[tag::kSoftcopyVoiLutSequence] = sequence({voi("32767.5", "65535", "", "LINEAR_EXACT")});
+    support::WriteImage(path, set);
+    DrawingOptions options;
+    options.presentation.states = states_in(path);
+    const std::vector<std::uint8_t> shown = levels_of(image, options);
+    ASSERT_EQ(shown.size(), 65536U);
+    std::vector<unsigned> wrong;
+    for (unsigned v = 0; v < 65536; ++v) {
+        const double wanted = static_cast<double>(v * 7919 % 251 * 256) * 255 / 65535;
+        if (std::fabs(shown[v] - wanted) > 0.51) wrong.push_back(v);
+    }
+    EXPECT_EQ(wrong, (std::vector<unsigned>{16384, 49152}));
 }
 
 TEST_F(States, HostileOnesGetOneLine) {
