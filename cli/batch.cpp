@@ -192,25 +192,24 @@ public:
         const BatchInput& input = m_Inputs.files[task.input];
         const FrameRange& range = m_Options.frames;
         int first = range.first, last = range.last;
-        if (!range.isSingle) {
-            try {
-                const int frames = DicomFile::Load(input.path, LoadOptions{0, partial()}).Frames();
-                const int end = std::min(last, frames - 1);
-                const bool isCut = task.part == 0 && (first > end || (last != all_frames() && last > end));
-                if (isCut) {
-                    fail(input, std::max(first, frames),
-                         PresentError(input.path, "has no frame " + std::to_string(std::max(first, frames)) +
-                                                      ": its frames are 0 to " + std::to_string(frames - 1))
-                             .what(),
-                         answer);
-                }
-                const long count = std::max(0, end - first + 1);
-                last = static_cast<int>(first + count * (task.part + 1) / task.parts - 1);
-                first = static_cast<int>(first + count * task.part / task.parts);
-            } catch (...) {
-                if (task.part == 0) fail(input, first, reason(), answer);
-                return;
+        if (range.isSingle) return draw_frame(input, first, answer);
+        try {
+            const int frames = frames_of(input.path);
+            const int end = std::min(last, frames - 1);
+            const bool isCut = task.part == 0 && (first > end || (last != all_frames() && last > end));
+            if (isCut) {
+                fail(input, std::max(first, frames),
+                     PresentError(input.path, "has no frame " + std::to_string(std::max(first, frames)) +
+                                                  ": its frames are 0 to " + std::to_string(frames - 1))
+                         .what(),
+                     answer);
             }
+            const long count = std::max(0, end - first + 1);
+            last = static_cast<int>(first + count * (task.part + 1) / task.parts - 1);
+            first = static_cast<int>(first + count * task.part / task.parts);
+        } catch (...) {
+            if (task.part == 0) fail(input, first, reason(), answer);
+            return;
         }
         for (int frame = first; frame <= last; ++frame) draw_frame(input, frame, answer);
     }
@@ -223,6 +222,16 @@ public:
 
 private:
     bool partial() const { return m_Options.drawing.presentation.partial; }
+    /// The first frame may be damaged where the others are not.
+    int frames_of(const std::string& path) const try {
+        return DicomFile::Load(path, LoadOptions{0, partial()}).Frames();
+    } catch (const PresentError&) {
+        try {
+            return DicomFile::Load(path, LoadOptions{1, partial()}).Frames();
+        } catch (const PresentError&) {
+        }
+        throw;
+    }
     static int all_frames() { return ParseFrames("all")->last; }
 
     std::string output_of(const BatchInput& input, int frame) const {

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include "cli/batch_inputs.h"
+#include "io/image_support.h"
 #include "program_support.h"
 
 namespace {
@@ -24,6 +25,11 @@ protected:
         std::string& pixels = cine.elements[tag::kPixelData].bytes;
         pixels += std::string(12, '\7') + pixels + pixels.substr(0, 4);
         support::WriteImage("cine.dcm", cine);
+        std::vector<std::uint32_t> header(16);
+        header[0] = 1, header[1] = 64;
+        const std::string frame = support::BytesOf(header, 4) + '\x0F' + std::string(16, '\5');
+        support::WriteFile("partly.dcm", support::Encoded(cine, "1.2.840.10008.1.2.5",
+                                                          support::Fragments("", {"??", frame, frame})));
         fs::copy("in/a", "a-2.dcm");
         support::WriteFile("in/notes.txt", "not an image");
         support::WriteFile("list", "# two\nin/a.dcm\r\n\nin/sub/a.dcm\n");
@@ -75,6 +81,9 @@ TEST_F(Batch, Names) {
         {"cine.dcm --frame 7-9", "", "has no frame 7: its frames are 0 to 2"},
         {"cine.dcm in/a --frame 1", "cine.png", "in/a: has no frame 1: its frames are 0 to 0"},
         {"in/a.dcm --frame all", "a-f0000.png", ""},
+        {"in/a in/a.dcm --frame 2147483647", "", "has no frame 2147483647"},
+        {"partly.dcm --frame all", "partly-f0001.png partly-f0002.png", "damaged"},
+        {"partly.dcm --frame 1-2", "partly-f0001.png partly-f0002.png", ""},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.arguments);
