@@ -94,6 +94,9 @@ TEST_F(Batch, Names) {
         EXPECT_EQ(outcome.err.empty(), row.failure.empty()) << outcome.err;
         fs::remove_all("out");
     }
+    // Standard input is there once.
+    for (const char* inputs : {"- -", "- @-", "@- -"})
+        EXPECT_EQ(Run(std::string("render -o out/ ") + inputs + " < in/a.dcm").status, 2) << inputs;
 }
 
 TEST_F(Batch, WrongUsageDrawsNothing) {
