@@ -269,7 +269,7 @@ private:
         const auto start = Clock::now();
         try {
             if (m_InputFiles.Has(output))
-                throw PresentError(output, "is one of the inputs, and is not written over");
+                throw PresentError(output, "is one of the inputs or the report, and is not written over");
             const DrawnPicture drawn = DrawFrame(input.path, m_Options.drawing, frame);
             const std::vector<std::uint8_t> bytes = EncodePicture(drawn.picture, m_Options.format);
             prepare_folder(fs::path(output).parent_path());
@@ -305,13 +305,17 @@ private:
 
 int DrawMany(const BatchInputs& inputs, const BatchOptions& options) {
     const auto start = Clock::now();
-    const Report report(options.report);
     FileSet inputFiles;
     for (const BatchInput& input : inputs.files) inputFiles.Add(input.path);
     for (const std::string& path : options.otherInputs) inputFiles.Add(path);
     inputFiles.Sort();
     Drawer drawer(inputs, options, inputFiles);
     const Interruptions interruptions;
+    if (inputFiles.Has(options.report))
+        throw UsageError("the report " + options.report + " is one of the inputs");
+    const Report report(options.report);
+    inputFiles.Add(options.report);
+    inputFiles.Sort();
 
     // With few inputs the frames of each are shared out.
     const bool isShared =

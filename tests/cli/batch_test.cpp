@@ -228,3 +228,10 @@ TEST_F(Batch, InputsAreNotWrittenOver) {
 }
 
 }  // namespace
+    // Neither are they by the report, nor is the report.
+    EXPECT_EQ(Run("render in -o out --report in/a.png").status, 2);
+    EXPECT_EQ(support::ReadFile("in/a.png"), before);
+    EXPECT_EQ(Run("render other -o out --report report").status, 0);
+    fs::rename("report", "out/b.png");
+    EXPECT_EQ(Run("render other -o out --report out/b.png").status, 1);
+    EXPECT_EQ(Json::parse(support::Split(support::ReadFile("out/b.png"), '\n').back())["frame"], 0);
