@@ -257,8 +257,10 @@ private:
     bool is_done(const std::string& input, const std::string& output) const {
         struct stat in {
         }, out{};
-        if (stat(output.c_str(), &out) != 0 || stat(input.c_str(), &in) != 0 || out.st_size == 0)
+        if (stat(output.c_str(), &out) != 0 || stat(input.c_str(), &in) != 0 || out.st_size == 0 ||
+            !S_ISREG(out.st_mode)) {
             return false;
+        }
         return std::make_pair(out.st_mtim.tv_sec, out.st_mtim.tv_nsec) >=
                std::make_pair(in.st_mtim.tv_sec, in.st_mtim.tv_nsec);
     }
@@ -309,13 +311,13 @@ int DrawMany(const BatchInputs& inputs, const BatchOptions& options) {
     for (const BatchInput& input : inputs.files) inputFiles.Add(input.path);
     for (const std::string& path : options.otherInputs) inputFiles.Add(path);
     inputFiles.Sort();
-    Drawer drawer(inputs, options, inputFiles);
-    const Interruptions interruptions;
     if (inputFiles.Has(options.report))
         throw UsageError("the report " + options.report + " is one of the inputs");
     const Report report(options.report);
     inputFiles.Add(options.report);
     inputFiles.Sort();
+    Drawer drawer(inputs, options, inputFiles);
+    const Interruptions interruptions;
 
     // With few inputs the frames of each are shared out.
     const bool isShared =
