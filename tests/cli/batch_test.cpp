@@ -205,6 +205,20 @@ TEST_F(Batch, ABrokenFileAmongGoodOnesAndTheRunThatFollows) {
     EXPECT_EQ(Run(run).status, 0);
 }
 
+TEST_F(Batch, ClosedStreamsAndAFolderInThePlaceOfAPicture) {
+    const std::string program = std::string("'") + ZEV_PROGRAM + "' ";
+    Outcome outcome =
+        Run("--version; " + program + "render in -o out --report report <&- >&- 2>&-; (exit $?)");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(Names("out"), "a-2.png a.png sub/a.png");
+    EXPECT_EQ(Report().size(), 3U);
+    fs::remove("out/a.png");
+    fs::create_directory("out/a.png");
+    outcome = Run("render in -o out --resume");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("1 failed, 2 there already"), std::string::npos) << outcome.err;
+}
+
 TEST_F(Batch, WhatIsNoFileIsNotWaitedFor) {
     ASSERT_EQ(mkfifo("pipe", 0600), 0);
     support::WriteFile("list", "pipe\nmissing\nin/a.dcm\n");
@@ -225,9 +239,6 @@ TEST_F(Batch, InputsAreNotWrittenOver) {
         EXPECT_EQ(support::ReadFile("in/a.png"), before) << arguments;
         EXPECT_EQ(support::ReadFile("in/a.png.png"), before) << arguments;
     }
-}
-
-}  // namespace
     // Neither are they by the report, nor is the report.
     EXPECT_EQ(Run("render in -o out --report in/a.png").status, 2);
     EXPECT_EQ(support::ReadFile("in/a.png"), before);
@@ -235,3 +246,6 @@ TEST_F(Batch, InputsAreNotWrittenOver) {
     fs::rename("report", "out/b.png");
     EXPECT_EQ(Run("render other -o out --report out/b.png").status, 1);
     EXPECT_EQ(Json::parse(support::Split(support::ReadFile("out/b.png"), '\n').back())["frame"], 0);
+}
+
+}  // namespace
