@@ -69,9 +69,9 @@ TEST(WorkerPool, FewerWorkersAreBetterThanNone) {
     const int next = dup(0);
     close(next);
     rlimit few = before;
-    few.rlim_cur = static_cast<rlim_t>(next) + 4;
+    few.rlim_cur = static_cast<rlim_t>(next) + 8;
     setrlimit(RLIMIT_NOFILE, &few);
-    EXPECT_EQ(run(8, {"a", "b", "c", "d"}).answers.size(), 4U);
+    EXPECT_EQ(run(16, {"a", "b", "c", "d"}).answers.size(), 4U);
     setrlimit(RLIMIT_NOFILE, &before);
 }
 
