@@ -77,8 +77,8 @@ void read_native(const PixelSource& source, const PixelHeader& header, int index
 
 // ---- Compressed pixels
 
-/// Indexes of the fragments that begin at the offsets of the file's table, up to the first one that fits
-/// none.
+/// Indexes of the fragments that begin at the offsets of the file's table, up to the first offset behind them
+/// all. Nothing where an offset leads between them.
 std::vector<std::size_t> begins_by_offset(const PixelSource& source) {
     std::vector<std::size_t> begins;
     for (std::uint64_t offset : source.frameOffsets) {
@@ -86,8 +86,8 @@ std::vector<std::size_t> begins_by_offset(const PixelSource& source) {
         std::size_t at = begins.empty() ? 0 : begins.back() + 1;
         while (at < source.extents.size() && source.extents[at].offset - source.extents[0].offset < offset)
             ++at;
-        if (at == source.extents.size() || source.extents[at].offset - source.extents[0].offset != offset)
-            break;
+        if (at == source.extents.size()) break;
+        if (source.extents[at].offset - source.extents[0].offset != offset) return {};
         begins.push_back(at);
     }
     return begins;
@@ -103,7 +103,8 @@ bool starts_stream(const std::string& fragment) {
 std::vector<std::size_t> frame_begins(const PixelSource& source, std::size_t frames, bool isRle) {
     std::vector<std::size_t> begins;
     const std::size_t count = source.extents.size();
-    if (frames == 1 || count == frames) {
+    // Of data that are cut short, as many fragments as frames may be those of a few frames.
+    if (frames == 1 || (count == frames && !source.isCutShort)) {
         for (std::size_t i = 0; i < std::min(count, frames); ++i) begins.push_back(i);
         return begins;
     }

@@ -141,6 +141,14 @@ TEST_F(Frames, EachIsFoundWhereItLies) {
             EXPECT_EQ(Values(LoadBytes(file, {frame})), std::vector<int>(expected.begin(), expected.end()));
         }
     }
+    // Three fragments of six are not three frames, whatever a wrong table says.
+    for (const std::string& wrong : {std::string(), BytesOf({0, 0, 0}, 4)}) {
+        std::string cut = Fragments(wrong, {halves.begin(), halves.begin() + 3});
+        cut.resize(cut.size() - 10);
+        const std::string file = Encoded(set, kJpegLossless, cut);
+        EXPECT_EQ(Values(LoadBytes(file, {0, true})), (std::vector<int>{1, 2, 3}));
+        EXPECT_NE(RefusalOf(file, {1, true}).find("ends within a compressed frame"), std::string::npos);
+    }
     // The file that was opened last is kept, but not beyond a change of it.
     const auto write = [&](const std::vector<std::uint32_t>& values) {
         support::WriteFile(m_Directory / "kept.dcm", Encoded(set, kExplicit, native(BytesOf(values, 2))));
