@@ -461,6 +461,7 @@ TEST_F(States, HostileOnesGetOneLine) {
         {"area without corners", with_area(area({}, {})), "no corners"},
         {"area of one number", with_area(area({1}, {16})), "no corners"},
         {"magnification 0", with_area(area({1, 1}, {16, 16}, "MAGNIFY", 0.0F)), "magnification"},
+        {"magnification 1000", with_area(area({1, 1}, {16, 16}, "MAGNIFY", 1000.0F)), "--size shows a part"},
         {"magnification 1e30", with_area(area({1, 1}, {16, 16}, "MAGNIFY", 1e30F)), "magnification"},
         {"magnification NaN", with_area(area({1, 1}, {16, 16}, "MAGNIFY", kNan)), "magnification"},
         {"true size", with_area(area({1, 1}, {16, 16}, "TRUE SIZE")), "pixel spacing"},
