@@ -142,15 +142,19 @@ StoredWindow Rescale::Stored(const ModalityWindow& window) const {
 AttributeChanges ImageSource::choose_state(const DicomDataSet& image, const PresentationOptions& options) {
     const std::string instance = image.Text(tag::kSopInstance);
     const std::vector<const PresentationState*> found = states->For(instance, options.frame);
+    const bool isForOtherFrames = !states->For(instance, PresentationState::kAnyFrame).empty();
     if (!found.empty()) {
         state = found.front();
     } else if (!states->IsFolder() && options.force) {
         state = &forced.emplace(states->All().front().ForAnyImage());
     } else if (!states->IsFolder()) {
-        throw PresentError(states->Path(), "belongs to another image, " + states->All().front().FirstImage() +
+        throw PresentError(states->Path(), (isForOtherFrames ? "is for other frames of this image"
+                                                             : "belongs to another image, " +
+                                                                   states->All().front().FirstImage()) +
                                                "; --force takes it all the same");
     } else {
-        stateNotes.push_back({"gsps", "no presentation state in " + states->Path() + " is for this image"});
+        stateNotes.push_back({"gsps", "no presentation state in " + states->Path() + " is for this " +
+                                          (isForOtherFrames ? "frame" : "image")});
         return {};
     }
     for (std::size_t i = 1; i < found.size(); ++i) {
@@ -159,6 +163,8 @@ AttributeChanges ImageSource::choose_state(const DicomDataSet& image, const Pres
     }
     if (state->set.Has(DicomTag(0x0028, 0x2000)))
         stateNotes.push_back({"icc", "the ICC profile of the presentation state is not applied"});
+    if (state->set.Has(DicomTag(0x0028, 0x6100)))
+        stateNotes.push_back({"mask", "the mask subtraction of the presentation state is not applied"});
     const std::string presentation = image.Text(tag::kPixelPresentation);
     if ((presentation == "COLOR" || presentation == "MIXED") && image.Has(tag::kPaletteDescriptor))
         stateNotes.push_back({"palette", "the presentation state leaves the supplemental palette out"});

@@ -315,7 +315,14 @@ TEST_F(States, TheOneForTheImageAndFrameIsChosen) {
     support::WriteImage(folder + "/deep/b.dcm", newer);
     support::WriteImage(folder + "/image.dcm", set);
     support::WriteFile(folder + "/notes.txt", "nothing");
-    const std::string colourState = m_Directory / "colour-state.dcm", other5 = m_Directory / "other5.dcm";
+    const std::string colourState = m_Directory / "colour-state.dcm", other5 = m_Directory / "other5.dcm",
+                      second = m_Directory / "second";
+    DicomDataSet ofSecond = state();
+    ofSecond.elements[tag::kReferencedSeries].items[0].elements[tag::kReferencedImages] =
+        sequence({reference(kInstance, "2")});
+    ofSecond.elements[DicomTag(0x0028, 0x6100)] = sequence({});
+    std::filesystem::create_directory(second);
+    support::WriteImage(second + "/a.dcm", ofSecond);
     support::WriteImage(colourState, state("COLOUR", "120000", 2));
     support::WriteImage(other5, state("BLEND", "120000", 4));
     const struct {
@@ -329,6 +336,9 @@ TEST_F(States, TheOneForTheImageAndFrameIsChosen) {
         {"none in the folder", other + " --gsps " + folder, 0, "0", "is for this image"},
         {"another image's", other + " --gsps " + folder + "/a.dcm", 1, "", "belongs to another image"},
         {"another image's, forced", other + " --force --gsps " + folder + "/a.dcm", 0, "20", ""},
+        {"other frames'", image + " --gsps " + second + "/a.dcm", 1, "", "is for other frames of this image"},
+        {"other frames', of a folder", image + " --gsps " + second, 0, "0", "is for this frame"},
+        {"of the frame alone", image + " --frame 1 --gsps " + second, 0, "0", "the mask subtraction of"},
         {"an image", image + " --force --gsps " + image, 1, "", "is not a presentation state"},
         {"of another kind", image + " --force --gsps " + other5, 1, "", "Blending"},
         {"not there", image + " --gsps none.dcm", 1, "", "No such file"},
