@@ -159,7 +159,7 @@ private:
         image.PutText(tag::kReferencedSopClass, "UI", m_Own.Text(tag::kSopClass));
         image.PutText(tag::kReferencedSopInstance, "UI", instance);
         // Other frames may have a window of their own.
-        if (m_Own.Has(tag::kPerFrameFunctionalGroups))
+        if (m_Own.Has(tag::kPerFrameFunctionalGroups) || state_varies())
             image.PutText(tag::kReferencedFrameNumber, "IS", std::to_string(m_Image.File().Frame() + 1));
         m_Reference = DicomElement{"SQ", "", {image}};
         DicomDataSet series;
@@ -168,9 +168,25 @@ private:
         m_Set.elements[tag::kReferencedSeries] = DicomElement{"SQ", "", {series}};
     }
 
+    /// The state that was applied does not say the same of every frame.
+    bool state_varies() const {
+        const PresentationState* const state = m_Image.State();
+        const std::string instance = m_Own.Text(tag::kSopInstance);
+        const auto of = [&](int frame) {
+            return std::make_tuple(state->RefersTo(instance, frame), state->VoiLut(instance, frame),
+                                   state->DisplayedArea(instance, frame));
+        };
+        for (int frame = 0; state != nullptr && frame < m_Image.File().Frames(); ++frame) {
+            if (of(frame) != of(m_Image.File().Frame())) return true;
+        }
+        return false;
+    }
+
     /// The part of the image on the screen, in whole pixels.
     void put_area(const ViewOptions& view) {
-        const Placement placement = PlaceImage(m_Image, view);
+        Placement placement = PlaceImage(m_Image, view);
+        int rotation = static_cast<int>(std::lround(placement.space.GetRotation() / 90.0)) * 90;
+        placement.space.SetRotation(rotation);
         const SPC_Affine toImage = placement.space.GetScreen2Raster();
         double left = toImage.X(0.0, 0.0), top = toImage.Y(0.0, 0.0),
                right = toImage.X(placement.width, placement.height),
@@ -184,8 +200,10 @@ private:
         }
         // The corners are those on the screen: of a flipped image the first has the larger number.
         const auto corners = [](double from, double to) {
-            const long a = std::lround(from), b = std::lround(to);
-            return a < b ? std::make_pair(a + 1, b) : std::make_pair(a, b + 1);
+            long low = std::lround(std::min(from, to)), high = std::lround(std::max(from, to));
+            // Part of a pixel is that pixel.
+            if (low == high) low = static_cast<long>(std::floor((from + to) / 2.0)), high = low + 1;
+            return from < to ? std::make_pair(low + 1, high) : std::make_pair(high, low + 1);
         };
         const auto [firstX, lastX] = corners(left, right);
         const auto [firstY, lastY] = corners(top, bottom);
@@ -207,7 +225,6 @@ private:
         put_pixel_size(view, area);
         m_Set.elements[tag::kDisplayedAreaSequence] = DicomElement{"SQ", "", {area}};
 
-        int rotation = static_cast<int>(std::lround(placement.space.GetRotation() / 90.0)) * 90;
         const bool across = placement.space.IsFlippedHorizontally(),
                    down = placement.space.IsFlippedVertically();
         // A flip downward is one across and half a turn. A state turns first and flips then.
@@ -495,9 +512,11 @@ LostInState FindLostInState(OpenedImage& image, const PresentationOptions& prese
     LostInState found;
     if (!AllRegions(image, view).empty()) found.keptInParameters.push_back("the regions");
     if (presentation.automatic) found.keptInParameters.push_back("that the window is to be measured");
-    const double rotation = PlaceImage(image, view).space.GetRotation();
+    const Placement placement = PlaceImage(image, view);
+    const double rotation = placement.space.GetRotation();
     if (std::remainder(rotation, 90.0) != 0.0)
         found.lost.push_back("the rotation by " + NumberText(rotation) + " degrees");
+    if (view.smooth && !placement.isPlain) found.lost.push_back("the interpolation between pixels");
     const ZEV_ColorMap* const map = image.Params().GetColorMap();
     if (!image.File().IsColour() && map != nullptr && !map->IsDummy() &&
         DescribeTable(image).kind == ZEV_TableSource::kPresentationLut)

@@ -515,6 +515,81 @@ TEST_F(States, HostileOnesGetOneLine) {
     }
 }
 
+// ---- What is saved
+
+DicomDataSet saved_state(OpenedImage& image, const ViewOptions& view, const StateTexts& texts,
+                         const std::string& path) {
+    support::WriteFile(path, EncodePresentationState(image, view, texts, path));
+    return ReadDicomDataSet(path);
+}
+
+/// Corners are those on the screen, in pixels of the image, of which the parts that are shown count as whole.
+TEST_F(States, DisplayedAreasAreInWholePixels) {
+    DicomDataSet pixels = support::Ramp("MR", {});
+    PutStudy(pixels);
+    support::WriteImage(m_Directory / "image.dcm", pixels);
+    const struct {
+        const char* name;
+        double zoom, pan, rotate;
+        const char *flip, *size;
+        std::vector<double> first, last;
+        int rotation;
+    } cases[] = {
+        {"whole", 1, 0, 0, "", "", {1, 1}, {16, 16}, 0},
+        {"beyond the image", 1, 0, 0, "", "18x20", {0, -1}, {17, 18}, 0},
+        {"a quarter", 2, -16, 0, "", "16x16", {13, 13}, {20, 20}, 0},
+        {"turned", 1, 0, 90, "", "", {1, 16}, {16, 1}, 90},
+        {"flipped downward", 1, 2, 0, "v", "16x16", {-1, 18}, {14, 3}, 180},
+        {"part of one pixel", 100, 20, 0, "", "30x30", {8, 8}, {8, 8}, 0},
+        {"part of one pixel, flipped", 100, 20, 0, "h", "30x30", {9, 8}, {9, 8}, 0},
+        {"to the next quarter turn", 1, 0, 80, "", "16x16", {1, 16}, {16, 1}, 90},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        ViewOptions view;
+        view.zoom = row.zoom, view.rotate = row.rotate, view.flip = row.flip, view.size = row.size;
+        if (row.pan != 0) view.pan = {row.pan, row.pan};
+        OpenedImage image(m_Directory / "image.dcm", {});
+        const DicomDataSet set = saved_state(image, view, {}, m_Directory / "state.dcm");
+        const DicomDataSet& item = *set.FirstItem(tag::kDisplayedAreaSequence);
+        EXPECT_EQ(item.Numbers(tag::kDisplayedAreaTopLeft), row.first);
+        EXPECT_EQ(item.Numbers(tag::kDisplayedAreaBottomRight), row.last);
+        EXPECT_EQ(set.Word(tag::kImageRotation, 0), row.rotation);
+    }
+    OpenedImage image(m_Directory / "image.dcm", {});
+    ViewOptions view;
+    view.zoom = 2.0, view.smooth = true;
+    EXPECT_EQ(FindLostInState(image, {}, view).lost.size(), 1U);
+    // A very large area is shown as large as a picture may be.
+    DicomDataSet large = state();
+    large.elements[tag::kDisplayedAreaSequence] = sequence({area({-499999, -499999}, {500000, 500000})});
+    support::WriteImage(m_Directory / "large.dcm", large);
+    PresentationOptions options;
+    options.states = states_in(m_Directory / "large.dcm");
+    EXPECT_EQ(PlaceImage(OpenedImage(m_Directory / "image.dcm", options), {}).width, 8192);
+}
+
+/// A window of one frame is not saved for the others.
+TEST_F(States, WhatIsOfOneFrameRefersToIt) {
+    const std::string path = m_Directory / "image.dcm";
+    DicomDataSet pixels = support::Ramp("MR", {}), set = state();
+    PutStudy(pixels);
+    pixels.PutText(DicomTag(0x0028, 0x0008), "IS", "2");
+    pixels.elements[tag::kPixelData].bytes += pixels.elements[tag::kPixelData].bytes;
+    support::WriteImage(path, pixels);
+    for (const char* frames : {"1", "1\\2", ""}) {
+        SCOPED_TRACE(frames);
+        set.elements[tag::kSoftcopyVoiLutSequence] = sequence({voi("50", "40", frames)});
+        support::WriteImage(m_Directory / "state.dcm", set);
+        PresentationOptions options;
+        options.states = states_in(m_Directory / "state.dcm");
+        OpenedImage image(path, options);
+        saved_state(image, {}, {}, m_Directory / "again.dcm");
+        EXPECT_EQ(ReadPresentationState(m_Directory / "again.dcm").RefersTo(kInstance, 1),
+                  frames != std::string("1"));
+    }
+}
+
 // ---- Explanations
 
 std::uint32_t colour_of(const Picture& picture, int x, int y) {
