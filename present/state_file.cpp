@@ -3,6 +3,7 @@
 #include <ZEV/ZEV_ColorMap.h>
 #include <ZEV/ZEV_WindowingTable.h>
 
+#include <refhost/Unicode.h>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -95,11 +96,13 @@ std::array<std::uint8_t, kGreys> gamma_levels(float gamma) {
 class Writer {
 public:
     Writer(OpenedImage& image, const std::string& path)
-        : m_Image(image),
-          m_Path(path),
-          m_Own(image.File().OwnDataSet()),
-          m_Source(DescribeTable(image)),
-          m_Set(IdentificationOf(m_Own)) {}
+        : m_Image(image), m_Path(path), m_Own(image.File().OwnDataSet()), m_Source(DescribeTable(image)) {
+        // Texts of the image, of the state that was applied, and of the user meet in one character set.
+        PutInUtf8(m_Own);
+        m_From = image.State() == nullptr ? m_Own : image.State()->set;
+        PutInUtf8(m_From);
+        m_Set = IdentificationOf(m_Own);
+    }
 
     std::string Encode(const ViewOptions& view, const StateTexts& texts) {
         put_identity(texts);
@@ -114,6 +117,8 @@ public:
             put_levels();
         }
         keep_drawings();
+        m_Set.PutText(tag::kSpecificCharacterSet, "CS", "ISO_IR 192");
+        PutInUtf8(m_Set);
         return EncodeDicomFile(m_Set);
     }
 
@@ -139,7 +144,10 @@ private:
     }
 
     static void require_length(const char* option, const std::string& text, std::size_t longest) {
-        if (text.size() > longest)
+        const std::wstring wide = refhost::FromUtf8(text);
+        if (refhost::ToUtf8(wide.data(), wide.size()) != text)
+            throw UsageError(std::string(option) + ": is not UTF-8");
+        if (wide.size() > longest)
             throw UsageError(std::string(option) + ": has more than " + std::to_string(longest) +
                              " characters");
         for (const char sign : text) {
@@ -263,8 +271,7 @@ private:
     }
 
     void put_modality() {
-        const DicomDataSet& from = m_Image.State() == nullptr ? m_Own : m_Image.State()->set;
-        if (const DicomElement* const table = from.Find(tag::kModalityLutSequence);
+        if (const DicomElement* const table = m_From.Find(tag::kModalityLutSequence);
             table != nullptr && !table->items.empty()) {
             DicomDataSet item;
             for (const std::uint32_t tag :
@@ -272,10 +279,11 @@ private:
                 if (const DicomElement* const element = table->items.front().Find(tag))
                     item.elements[tag] = *element;
             }
+            if (!item.Has(DicomTag(0x0028, 0x3004))) item.PutText(DicomTag(0x0028, 0x3004), "LO", "US");
             m_Set.elements[tag::kModalityLutSequence] = DicomElement{"SQ", "", {item}};
-        } else if (from.Has(tag::kRescaleSlope) || from.Has(tag::kRescaleIntercept)) {
+        } else if (m_From.Has(tag::kRescaleSlope) || m_From.Has(tag::kRescaleIntercept)) {
             const auto text = [&](std::uint32_t tag, const char* absent) {
-                const std::string value = from.Text(tag);
+                const std::string value = m_From.Text(tag);
                 return value.empty() ? std::string(absent) : value;
             };
             m_Set.PutText(tag::kRescaleIntercept, "DS", text(tag::kRescaleIntercept, "0"));
@@ -296,7 +304,9 @@ private:
             params.GetVoiLutManager()->SetVOILUT(&table, entry, params.GetCenter(), params.GetWidth(), name);
             const Dicom_Type* const sequence = table.Get(Dicom_Tag(tag::kVoiLutSequence));
             if (sequence == nullptr) throw PresentError(m_Path, "cannot be written: the VOI LUT is too wide");
-            item.elements[tag::kVoiLutSequence] = ToElement(tag::kVoiLutSequence, *sequence, m_Path);
+            DicomElement& element = item.elements[tag::kVoiLutSequence];
+            element = ToElement(tag::kVoiLutSequence, *sequence, m_Path);
+            Recode(element, m_Image.File().DataSet().Text(tag::kSpecificCharacterSet), "");
         } else if (entry != nullptr) {
             put_numbers(item, m_Image.ModalityCenter(), m_Image.ModalityWidth(), "SIGMOID");
         } else {
@@ -391,7 +401,7 @@ private:
     /// The table is drawn as it is when the inversion agrees with its direction, else with its outputs
     /// reversed.
     void put_presentation_table(bool isInverse) {
-        const DicomElement* const sequence = m_Image.File().DataSet().Find(tag::kPresentationLutSequence);
+        const DicomElement* const sequence = m_From.Find(tag::kPresentationLutSequence);
         if (sequence == nullptr || sequence->items.empty())
             throw PresentError(m_Path, "cannot be written: the Presentation LUT is gone");
         DicomDataSet item;
@@ -483,7 +493,7 @@ private:
             m_Set.elements[DicomTag(0x0070, 0x0060)] = DicomElement{"SQ", "", {layer}};
             return;
         }
-        for (const auto& [tag, element] : m_Image.State()->set.elements) {
+        for (const auto& [tag, element] : m_From.elements) {
             const unsigned group = tag >> 16;
             const bool isShutter = tag >= DicomTag(0x0018, 0x1600) && tag <= DicomTag(0x0018, 0x1624);
             const bool isOverlay = group >= 0x6000 && group <= 0x601E;
@@ -495,6 +505,8 @@ private:
     OpenedImage& m_Image;
     const std::string& m_Path;
     DicomDataSet m_Own;
+    /// What has the tables and drawings: the state that was applied, else the image.
+    DicomDataSet m_From;
     ZEV_TableSource m_Source;
     DicomDataSet m_Set;
     DicomElement m_Reference;

@@ -590,6 +590,53 @@ TEST_F(States, WhatIsOfOneFrameRefersToIt) {
     }
 }
 
+/// Texts of the image, the state that was applied and the user come from three character sets.
+TEST_F(States, TextsAreSavedInOneCharacterSet) {
+    const std::uint32_t name = DicomTag(0x0010, 0x0010), explanation = DicomTag(0x0028, 0x3003);
+    const std::string path = m_Directory / "image.dcm";
+    DicomDataSet pixels = support::Ramp("MR", {}), set = state(), curve = table(256, 8, 256), softcopy;
+    PutStudy(pixels);
+    curve.PutText(explanation, "LO", "gr\xC3\xBCn");
+    softcopy.elements[tag::kVoiLutSequence] = sequence({curve});
+    set.elements[tag::kSoftcopyVoiLutSequence] = sequence({softcopy});
+    set.elements[tag::kModalityLutSequence] = sequence({curve});
+    set.PutText(tag::kSpecificCharacterSet, "CS", "ISO_IR 192");
+    support::WriteImage(m_Directory / "state.dcm", set);
+    pixels.PutText(tag::kSpecificCharacterSet, "CS", "ISO_IR 100");
+    pixels.PutText(name, "PN", "M\xFCller");
+    support::WriteImage(path, pixels);
+    PresentationOptions options;
+    options.states = states_in(m_Directory / "state.dcm");
+    OpenedImage image(path, options);
+    StateTexts texts;
+    texts.description = "gr\xC3\xBC\xC3\x9F";
+    const DicomDataSet saved = saved_state(image, {}, texts, m_Directory / "again.dcm");
+    EXPECT_EQ(saved.Text(tag::kSpecificCharacterSet), "ISO_IR 192");
+    EXPECT_EQ(saved.Text(name), "M\xC3\xBCller");
+    EXPECT_EQ(saved.Text(tag::kContentDescription), texts.description);
+    EXPECT_EQ(saved.FirstItem(tag::kModalityLutSequence)->Text(explanation), "gr\xC3\xBCn");
+    EXPECT_EQ(
+        saved.FirstItem(tag::kSoftcopyVoiLutSequence)->FirstItem(tag::kVoiLutSequence)->Text(explanation),
+        "gr\xC3\xBCn");
+
+    // 64 characters, whatever their bytes; and none that are not UTF-8.
+    for (const auto& [count, sign, isGood] :
+         {std::make_tuple(64, "\xC3\xBC", true), {65, "a", false}, {1, "\xFC", false}}) {
+        texts.description.clear();
+        for (int i = 0; i < count; ++i) texts.description += sign;
+        if (isGood) {
+            EXPECT_NO_THROW(EncodePresentationState(image, {}, texts, path));
+        } else {
+            EXPECT_THROW(EncodePresentationState(image, {}, texts, path), UsageError);
+        }
+    }
+    // Without other than ASCII nothing is declared.
+    pixels.PutText(name, "PN", "Mueller");
+    support::WriteImage(path, pixels);
+    OpenedImage plain(path, {});
+    EXPECT_FALSE(saved_state(plain, {}, {}, m_Directory / "again.dcm").Has(tag::kSpecificCharacterSet));
+}
+
 // ---- Explanations
 
 std::uint32_t colour_of(const Picture& picture, int x, int y) {
