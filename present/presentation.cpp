@@ -148,10 +148,11 @@ AttributeChanges ImageSource::choose_state(const DicomDataSet& image, const Pres
     } else if (!states->IsFolder() && options.force) {
         state = &forced.emplace(states->All().front().ForAnyImage());
     } else if (!states->IsFolder()) {
-        throw PresentError(states->Path(), (isForOtherFrames ? "is for other frames of this image"
-                                                             : "belongs to another image, " +
-                                                                   states->All().front().FirstImage()) +
-                                               "; --force takes it all the same");
+        const std::string first = states->All().front().FirstImage();
+        const std::string why = isForOtherFrames ? "is for other frames of this image"
+                                : first.empty()  ? "refers to no image"
+                                                 : "belongs to another image, " + first;
+        throw PresentError(states->Path(), why + "; --force takes it all the same");
     } else {
         stateNotes.push_back({"gsps", "no presentation state in " + states->Path() + " is for this " +
                                           (isForOtherFrames ? "frame" : "image")});

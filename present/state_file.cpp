@@ -500,6 +500,28 @@ private:
             const bool isAnnotation = tag == DicomTag(0x0070, 0x0001) || tag == DicomTag(0x0070, 0x0060);
             if (isShutter || isOverlay || isAnnotation) m_Set.elements[tag] = element;
         }
+        keep_own_annotations();
+    }
+
+    /// Those of other images, to which the new state does not refer, are left out.
+    void keep_own_annotations() {
+        const auto found = m_Set.elements.find(DicomTag(0x0070, 0x0001));
+        if (found == m_Set.elements.end()) return;
+        const std::string instance = m_Own.Text(tag::kSopInstance);
+        const auto is_foreign = [&](const DicomDataSet& image) {
+            return image.Text(tag::kReferencedSopInstance) != instance;
+        };
+        std::vector<DicomDataSet> own;
+        for (DicomDataSet& item : found->second.items) {
+            if (item.FirstItem(tag::kReferencedImages) != nullptr) {
+                std::vector<DicomDataSet>& images = item.elements[tag::kReferencedImages].items;
+                images.erase(std::remove_if(images.begin(), images.end(), is_foreign), images.end());
+                if (images.empty()) continue;
+            }
+            own.push_back(item);
+        }
+        found->second.items = own;
+        if (own.empty()) m_Set.elements.erase(found);
     }
 
     OpenedImage& m_Image;

@@ -487,7 +487,8 @@ TEST_F(States, HostileOnesGetOneLine) {
         {"empty areas", with(tag::kDisplayedAreaSequence, sequence({})), ""},
         {"nested", with(tag::kSoftcopyVoiLutSequence, sequence({nested})), ""},
         {"sequence as text", with(tag::kSoftcopyVoiLutSequence, {"UN", "text", {}}), ""},
-        {"references of no one", with(tag::kReferencedSeries, sequence({DicomDataSet()})), "another image"},
+        {"references of no one", with(tag::kReferencedSeries, sequence({DicomDataSet()})),
+         "refers to no image"},
         {"pseudo-colour without palette", state("PSEUDO", "120000", 3), "palette"},
     };
     for (const auto& row : cases) {
@@ -569,7 +570,7 @@ TEST_F(States, DisplayedAreasAreInWholePixels) {
     EXPECT_EQ(PlaceImage(OpenedImage(m_Directory / "image.dcm", options), {}).width, 8192);
 }
 
-/// A window of one frame is not saved for the others.
+/// A window of one frame is not saved for the others, nor an annotation of another image.
 TEST_F(States, WhatIsOfOneFrameRefersToIt) {
     const std::string path = m_Directory / "image.dcm";
     DicomDataSet pixels = support::Ramp("MR", {}), set = state();
@@ -577,14 +578,18 @@ TEST_F(States, WhatIsOfOneFrameRefersToIt) {
     pixels.PutText(DicomTag(0x0028, 0x0008), "IS", "2");
     pixels.elements[tag::kPixelData].bytes += pixels.elements[tag::kPixelData].bytes;
     support::WriteImage(path, pixels);
+    const std::uint32_t annotations = DicomTag(0x0070, 0x0001);
     for (const char* frames : {"1", "1\\2", ""}) {
         SCOPED_TRACE(frames);
         set.elements[tag::kSoftcopyVoiLutSequence] = sequence({voi("50", "40", frames)});
+        set.elements[annotations] = sequence({voi("", ""), voi("", "", "", "", "2.25.5"), DicomDataSet()});
         support::WriteImage(m_Directory / "state.dcm", set);
         PresentationOptions options;
         options.states = states_in(m_Directory / "state.dcm");
         OpenedImage image(path, options);
-        saved_state(image, {}, {}, m_Directory / "again.dcm");
+        const DicomDataSet saved = saved_state(image, {}, {}, m_Directory / "again.dcm");
+        ASSERT_TRUE(saved.Has(annotations));
+        EXPECT_EQ(saved.Find(annotations)->items.size(), 2U);
         EXPECT_EQ(ReadPresentationState(m_Directory / "again.dcm").RefersTo(kInstance, 1),
                   frames != std::string("1"));
     }
