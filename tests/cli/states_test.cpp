@@ -595,6 +595,25 @@ TEST_F(States, WhatIsOfOneFrameRefersToIt) {
     }
 }
 
+/// The display-parameter file beside a state keeps that the window is to be measured, the state the window.
+TEST_F(States, AutomaticWindowsStayAutomatic) {
+    const std::string image = m_Directory / "image.dcm", saved = m_Directory / "state.dcm",
+                      parameters = m_Directory / "parameters.dcm";
+    DicomDataSet pixels = support::Ramp("MR", {{tag::kWindowCenter, "40"}, {tag::kWindowWidth, "9"}});
+    PutStudy(pixels);
+    support::WriteImage(image, pixels);
+    const std::string save = "save " + image + " --auto --gsps-out " + saved;
+    EXPECT_EQ(Run(save).status, 2);
+    ASSERT_EQ(Run(save + " --ddp-out " + parameters).status, 0);
+    const std::string measured = Ask("info --json --auto " + image)["windowMin"].dump();
+    for (const auto& [options, source] :
+         {std::make_pair(" --ddp " + parameters, "automatic"), {" --gsps " + saved, "presentation-state"}}) {
+        const auto info = Ask("info --json " + image + options);
+        EXPECT_EQ(info["windowSource"], source);
+        EXPECT_EQ(info["windowMin"].dump(), measured);
+    }
+}
+
 /// Texts of the image, the state that was applied and the user come from three character sets.
 TEST_F(States, TextsAreSavedInOneCharacterSet) {
     const std::uint32_t name = DicomTag(0x0010, 0x0010), explanation = DicomTag(0x0028, 0x3003);
