@@ -504,8 +504,8 @@ void OpenedImage::apply_state() {
 }
 
 /// The ramp from `low` to `high` in modality units. Where these, or the stored values that they stand for,
-/// are not whole, the ends are the next whole stored values: up to half a stored value moved up, which a window
-/// of fewer than about 128 stored values shows as more than one level.
+/// are not whole, the ends are the next whole stored values: up to half a stored value moved up, which a
+/// window of fewer than about 128 stored values shows as more than one level.
 void OpenedImage::set_ends(double low, double high) {
     const auto is_whole = [](double value) { return value == std::floor(value); };
     double from = (low - m_Rescale.intercept) / m_Rescale.slope,

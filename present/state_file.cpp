@@ -64,8 +64,8 @@ DicomElement level_table(const std::vector<std::uint8_t>& entries, const std::st
     return DicomElement{"SQ", "", {item}};
 }
 
-/// The levels of the pixel values of an unsigned raster on a ramp from `low` to `high` with a gamma: of the true
-/// colour table itself.
+/// The levels of the pixel values of an unsigned raster on a ramp from `low` to `high` with a gamma: of the
+/// true colour table itself.
 std::vector<std::uint8_t> ramp_levels(int low, int high, float gamma, int bits = 16) {
     refhost::MemoryContext context(kGreys, {});
     refhost::MemoryRaster source(1, 1, bits, false), target(1, 1, 8, false);
@@ -430,9 +430,9 @@ private:
         return static_cast<double>(m_Source.high) - m_Source.low >= static_cast<double>(kMostEntries);
     }
 
-    /// One entry for each position of the ramp and one between any two of them, so that it makes no difference
-    /// whether a reader rounds or truncates. Of a very wide ramp an entry for each stored value, and the window
-    /// is their range.
+    /// One entry for each position of the ramp and one between any two of them, so that it makes no
+    /// difference whether a reader rounds or truncates. Of a very wide ramp an entry for each stored value,
+    /// and the window is their range.
     void put_gamma() {
         const float curve = m_Image.Params().GetGamma();
         std::vector<std::uint8_t> levels;

@@ -39,8 +39,9 @@ public:
     /// Paints `width` times `height` pixels: 8-bit ones for source rasters of up to 8 bits per pixel, else
     /// 16-bit ones, in this machine's order. Display values have 8, 16 or 32 bits like the table's. A row
     /// follows the other after `pixelStride` or `outStride` bytes, which may be negative. Each row begins
-    /// at a multiple of its pixels' or display values' size. Input and output must not overlap. A pixel outside the raster's depth, for which the table has no entry, becomes 0.
-    /// Does nothing unless ready, with a null pointer, or without pixels.
+    /// at a multiple of its pixels' or display values' size. Input and output must not overlap. A pixel
+    /// outside the raster's depth, for which the table has no entry, becomes 0. Does nothing unless ready,
+    /// with a null pointer, or without pixels.
     void Paint(const void* pixels, std::ptrdiff_t pixelStride, int width, int height, void* out,
                std::ptrdiff_t outStride) const;
     /// The same into three bytes per pixel: bits 16 to 23 of the display value, 8 to 15, 0 to 7; red, green

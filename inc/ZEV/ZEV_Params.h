@@ -39,8 +39,9 @@ class ZEV_ColorMap;
 ///
 /// An object is used by one thread at a time. Only the raster members have a lock. Copies share the VOI
 /// manager, which several threads may use, and the Pval, which they may not: copying, SetVoiLutSelection,
-/// BuildTable, DescribeTable and the constructor of ZEV_Painter write to it without a lock. An object that goes to another thread gets a Pval of its own by
-/// CopyMyPval first, while its source is at rest. See docs/numeric.md for every rounding rule.
+/// BuildTable, DescribeTable and the constructor of ZEV_Painter write to it without a lock. An object that
+/// goes to another thread gets a Pval of its own by CopyMyPval first, while its source is at rest. See
+/// docs/numeric.md for every rounding rule.
 class ZEV_API ZEV_Params : public ZEV_MaskableParam {
 public:
     // ---- construction, copying, reset ----

@@ -121,14 +121,14 @@ for folder in 1 2 3 4; do
     done
 done
 cp "$dir"/samples/*.dcm "$dir/in"
-"$ZEV" render "$dir/in" -o "$dir/expected" --zoom 3 --quiet
-count() { find "$1" -name '*.png' 2>/dev/null | wc -l; }
+"$ZEV" render "$dir/in" -o "$dir/expected" --zoom 3 --format tiff --quiet
+count() { find "$1" -name '*.tif' 2>/dev/null | wc -l; }
 expected=$(count "$dir/expected")
 [ "$expected" -eq "$(find "$dir/in" -type f | wc -l)" ] || fail "$expected pictures of one run"
 
 submit() {
     job=$(sbatch --parsable --array=1-4 --cpus-per-task=2 --mem-per-cpu=500M --output="$dir/slurm-%A-%a.out" \
-        "$here/render-array.sbatch" "$dir/in" "$dir/out" --zoom 3)
+        "$here/render-array.sbatch" "$dir/in" "$dir/out" --zoom 3 --format tiff)
 }
 jobs_are_done() { [ -z "$(squeue --noheader 2>/dev/null || echo unknown)" ]; }
 states() { scontrol --oneliner show job "$1" | grep -o 'JobState=[A-Z]*' | sort | uniq -c | tr -s ' \n' ' '; }

@@ -190,8 +190,8 @@ using SavedRegions = support::ProgramTest;
 
 TEST_F(SavedRegions, AReopenedImageShowsThemAgain) {
     WriteSamples(m_Directory.Path());
-    const std::string ct = m_Directory / "ct.dcm", ddp = m_Directory / "ddp.dcm", a = m_Directory / "a.png",
-                      b = m_Directory / "b.png";
+    const std::string ct = m_Directory / "ct.dcm", ddp = m_Directory / "ddp.dcm", a = m_Directory / "a.ppm",
+                      b = m_Directory / "b.ppm";
     Picture mask(512, 512);
     for (int i = 0; i < 900; ++i) mask.At(200 + i % 30, 100 + i / 30)[1] = 9;
     WritePng(m_Directory / "mask.png", mask);

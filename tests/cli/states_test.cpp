@@ -362,8 +362,8 @@ TEST_F(States, TheOneForTheImageAndFrameIsChosen) {
     }
 }
 
-/// PS3.3 C.11.2.1: what is drawn for each stored value, within a level, where the ends of the window are whole
-/// stored values.
+/// PS3.3 C.11.2.1: what is drawn for each stored value, within a level, where the ends of the window are
+/// whole stored values.
 TEST_F(States, WindowsAreThoseOfTheStandard) {
     const struct {
         const char *name, *center, *width, *function, *slope, *intercept, *shape;
