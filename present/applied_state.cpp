@@ -7,6 +7,7 @@
 #include "io/dicom_tags.h"
 #include "io/number.h"
 #include "io/present_error.h"
+#include "message_elements.h"
 
 namespace {
 
@@ -46,9 +47,12 @@ AttributeChanges ChangesBy(const PresentationState& state, const DicomDataSet& i
     AttributeChanges changes;
     require_kind(state, image);
     if (state.kind == PresentationState::Kind::kColour) return changes;
-    const auto take = [&changes](const DicomDataSet* from, std::uint32_t tag) {
+    const std::string ofState = state.set.Text(tag::kSpecificCharacterSet),
+                      ofImage = image.Text(tag::kSpecificCharacterSet);
+    const auto take = [&](const DicomDataSet* from, std::uint32_t tag) {
         const DicomElement* const element = from == nullptr ? nullptr : from->Find(tag);
         changes[tag] = element == nullptr ? std::nullopt : std::optional<DicomElement>(*element);
+        if (element != nullptr) Recode(*changes[tag], ofState, ofImage);
     };
     require_table(state, state.set, tag::kModalityLutSequence, "Modality LUT");
     for (const std::uint32_t tag : kModality) take(&state.set, tag);

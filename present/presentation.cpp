@@ -150,15 +150,20 @@ StoredWindow Rescale::Stored(const ModalityWindow& window) const {
 AttributeChanges ImageSource::choose_state(const DicomDataSet& image, const PresentationOptions& options) {
     const std::string instance = image.Text(tag::kSopInstance);
     const std::vector<const PresentationState*> found = states->For(instance, options.frame);
+    const bool isForOtherFrames = !states->For(instance, PresentationState::kAnyFrame).empty();
     if (!found.empty()) {
         state = found.front();
     } else if (!states->IsFolder() && options.force) {
         state = &forced.emplace(states->All().front().ForAnyImage());
     } else if (!states->IsFolder()) {
-        throw PresentError(states->Path(), "belongs to another image, " + states->All().front().FirstImage() +
-                                               "; --force takes it all the same");
+        const std::string first = states->All().front().FirstImage();
+        const std::string why = isForOtherFrames ? "is for other frames of this image"
+                                : first.empty()  ? "refers to no image"
+                                                 : "belongs to another image, " + first;
+        throw PresentError(states->Path(), why + "; --force takes it all the same");
     } else {
-        stateNotes.push_back({"gsps", "no presentation state in " + states->Path() + " is for this image"});
+        stateNotes.push_back({"gsps", "no presentation state in " + states->Path() + " is for this " +
+                                          (isForOtherFrames ? "frame" : "image")});
         return {};
     }
     for (std::size_t i = 1; i < found.size(); ++i) {
@@ -167,6 +172,8 @@ AttributeChanges ImageSource::choose_state(const DicomDataSet& image, const Pres
     }
     if (state->set.Has(DicomTag(0x0028, 0x2000)))
         stateNotes.push_back({"icc", "the ICC profile of the presentation state is not applied"});
+    if (state->set.Has(DicomTag(0x0028, 0x6100)))
+        stateNotes.push_back({"mask", "the mask subtraction of the presentation state is not applied"});
     const std::string presentation = image.Text(tag::kPixelPresentation);
     if ((presentation == "COLOR" || presentation == "MIXED") && image.Has(tag::kPaletteDescriptor))
         stateNotes.push_back({"palette", "the presentation state leaves the supplemental palette out"});
@@ -468,7 +475,6 @@ std::string OpenedImage::selected_entry() {
 void OpenedImage::apply_state() {
     const PresentationState& state = *State();
     const DicomDataSet& set = File().DataSet();
-    const std::string instance = set.Text(tag::kSopInstance);
     change_to_modality_values();
     m_bOwnMinMaxMode = m_Params.GetMinMaxScaleMode();
     m_WindowSource = WindowSource::kState;
@@ -492,13 +498,20 @@ void OpenedImage::apply_state() {
     m_Params.InitInverse(hasTable ? pval->IsLutReversing()
                                   : set.Text(tag::kPresentationLutShape) == "INVERSE");
 
-    std::optional<ExactWindow> window = ExactWindowOf(state, instance, File().Frame());
+    show_state_window();
+    note_window("presentation state " + state.Label());
+}
+
+void OpenedImage::show_state_window() {
+    std::optional<ExactWindow> window =
+        ExactWindowOf(*State(), File().DataSet().Text(tag::kSopInstance), File().Frame());
     const bool hasCurve = !window && m_Params.GetVoiLutEntryCount() > 0;
     if (!window) {
         const double first = raster_first();
         const auto [low, high] = m_Rescale.Range({first, first + raster_size() - 1.0});
         window = ExactWindow{low, high};
     }
+    const bool hasTable = File().DataSet().FirstItem(tag::kPresentationLutSequence) != nullptr;
     if (!hasCurve && (hasTable || !shows_as_whole(*window))) {
         show_levels(*window);
     } else if (hasCurve || window->isSigmoid) {
@@ -506,7 +519,6 @@ void OpenedImage::apply_state() {
     } else {
         set_ends(window->low, window->high);
     }
-    note_window("presentation state " + state.Label());
 }
 
 int OpenedImage::raster_size() const { return 1 << m_Source->raster.m_BitsPerPixel; }
@@ -639,6 +651,7 @@ void OpenedImage::lay_display_parameters(const SavedPresentation& file) {
     const std::string preset = saved_preset(saved, modality);
     if (!preset.empty()) saved.Remove(Dicom_Dictionary::MIREL_WINDOWING_PRESET);
     ModalityWindow before{ModalityCenter(), ModalityWidth()};
+    const bool hasStateWindow = m_bEndsCount;
     leave_ends();
     // Display parameters are saved with rescale in use.
     change_to_modality_values();
@@ -676,6 +689,9 @@ void OpenedImage::lay_display_parameters(const SavedPresentation& file) {
         use_stored_values_for_fractions();
     } else if (has(Dicom_Dictionary::MIREL_WINDOWING_PRESET) && m_Params.GetVoiLutSelection() < 0) {
         m_WindowSource = WindowSource::kSaved;
+    } else if (hasStateWindow) {
+        show_state_window();
+        if (m_Params.GammaExistAndNotNaturalValue()) show_gamma();
     } else if (m_AsOpened.inStoredValues) {
         show_saved_window(before);
     }

@@ -229,6 +229,7 @@ private:
     void choose_units(ModalityWindow& window);
     void keep_saved_window();
     void apply_state();
+    void show_state_window();
     /// The stored values that the raster can have.
     int raster_first() const;
     int raster_size() const;

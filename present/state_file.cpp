@@ -2,6 +2,7 @@
 
 #include <ZEV/ZEV_ColorMap.h>
 
+#include <refhost/Unicode.h>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -72,11 +73,13 @@ std::array<std::uint8_t, kGreys> gamma_levels(float gamma) {
 class Writer {
 public:
     Writer(OpenedImage& image, const std::string& path)
-        : m_Image(image),
-          m_Path(path),
-          m_Own(image.File().OwnDataSet()),
-          m_Source(DescribeTable(image)),
-          m_Set(IdentificationOf(m_Own)) {}
+        : m_Image(image), m_Path(path), m_Own(image.File().OwnDataSet()), m_Source(DescribeTable(image)) {
+        // Texts of the image, of the state that was applied, and of the user meet in one character set.
+        PutInUtf8(m_Own);
+        m_From = image.State() == nullptr ? m_Own : image.State()->set;
+        PutInUtf8(m_From);
+        m_Set = IdentificationOf(m_Own);
+    }
 
     std::string Encode(const ViewOptions& view, const StateTexts& texts) {
         put_identity(texts);
@@ -91,6 +94,8 @@ public:
             put_levels();
         }
         keep_drawings();
+        m_Set.PutText(tag::kSpecificCharacterSet, "CS", "ISO_IR 192");
+        PutInUtf8(m_Set);
         return EncodeDicomFile(m_Set);
     }
 
@@ -116,7 +121,10 @@ private:
     }
 
     static void require_length(const char* option, const std::string& text, std::size_t longest) {
-        if (text.size() > longest)
+        const std::wstring wide = refhost::FromUtf8(text);
+        if (refhost::ToUtf8(wide.data(), wide.size()) != text)
+            throw UsageError(std::string(option) + ": is not UTF-8");
+        if (wide.size() > longest)
             throw UsageError(std::string(option) + ": has more than " + std::to_string(longest) +
                              " characters");
         for (const char sign : text) {
@@ -136,7 +144,7 @@ private:
         image.PutText(tag::kReferencedSopClass, "UI", m_Own.Text(tag::kSopClass));
         image.PutText(tag::kReferencedSopInstance, "UI", instance);
         // Other frames may have a window of their own.
-        if (m_Own.Has(tag::kPerFrameFunctionalGroups))
+        if (m_Own.Has(tag::kPerFrameFunctionalGroups) || state_varies())
             image.PutText(tag::kReferencedFrameNumber, "IS", std::to_string(m_Image.File().Frame() + 1));
         m_Reference = DicomElement{"SQ", "", {image}};
         DicomDataSet series;
@@ -145,9 +153,25 @@ private:
         m_Set.elements[tag::kReferencedSeries] = DicomElement{"SQ", "", {series}};
     }
 
+    /// The state that was applied does not say the same of every frame.
+    bool state_varies() const {
+        const PresentationState* const state = m_Image.State();
+        const std::string instance = m_Own.Text(tag::kSopInstance);
+        const auto of = [&](int frame) {
+            return std::make_tuple(state->RefersTo(instance, frame), state->VoiLut(instance, frame),
+                                   state->DisplayedArea(instance, frame));
+        };
+        for (int frame = 0; state != nullptr && frame < m_Image.File().Frames(); ++frame) {
+            if (of(frame) != of(m_Image.File().Frame())) return true;
+        }
+        return false;
+    }
+
     /// The part of the image on the screen, in whole pixels.
     void put_area(const ViewOptions& view) {
-        const Placement placement = PlaceImage(m_Image, view);
+        Placement placement = PlaceImage(m_Image, view);
+        int rotation = static_cast<int>(std::lround(placement.space.GetRotation() / 90.0)) * 90;
+        placement.space.SetRotation(rotation);
         const SPC_Affine toImage = placement.space.GetScreen2Raster();
         double left = toImage.X(0.0, 0.0), top = toImage.Y(0.0, 0.0),
                right = toImage.X(placement.width, placement.height),
@@ -161,8 +185,10 @@ private:
         }
         // The corners are those on the screen: of a flipped image the first has the larger number.
         const auto corners = [](double from, double to) {
-            const long a = std::lround(from), b = std::lround(to);
-            return a < b ? std::make_pair(a + 1, b) : std::make_pair(a, b + 1);
+            long low = std::lround(std::min(from, to)), high = std::lround(std::max(from, to));
+            // Part of a pixel is that pixel.
+            if (low == high) low = static_cast<long>(std::floor((from + to) / 2.0)), high = low + 1;
+            return from < to ? std::make_pair(low + 1, high) : std::make_pair(high, low + 1);
         };
         const auto [firstX, lastX] = corners(left, right);
         const auto [firstY, lastY] = corners(top, bottom);
@@ -184,7 +210,6 @@ private:
         put_pixel_size(view, area);
         m_Set.elements[tag::kDisplayedAreaSequence] = DicomElement{"SQ", "", {area}};
 
-        int rotation = static_cast<int>(std::lround(placement.space.GetRotation() / 90.0)) * 90;
         const bool across = placement.space.IsFlippedHorizontally(),
                    down = placement.space.IsFlippedVertically();
         // A flip downward is one across and half a turn. A state turns first and flips then.
@@ -223,8 +248,7 @@ private:
     }
 
     void put_modality() {
-        const DicomDataSet& from = m_Image.State() == nullptr ? m_Own : m_Image.State()->set;
-        if (const DicomElement* const table = from.Find(tag::kModalityLutSequence);
+        if (const DicomElement* const table = m_From.Find(tag::kModalityLutSequence);
             table != nullptr && !table->items.empty()) {
             DicomDataSet item;
             for (const std::uint32_t tag :
@@ -232,10 +256,11 @@ private:
                 if (const DicomElement* const element = table->items.front().Find(tag))
                     item.elements[tag] = *element;
             }
+            if (!item.Has(DicomTag(0x0028, 0x3004))) item.PutText(DicomTag(0x0028, 0x3004), "LO", "US");
             m_Set.elements[tag::kModalityLutSequence] = DicomElement{"SQ", "", {item}};
-        } else if (from.Has(tag::kRescaleSlope) || from.Has(tag::kRescaleIntercept)) {
+        } else if (m_From.Has(tag::kRescaleSlope) || m_From.Has(tag::kRescaleIntercept)) {
             const auto text = [&](std::uint32_t tag, const char* absent) {
-                const std::string value = from.Text(tag);
+                const std::string value = m_From.Text(tag);
                 return value.empty() ? std::string(absent) : value;
             };
             m_Set.PutText(tag::kRescaleIntercept, "DS", text(tag::kRescaleIntercept, "0"));
@@ -256,7 +281,9 @@ private:
             params.GetVoiLutManager()->SetVOILUT(&table, entry, params.GetCenter(), params.GetWidth(), name);
             const Dicom_Type* const sequence = table.Get(Dicom_Tag(tag::kVoiLutSequence));
             if (sequence == nullptr) throw PresentError(m_Path, "cannot be written: the VOI LUT is too wide");
-            item.elements[tag::kVoiLutSequence] = ToElement(tag::kVoiLutSequence, *sequence, m_Path);
+            DicomElement& element = item.elements[tag::kVoiLutSequence];
+            element = ToElement(tag::kVoiLutSequence, *sequence, m_Path);
+            Recode(element, m_Image.File().DataSet().Text(tag::kSpecificCharacterSet), "");
         } else if (entry != nullptr) {
             put_numbers(item, m_Image.ModalityCenter(), m_Image.ModalityWidth(), "SIGMOID");
         } else {
@@ -360,7 +387,7 @@ private:
     /// The table is drawn as it is when the inversion agrees with its direction, else with its outputs
     /// reversed.
     void put_presentation_table(bool isInverse) {
-        const DicomDataSet& own = *m_Image.File().DataSet().FirstItem(tag::kPresentationLutSequence);
+        const DicomDataSet& own = *m_From.FirstItem(tag::kPresentationLutSequence);
         DicomDataSet item;
         for (const std::uint32_t tag : {tag::kLutDescriptor, DicomTag(0x0028, 0x3003), tag::kLutData}) {
             if (const DicomElement* const element = own.Find(tag)) item.elements[tag] = *element;
@@ -442,18 +469,42 @@ private:
             m_Set.elements[DicomTag(0x0070, 0x0060)] = DicomElement{"SQ", "", {layer}};
             return;
         }
-        for (const auto& [tag, element] : m_Image.State()->set.elements) {
+        for (const auto& [tag, element] : m_From.elements) {
             const unsigned group = tag >> 16;
             const bool isShutter = tag >= DicomTag(0x0018, 0x1600) && tag <= DicomTag(0x0018, 0x1624);
             const bool isOverlay = group >= 0x6000 && group <= 0x601E;
             const bool isAnnotation = tag == DicomTag(0x0070, 0x0001) || tag == DicomTag(0x0070, 0x0060);
             if (isShutter || isOverlay || isAnnotation) m_Set.elements[tag] = element;
         }
+        keep_own_annotations();
+    }
+
+    /// Those of other images, to which the new state does not refer, are left out.
+    void keep_own_annotations() {
+        const auto found = m_Set.elements.find(DicomTag(0x0070, 0x0001));
+        if (found == m_Set.elements.end()) return;
+        const std::string instance = m_Own.Text(tag::kSopInstance);
+        const auto is_foreign = [&](const DicomDataSet& image) {
+            return image.Text(tag::kReferencedSopInstance) != instance;
+        };
+        std::vector<DicomDataSet> own;
+        for (DicomDataSet& item : found->second.items) {
+            if (item.FirstItem(tag::kReferencedImages) != nullptr) {
+                std::vector<DicomDataSet>& images = item.elements[tag::kReferencedImages].items;
+                images.erase(std::remove_if(images.begin(), images.end(), is_foreign), images.end());
+                if (images.empty()) continue;
+            }
+            own.push_back(item);
+        }
+        found->second.items = own;
+        if (own.empty()) m_Set.elements.erase(found);
     }
 
     OpenedImage& m_Image;
     const std::string& m_Path;
     DicomDataSet m_Own;
+    /// What has the tables and drawings: the state that was applied, else the image.
+    DicomDataSet m_From;
     ZEV_TableSource m_Source;
     DicomDataSet m_Set;
     DicomElement m_Reference;
@@ -471,9 +522,11 @@ LostInState FindLostInState(OpenedImage& image, const PresentationOptions& prese
     LostInState found;
     if (!AllRegions(image, view).empty()) found.keptInParameters.push_back("the regions");
     if (presentation.automatic) found.keptInParameters.push_back("that the window is to be measured");
-    const double rotation = PlaceImage(image, view).space.GetRotation();
+    const Placement placement = PlaceImage(image, view);
+    const double rotation = placement.space.GetRotation();
     if (std::remainder(rotation, 90.0) != 0.0)
         found.lost.push_back("the rotation by " + NumberText(rotation) + " degrees");
+    if (view.smooth && !placement.isPlain) found.lost.push_back("the interpolation between pixels");
     const ZEV_ColorMap* const map = image.Params().GetColorMap();
     if (!image.File().IsColour() && map != nullptr && !map->IsDummy() &&
         image.File().DataSet().FirstItem(tag::kPresentationLutSequence) != nullptr)
