@@ -221,9 +221,11 @@ void decode_stream(const FrameBytes& stored, const std::string& syntax, const Pi
     }
 }
 
-/// Syntaxes whose pixels are not compressed: the big-endian one of a vendor included.
+/// A vendor's: implicit little-endian but for the pixels.
+constexpr const char* kBigEndianPixels = "1.2.840.113619.5.2";
+/// Syntaxes whose pixels are not compressed.
 constexpr const char* kNative[] = {"1.2.840.10008.1.2", "1.2.840.10008.1.2.1", "1.2.840.10008.1.2.1.99",
-                                   "1.2.840.10008.1.2.2", "1.2.840.113619.5.2"};
+                                   "1.2.840.10008.1.2.2", kBigEndianPixels};
 constexpr const char* kRunLength = "1.2.840.10008.1.2.5";
 constexpr const char* kStreams[] = {
     "1.2.840.10008.1.2.4.50", "1.2.840.10008.1.2.4.51", "1.2.840.10008.1.2.4.57", "1.2.840.10008.1.2.4.70",
@@ -250,6 +252,11 @@ StoredFrame DecodePixels(const PixelSource& source, const std::string& syntax, c
     if (!source.isEncapsulated) {
         if (!is_among(kNative, syntax)) throw Refusal("compressed pixel data are not in fragments");
         read_native(source, header, index, partial, &frame);
+        if (syntax == kBigEndianPixels && frame.bitsAllocated % 8 == 0) {
+            const std::ptrdiff_t size = frame.bitsAllocated / 8;
+            for (auto at = frame.data.begin(); frame.data.end() - at >= size; at += size)
+                std::reverse(at, at + size);
+        }
     } else if (syntax == kRunLength) {
         decode_rle(frame_bytes(source, header.frames, index, true), &frame);
     } else if (NeedsLibrary(source, syntax)) {

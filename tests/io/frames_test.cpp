@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "image_support.h"
+#include "io/dicom_editor.h"
 
 namespace {
 
@@ -83,6 +84,12 @@ TEST_F(Frames, DecodedSamplesBeyondTheStoredBitsAreLimited) {
         EXPECT_EQ(Values(LoadBytes(Encoded(set, kJpegLossless, Fragments("", {jpeg_lossless(row.samples)})))),
                   row.expected);
     }
+}
+
+TEST_F(Frames, PixelsOfAVendorsSyntaxAreBigEndian) {
+    const DicomDataSet set = OneRow({0x0100, 0x0200, 0xFFFE}, 16, 16, 15, true);
+    const std::string elements = EncodeDataSet(set, DicomEditor::Encoding{false, false});
+    EXPECT_EQ(Values(LoadBytes(Encoded({}, "1.2.840.113619.5.2", elements))), (std::vector<int>{1, 2, -257}));
 }
 
 TEST_F(Frames, EachIsFoundWhereItLies) {
