@@ -684,14 +684,15 @@ void OpenedImage::lay_display_parameters(const SavedPresentation& file) {
     } else if (map != nullptr && map != m_AsOpened.colourMap && map->GetIsSUVType() && can_show_suv()) {
         m_WindowSource = WindowSource::kColourMapSuv;
         use_stored_values_for_fractions();
+    } else if (hasStateWindow && m_Params.GetVoiLutSelection() <= 0 &&
+               !has(Dicom_Dictionary::MIREL_WINDOWING_PRESET)) {
+        show_state_window();
+        if (m_Params.GammaExistAndNotNaturalValue()) show_gamma();
     } else if (has(Dicom_Dictionary::MIREL_SELECTED_WINDOWING)) {
         m_WindowSource = WindowSource::kSaved;
         use_stored_values_for_fractions();
     } else if (has(Dicom_Dictionary::MIREL_WINDOWING_PRESET) && m_Params.GetVoiLutSelection() < 0) {
         m_WindowSource = WindowSource::kSaved;
-    } else if (hasStateWindow) {
-        show_state_window();
-        if (m_Params.GammaExistAndNotNaturalValue()) show_gamma();
     } else if (m_AsOpened.inStoredValues) {
         show_saved_window(before);
     }

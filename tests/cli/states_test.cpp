@@ -674,6 +674,24 @@ TEST_F(States, AutomaticWindowsStayAutomatic) {
     }
 }
 
+/// Where the file has no window, but a windowing entry by its name, the state's is not touched.
+TEST_F(States, DisplayParametersWithoutAWindowLeaveIt) {
+    const std::string image = m_Directory / "image.dcm", path = m_Directory / "state.dcm",
+                      parameters = m_Directory / "parameters.dcm";
+    support::WriteImage(image, support::Ramp("MR", {{tag::kWindowCenter, "40"}, {tag::kWindowWidth, "9"}}));
+    ASSERT_EQ(Run("save " + image + " --mode 4 --ddp-out " + parameters).status, 0);
+    for (const auto& [center, width] : {std::make_pair("100", "51"), {"100.3", "2.3"}, {"100", "50"}}) {
+        DicomDataSet set = state();
+        set.elements[tag::kSoftcopyVoiLutSequence] = sequence({voi(center, width, "", "LINEAR_EXACT")});
+        support::WriteImage(path, set);
+        DrawingOptions options;
+        options.presentation.states = states_in(path);
+        const std::vector<std::uint8_t> levels = levels_of(image, options);
+        options.presentation.displayParameters = parameters;
+        EXPECT_EQ(levels_of(image, options), levels) << center;
+    }
+}
+
 /// Texts of the image, the state that was applied and the user come from three character sets.
 TEST_F(States, TextsAreSavedInOneCharacterSet) {
     const std::uint32_t name = DicomTag(0x0010, 0x0010), explanation = DicomTag(0x0028, 0x3003);
