@@ -530,10 +530,8 @@ bool OpenedImage::shows_as_whole(const ExactWindow& window) const {
     if (window.isSigmoid)
         return m_bUseRescale && is_whole(window.Center()) && is_whole(window.Width()) &&
                is_whole(m_Rescale.intercept);
-    // An end that moves by less than one stored value moves no level of such a ramp by more than a half.
-    constexpr double kWide = 512.0;
     const auto [from, to] = m_Rescale.StoredRange({window.low, window.high});
-    return to == from || to - from >= kWide || (is_whole(from) && is_whole(to));
+    return to == from || (is_whole(from) && is_whole(to));
 }
 
 /// Draws through a presentation LUT with the level of each stored value on the ramp, or of all of them where
@@ -582,8 +580,7 @@ void OpenedImage::show_levels(const ExactWindow& window) {
 }
 
 /// The ramp from `low` to `high` in modality units. Where these, or the stored values that they stand for,
-/// are not whole, the ends are the next whole stored values: up to half a stored value moved up, which a
-/// window of fewer than about 128 stored values shows as more than one level.
+/// are not whole, the ends are the next whole stored values.
 void OpenedImage::set_ends(double low, double high) {
     const auto is_whole = [](double value) { return value == std::floor(value); };
     auto [from, to] = m_Rescale.StoredRange({low, high});
