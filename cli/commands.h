@@ -22,3 +22,4 @@ void AddColorMapsCommand(CLI::App& app, Run& run);
 void AddSaveCommand(CLI::App& app, Run& run);
 void AddSampleCommand(CLI::App& app, Run& run);
 void AddDemoCommand(CLI::App& app, Run& run);
+void AddViewCommand(CLI::App& app, Run& run);

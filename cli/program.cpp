@@ -90,6 +90,7 @@ void add_commands(CLI::App& app, Run& run) {
     AddSaveCommand(app, run);
     AddSampleCommand(app, run);
     AddDemoCommand(app, run);
+    AddViewCommand(app, run);
 }
 
 int run_line(const std::vector<std::string>& arguments) {

@@ -1,0 +1,595 @@
+#include "view_service.h"
+
+#include <ZEV/ZEV_ColorMap.h>
+#include <ZEV/ZEV_PresetValue.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <random>
+
+#include "io/atomic_file.h"
+#include "io/picture_file.h"
+#include "io/present_error.h"
+#include "page_files.h"
+#include "present/catalogue.h"
+#include "present/ddp_file.h"
+#include "present/drawing.h"
+#include "present/renderer.h"
+#include "present/state_file.h"
+
+namespace {
+
+constexpr int kBadRequest = 400, kForbidden = 403, kNotFound = 404, kCannotPresent = 422, kBusy = 503;
+constexpr int kThumbSide = 128;
+constexpr int kBins = 256;
+constexpr std::size_t kMostPoints = 1000, kMostRegions = 254;
+/// Requests that wait for one that works.
+constexpr int kMostWaiting = 32;
+/// Frames that are kept, whichever is reached first; the one in use is kept in any case.
+constexpr std::size_t kMostOpened = 16, kMostOpenedBytes = std::size_t{512} << 20;
+
+/// A request that cannot be answered, for a reason that is not the image's.
+struct Rejected {
+    int status;
+    std::string reason;
+};
+
+WebReply error_reply(int status, const std::string& reason) {
+    const Json body = {{"error", reason}};
+    return {status, "application/json", body.dump(-1, ' ', false, Json::error_handler_t::replace)};
+}
+
+WebReply json_reply(const Json& body) {
+    return {200, "application/json", body.dump(-1, ' ', false, Json::error_handler_t::replace)};
+}
+
+WebReply binary_reply(std::string body) { return {200, "application/octet-stream", std::move(body)}; }
+
+std::string random_token() {
+    std::random_device device;
+    std::string token;
+    char digits[9];
+    for (int i = 0; i < 4; ++i) {
+        std::snprintf(digits, sizeof digits, "%08x", device());
+        token += digits;
+    }
+    return token;
+}
+
+/// The same time for any two texts of one length.
+bool is_same(const std::string& a, const std::string& b) {
+    unsigned difference = a.size() == b.size() ? 0 : 1;
+    for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i)
+        difference |= static_cast<unsigned char>(a[i]) ^ static_cast<unsigned char>(b[i]);
+    return difference == 0;
+}
+
+const char* type_of(const std::string& name) {
+    const std::string suffix = std::filesystem::path(name).extension().string();
+    return suffix == ".html"  ? "text/html; charset=utf-8"
+           : suffix == ".css" ? "text/css; charset=utf-8"
+           : suffix == ".js"  ? "text/javascript; charset=utf-8"
+           : suffix == ".svg" ? "image/svg+xml"
+                              : "application/octet-stream";
+}
+
+// ---- Members of a request
+
+double number_in(const Json& body, const char* key) {
+    const Json& value = body.at(key);
+    if (!value.is_number() || !std::isfinite(value.get<double>()))
+        throw Rejected{kBadRequest, std::string(key) + " is not a number"};
+    return value.get<double>();
+}
+
+int whole_in(const Json& body, const char* key, int fallback) {
+    if (!body.contains(key)) return fallback;
+    const double value = number_in(body, key);
+    constexpr double kMost = 2e9;
+    if (value != std::floor(value) || std::fabs(value) > kMost)
+        throw Rejected{kBadRequest, std::string(key) + " is not a whole number"};
+    return static_cast<int>(value);
+}
+
+std::string text_in(const Json& body, const char* key) {
+    if (!body.at(key).is_string()) throw Rejected{kBadRequest, std::string(key) + " is not a text"};
+    return body.at(key).get<std::string>();
+}
+
+bool flag_in(const Json& body, const char* key, bool fallback) {
+    if (!body.contains(key)) return fallback;
+    if (!body.at(key).is_boolean())
+        throw Rejected{kBadRequest, std::string(key) + " is neither true nor false"};
+    return body.at(key).get<bool>();
+}
+
+const Json& object_in(const Json& body, const char* key) {
+    static const Json none = Json::object();
+    if (!body.contains(key)) return none;
+    if (!body.at(key).is_object()) throw Rejected{kBadRequest, std::string(key) + " is not an object"};
+    return body.at(key);
+}
+
+int number_in(const std::map<std::string, std::string>& query, const char* key, int fallback) {
+    const auto found = query.find(key);
+    if (found == query.end()) return fallback;
+    Json body;
+    body[key] = Json::parse(found->second, nullptr, false);
+    return whole_in(body, key, fallback);
+}
+
+/// The options of a request over those of the program.
+PresentationOptions options_of(const Json& asked, PresentationOptions options) {
+    if (asked.contains("center") != asked.contains("width"))
+        throw Rejected{kBadRequest, "center and width are given together"};
+    if (asked.contains("center")) {
+        options.center = number_in(asked, "center");
+        options.width = number_in(asked, "width");
+        if (!(*options.width > 0.0)) throw Rejected{kBadRequest, "width is not above 0"};
+    }
+    options.automatic = flag_in(asked, "auto", options.automatic);
+    if (asked.contains("preset")) options.preset = text_in(asked, "preset");
+    if (asked.contains("colormap")) options.colourMap = text_in(asked, "colormap");
+    if (asked.contains("voi")) options.voi = whole_in(asked, "voi", 0);
+    if (options.voi && *options.voi < 0) throw Rejected{kBadRequest, "voi is below 0"};
+    if (asked.contains("gamma")) options.gamma = static_cast<float>(number_in(asked, "gamma"));
+    options.invert = flag_in(asked, "invert", options.invert);
+    return options;
+}
+
+/// A region as the text that --region takes.
+std::string region_text(const Json& region) {
+    if (!region.is_object()) throw Rejected{kBadRequest, "a region is not an object"};
+    std::string text = text_in(region, "shape");
+    // A mask would be a file of this machine.
+    constexpr const char* kKinds[] = {"rect:", "ellipse:", "polygon:"};
+    const bool isDrawn = std::any_of(std::begin(kKinds), std::end(kKinds),
+                                     [&](const char* kind) { return text.rfind(kind, 0) == 0; });
+    if (!isDrawn || text.find(';') != std::string::npos)
+        throw Rejected{kBadRequest, "a region is a rect, an ellipse or a polygon"};
+    const Json& options = object_in(region, "options");
+    for (const char* key : {"center", "width", "gamma"}) {
+        if (options.contains(key))
+            text += std::string(";") + key + "=" + Json(number_in(options, key)).dump();
+    }
+    for (const char* key : {"preset", "colormap"}) {
+        if (!options.contains(key)) continue;
+        const std::string value = text_in(options, key);
+        if (value.find(';') != std::string::npos)
+            throw Rejected{kBadRequest, std::string(key) + " has a semicolon"};
+        text += std::string(";") + key + "=" + value;
+    }
+    if (flag_in(options, "invert", false)) text += ";invert";
+    return text;
+}
+
+std::vector<std::string> regions_of(const Json& body) {
+    std::vector<std::string> regions;
+    if (!body.contains("regions")) return regions;
+    if (!body.at("regions").is_array() || body.at("regions").size() > kMostRegions)
+        throw Rejected{kBadRequest, "regions is not a list of at most " + std::to_string(kMostRegions)};
+    for (const Json& region : body.at("regions")) regions.push_back(region_text(region));
+    return regions;
+}
+
+ViewOptions view_of(const Json& body) {
+    const Json& asked = object_in(body, "view");
+    ViewOptions view;
+    view.regions = regions_of(body);
+    if (asked.contains("zoom")) view.zoom = number_in(asked, "zoom");
+    if (asked.contains("rotate")) view.rotate = number_in(asked, "rotate");
+    if (asked.contains("flip")) view.flip = text_in(asked, "flip");
+    if (asked.contains("size")) view.size = text_in(asked, "size");
+    view.pixels = flag_in(asked, "pixels", false);
+    if (asked.contains("pan")) {
+        if (!asked.at("pan").is_array() || asked.at("pan").size() != 2 || !asked.at("pan")[0].is_number() ||
+            !asked.at("pan")[1].is_number())
+            throw Rejected{kBadRequest, "pan is not two numbers"};
+        view.pan = {asked.at("pan")[0].get<double>(), asked.at("pan")[1].get<double>()};
+    }
+    return view;
+}
+
+// ---- What an image gives
+
+int first_value(const KIT_Raster& raster) { return raster.m_bSigned ? -(1 << raster.m_BitsPerPixel) / 2 : 0; }
+
+/// Red, green, blue and 255 for each pixel value of the raster.
+std::string colours_of(OpenedImage& image) {
+    const KIT_Raster& raster = image.Raster();
+    const std::vector<std::uint8_t> entries = TableBytes(*BuildTable(image, PictureTarget(8)), raster, 32);
+    const SupplementalPalette* const supplement = image.Supplement();
+    const std::size_t count = std::size_t{1} << raster.m_BitsPerPixel;
+    std::string colours(4 * count, '\xFF');
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint32_t colour =
+            static_cast<std::uint32_t>(entries[4 * i] | entries[4 * i + 1] << 8 | entries[4 * i + 2] << 16);
+        const int value = static_cast<int>(i) + first_value(raster);
+        if (supplement != nullptr && supplement->Has(value)) colour = supplement->At(value);
+        for (unsigned c = 0; c < 3; ++c)
+            colours[4 * i + c] = static_cast<char>(colour >> (16 - 8 * c) & 0xFF);
+    }
+    return colours;
+}
+
+Json window_of(OpenedImage& image) {
+    const double center = image.ModalityCenter(), width = image.ModalityWidth();
+    return {{"center", center},
+            {"width", width},
+            {"source", NameOf(image.GetWindowSource())},
+            {"units", image.UnitsText()},
+            {"low", center - width / 2.0},
+            {"high", center + width / 2.0}};
+}
+
+void require_grey(const OpenedImage& image) {
+    if (image.File().IsColour())
+        throw PresentError(image.File().Path(), "is in colour and has no windowing table");
+}
+
+}  // namespace
+
+ViewService::ViewService(std::vector<ViewInput> inputs, ViewServiceOptions options)
+    : m_Inputs(std::move(inputs)), m_Options(std::move(options)), m_Token(random_token()) {}
+
+ViewService::~ViewService() { Stop(); }
+
+void ViewService::Start(int port) {
+    for (const char* name : {"127.0.0.1:", "localhost:"}) m_Hosts.push_back(name + std::to_string(port));
+    m_Reader = std::thread([this] { read_files(); });
+}
+
+void ViewService::Stop() {
+    m_bStopped = true;
+    if (m_Reader.joinable()) m_Reader.join();
+}
+
+/// Files take their numbers in the order in which they were found.
+void ViewService::read_files() {
+    for (const ViewInput& input : m_Inputs) {
+        if (m_bStopped) return;
+        const std::lock_guard<std::mutex> lock(m_Work);
+        ListedImage image = ReadListed(input.path, input.name);
+        image.isImage = image.isImage && (image.error.empty() || !input.isFound || !image.modality.empty());
+        m_Images.push_back(std::move(image));
+    }
+}
+
+WebReply ViewService::Answer(const WebRequest& request) {
+    const bool isOurs = std::find(m_Hosts.begin(), m_Hosts.end(), request.host) != m_Hosts.end() &&
+                        (request.origin.empty() || request.origin == "http://" + request.host);
+    if (!isOurs) return error_reply(kForbidden, "another host asks");
+    const std::string home = "/" + m_Token + "/";
+    const auto token = request.query.find("token");
+    const bool isDoor =
+        request.path == "/" && token != request.query.end() && is_same(token->second, m_Token);
+    const bool isInside = is_same(request.path.substr(0, home.size()), home);
+    if (!isDoor && !isInside) return error_reply(kForbidden, "the token is missing or wrong");
+    if (request.method != "GET" && request.method != "POST")
+        return error_reply(kBadRequest, "neither GET nor POST");
+
+    const std::string name = isDoor ? "index.html" : request.path.substr(home.size());
+    constexpr const char* kApi = "api/";
+    if (name.rfind(kApi, 0) != 0) {
+        const auto file = PageFiles().find(name);
+        if (file == PageFiles().end()) return error_reply(kNotFound, "there is no " + name);
+        std::string body(file->second);
+        constexpr const char* kBase = "<!-- base -->";
+        if (const std::size_t at = body.find(kBase); isDoor && at != std::string::npos)
+            body.replace(at, std::char_traits<char>::length(kBase), "<base href=\"" + home + "\">");
+        return {200, type_of(name), body};
+    }
+    struct Waiting {
+        std::atomic<int>& count;
+        ~Waiting() { --count; }
+    } waiting{m_Waiting};
+    if (++m_Waiting > kMostWaiting) return error_reply(kBusy, "too many requests at once");
+    try {
+        const std::lock_guard<std::mutex> lock(m_Work);
+        return answer_api(name.substr(4), request);
+    } catch (const Rejected& rejected) {
+        return error_reply(rejected.status, rejected.reason);
+    } catch (const Json::exception&) {
+        return error_reply(kBadRequest, "the request lacks a member");
+    } catch (const PresentError& error) {
+        return error_reply(kCannotPresent, error.what());
+    } catch (const UsageError& error) {
+        return error_reply(kCannotPresent, error.what());
+    } catch (const std::exception& error) {
+        return error_reply(500, error.what());
+    } catch (...) {
+        return error_reply(500, "unknown error");
+    }
+}
+
+WebReply ViewService::answer_api(const std::string& name, const WebRequest& request) {
+    const auto is = [&](const char* method, const char* wanted) {
+        return request.method == method && name == wanted;
+    };
+    if (is("GET", "list")) return list();
+    if (is("GET", "thumb")) return thumb(request);
+    if (is("GET", "colormaps")) return colour_maps();
+    if (is("GET", "pixels")) return pixels(request);
+    if (is("GET", "histogram")) return histogram(request);
+    if (request.method != "POST") throw Rejected{kNotFound, "there is no " + name};
+    // A form of a foreign page cannot have this type.
+    if (request.contentType.rfind("application/json", 0) != 0)
+        throw Rejected{kBadRequest, "the body is not JSON"};
+    const Json body = Json::parse(request.body, nullptr, false);
+    if (!body.is_object()) throw Rejected{kBadRequest, "the body is not a JSON object"};
+    if (name == "open") return open(body);
+    if (name == "table") return table(body);
+    if (name == "explain") return explain(body);
+    if (name == "save") return save(body);
+    throw Rejected{kNotFound, "there is no " + name};
+}
+
+// ---- Images
+
+const ListedImage& ViewService::image_of(std::size_t id) {
+    if (id >= m_Images.size()) throw Rejected{kNotFound, "there is no image " + std::to_string(id)};
+    return m_Images[id];
+}
+
+std::shared_ptr<ImageSource> ViewService::source_of(std::size_t id, int frame, bool withState) {
+    const auto found = std::find_if(m_Opened.begin(), m_Opened.end(), [&](const Opened& opened) {
+        return opened.id == id && opened.frame == frame && opened.withState == withState;
+    });
+    if (found != m_Opened.end()) {
+        std::rotate(m_Opened.begin(), found, found + 1);
+        return m_Opened.front().source;
+    }
+    PresentationOptions options = m_Options.presentation;
+    options.frame = frame;
+    if (!withState) options.states = nullptr;
+    m_Opened.push_front({id, frame, withState, std::make_shared<ImageSource>(image_of(id).path, options)});
+    std::size_t bytes = 0;
+    for (std::size_t i = 0; i < m_Opened.size(); ++i) {
+        bytes += 2 * m_Opened[i].source->raster.Bytes().size();
+        if (i > 0 && (i >= kMostOpened || bytes > kMostOpenedBytes)) m_Opened.resize(i);
+    }
+    return m_Opened.front().source;
+}
+
+std::unique_ptr<OpenedImage> ViewService::open_image(const Json& body, PresentationOptions* used) {
+    const int id = whole_in(body, "id", -1), frame = whole_in(body, "frame", 0);
+    if (id < 0 || frame < 0) throw Rejected{kBadRequest, "id and frame are numbers from 0"};
+    const Json& asked = object_in(body, "options");
+    PresentationOptions options = options_of(asked, m_Options.presentation);
+    options.frame = frame;
+    const bool withState = flag_in(asked, "state", true) && options.states != nullptr;
+    if (!withState) options.states = nullptr;
+    if (used != nullptr) *used = options;
+    return std::make_unique<OpenedImage>(source_of(static_cast<std::size_t>(id), frame, withState), options);
+}
+
+std::shared_ptr<ImageSource> ViewService::source_of(const WebRequest& request) {
+    const int id = number_in(request.query, "id", -1), frame = number_in(request.query, "frame", 0);
+    if (id < 0 || frame < 0) throw Rejected{kBadRequest, "id and frame are numbers from 0"};
+    return source_of(static_cast<std::size_t>(id), frame,
+                     number_in(request.query, "state", 1) != 0 && m_Options.presentation.states != nullptr);
+}
+
+// ---- Answers
+
+WebReply ViewService::list() {
+    Json images = Json::array();
+    for (const std::size_t id : OrderOf(m_Images)) {
+        const ListedImage& image = m_Images[id];
+        if (!image.isImage && m_Inputs[id].isFound) continue;
+        images.push_back({{"id", id},
+                          {"name", image.name},
+                          {"study", image.study},
+                          {"series", image.series},
+                          {"studyText", image.studyText},
+                          {"seriesText", image.seriesText},
+                          {"modality", image.modality},
+                          {"frames", image.frames},
+                          {"rows", image.rows},
+                          {"columns", image.columns},
+                          {"error", image.error.empty() ? Json(nullptr) : Json(image.error)}});
+    }
+    return json_reply({{"done", m_Images.size() == m_Inputs.size()},
+                       {"found", m_Inputs.size()},
+                       {"canSave", !m_Options.saveFolder.empty()},
+                       {"images", std::move(images)}});
+}
+
+WebReply ViewService::thumb(const WebRequest& request) {
+    const int id = number_in(request.query, "id", -1);
+    if (id < 0) throw Rejected{kBadRequest, "id is a number from 0"};
+    const ListedImage& image = image_of(static_cast<std::size_t>(id));
+    DrawingOptions options;
+    options.presentation = m_Options.presentation;
+    options.fit = std::to_string(kThumbSide) + "x" + std::to_string(kThumbSide);
+    const Picture picture = DrawFrame(image.path, options, image.frames / 2).picture;
+    const std::vector<std::uint8_t> bytes = EncodePicture(picture, PictureFormat::kPng);
+    return {200, "image/png", std::string(bytes.begin(), bytes.end())};
+}
+
+WebReply ViewService::colour_maps() {
+    Json maps = Json::array();
+    std::vector<std::string> known;
+    ForEachColourMap([&](const std::string&, const ZEV_ColorMap& map) {
+        const std::string uid = UidOf(map);
+        if (std::find(known.begin(), known.end(), uid) != known.end()) return;
+        known.push_back(uid);
+        Json colours = Json::array();
+        for (int level = 0; level < ZEV_ColorMap::kTableSize; ++level)
+            colours.push_back(map.IsDummy() ? level * 0x010101 : map.TransformColor(level).toRGB());
+        maps.push_back({{"uid", uid}, {"name", NameOf(map)}, {"colours", std::move(colours)}});
+    });
+    return json_reply({{"maps", std::move(maps)}});
+}
+
+WebReply ViewService::open(const Json& body) {
+    PresentationOptions options;
+    const std::unique_ptr<OpenedImage> image = open_image(body, &options);
+    Json presets = Json::array();
+    const Json info = DescribeImage(*image);
+    const std::string modality = info["modality"].get<std::string>();
+    ForEachPreset([&](const std::string& procedure, const ZEV_PresetValue& preset) {
+        if (image->File().IsColour() || !SameName(procedure, modality)) return;
+        PresentationOptions trial = m_Options.presentation;
+        trial.states = options.states;
+        trial.preset = NameOf(preset);
+        Json reason = nullptr;
+        try {
+            const OpenedImage opened(image->Source(), trial);
+        } catch (const std::runtime_error& error) {
+            reason = error.what();
+        }
+        presets.push_back({{"name", NameOf(preset)}, {"reason", std::move(reason)}});
+    });
+    const refhost::MemoryRaster& raster = image->Raster();
+    const bool isColour = image->File().IsColour();
+    return json_reply({{"info", info},
+                       {"presets", std::move(presets)},
+                       {"entries", isColour ? Json::array() : info["voiLutEntries"]},
+                       {"pixels",
+                        {{"width", raster.m_Width},
+                         {"height", raster.m_Height},
+                         {"bits", isColour ? 8 : raster.m_BitsPerPixel},
+                         {"signed", !isColour && raster.m_bSigned},
+                         {"colour", isColour}}}});
+}
+
+WebReply ViewService::pixels(const WebRequest& request) {
+    const std::shared_ptr<ImageSource> source = source_of(request);
+    if (source->file.IsColour()) {
+        const std::vector<std::uint8_t>& bytes = source->file.Colour().bytes;
+        return binary_reply(std::string(bytes.begin(), bytes.end()));
+    }
+    const auto& bytes = source->raster.Bytes();
+    return binary_reply(std::string(bytes.begin(), bytes.end()));
+}
+
+WebReply ViewService::table(const Json& body) {
+    PresentationOptions options;
+    const std::unique_ptr<OpenedImage> image = open_image(body, &options);
+    require_grey(*image);
+    std::vector<std::string> texts = image->SavedRegions();
+    for (std::string& text : regions_of(body)) texts.push_back(std::move(text));
+    const bool hasLabels = flag_in(body, "labels", false);
+    std::string tables = colours_of(*image), labels;
+    const int width = image->Raster().m_Width, height = image->Raster().m_Height;
+    if (!texts.empty()) {
+        ViewOptions view;
+        view.pixels = true;
+        // Its own place, whatever a presentation state says.
+        view.zoom = 1.0, view.rotate = 0.0, view.pan = {0.0, 0.0};
+        RegionView regions(*image, options, ParseRegions(texts), PlaceImage(*image, view));
+        for (std::size_t i = 1; i <= texts.size(); ++i)
+            tables += colours_of(regions.ImageOf(static_cast<int>(i)));
+        if (hasLabels) {
+            regions.Draw();
+            for (int y = 0; y < height; ++y) {
+                for (int x = 0; x < width; ++x) labels += static_cast<char>(regions.RegionAt(x, y));
+            }
+        }
+    } else if (hasLabels) {
+        labels.assign(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), '\0');
+    }
+    const ZEV_ColorMap* const map = image->Params().GetColorMap();
+    const Json head = {{"entries", 1 << image->Raster().m_BitsPerPixel},
+                       {"first", first_value(image->Raster())},
+                       {"tables", texts.size() + 1},
+                       {"labels", hasLabels},
+                       {"window", window_of(*image)},
+                       {"gamma", image->Params().GetGamma()},
+                       {"inverse", image->ModalityInverse()},
+                       {"colormap", map == nullptr ? Json(nullptr) : Json(UidOf(*map))}};
+    std::string text = head.dump(-1, ' ', false, Json::error_handler_t::replace);
+    text.resize((text.size() + 3) / 4 * 4, ' ');
+    std::string reply;
+    for (unsigned shift = 0; shift < 32; shift += 8) reply += static_cast<char>(text.size() >> shift & 0xFF);
+    return binary_reply(reply + text + tables + labels);
+}
+
+WebReply ViewService::explain(const Json& body) {
+    PresentationOptions options;
+    const std::unique_ptr<OpenedImage> image = open_image(body, &options);
+    std::vector<ImagePoint> points;
+    const Json& asked = body.at("at");
+    if (!asked.is_array() || asked.size() > kMostPoints)
+        throw Rejected{kBadRequest, "at is not a list of points"};
+    for (const Json& point : asked) {
+        if (!point.is_array() || point.size() != 2) throw Rejected{kBadRequest, "a point is [column, row]"};
+        const Json named = {{"x", point[0]}, {"y", point[1]}};
+        points.push_back({whole_in(named, "x", 0), whole_in(named, "y", 0)});
+    }
+    DrawingOptions drawing;
+    drawing.presentation = options;
+    drawing.view.regions = regions_of(body);
+    return json_reply(DescribeExplanations(Explain(*image, drawing, points)));
+}
+
+WebReply ViewService::histogram(const WebRequest& request) {
+    OpenedImage image(source_of(request), m_Options.presentation);
+    require_grey(image);
+    const auto range = image.ModalityRange();
+    if (!range) throw PresentError(image.File().Path(), "has nothing but padding");
+    std::vector<std::uint64_t> bins(kBins);
+    const MonoPixels& pixels = image.File().Mono();
+    const int padding = image.Params().GetPixelPaddingValue(),
+              limit = image.Params().GetPixelPaddingValueLimit();
+    const double span = range->second - range->first;
+    for (std::size_t i = 0; i < pixels.Count(); ++i) {
+        const int value = pixels.Get(i);
+        if (padding != ZEV_Params::kNoPadding && value >= std::min(padding, limit) &&
+            value <= std::max(padding, limit))
+            continue;
+        const double place =
+            span > 0.0 ? (image.GetRescale().Value(value) - range->first) / span * kBins : 0.0;
+        ++bins[static_cast<std::size_t>(std::clamp(place, 0.0, kBins - 1.0))];
+    }
+    return json_reply({{"low", range->first}, {"high", range->second}, {"bins", bins}});
+}
+
+std::string ViewService::free_name(const std::string& start, const std::string& end) const {
+    namespace fs = std::filesystem;
+    std::string name = start + end;
+    for (int number = 2; fs::exists(fs::symlink_status(fs::path(m_Options.saveFolder) / name)); ++number)
+        name = start + "-" + std::to_string(number) + end;
+    return name;
+}
+
+WebReply ViewService::save(const Json& body) {
+    if (m_Options.saveFolder.empty()) throw Rejected{kForbidden, "nothing is saved without --save-dir"};
+    PresentationOptions options;
+    const std::unique_ptr<OpenedImage> image = open_image(body, &options);
+    const ViewOptions view = view_of(body);
+    const std::string kind = text_in(body, "kind");
+    const std::string stem = std::filesystem::path(image->File().Path()).stem().string();
+    std::string bytes, name;
+    if (kind == "picture") {
+        DrawingOptions drawing;
+        drawing.presentation = options;
+        drawing.view = view;
+        name = free_name(stem, ".png");
+        const std::vector<std::uint8_t> file =
+            EncodePicture(DrawImage(*image, drawing, nullptr), PictureFormat::kPng);
+        bytes.assign(file.begin(), file.end());
+    } else if (kind == "parameters") {
+        name = free_name(stem + "-parameters", ".dcm");
+        std::vector<std::string> regions;
+        for (const RegionSpec& region : AllRegions(*image, view)) regions.push_back(region.ToText());
+        bytes = EncodeDisplayParameters(*image, SaveMode::kPresent, regions, name);
+    } else if (kind == "state") {
+        const LostInState lost = FindLostInState(*image, options, view);
+        std::string list;
+        for (const auto& part : {lost.keptInParameters, lost.lost}) {
+            for (const std::string& what : part) list += (list.empty() ? "" : ", ") + what;
+        }
+        if (!list.empty()) throw Rejected{kCannotPresent, "a presentation state cannot hold " + list};
+        name = free_name(stem + "-state", ".dcm");
+        bytes = EncodePresentationState(*image, view, {}, name);
+    } else {
+        throw Rejected{kBadRequest, "kind is picture, parameters or state"};
+    }
+    WriteFileAtomically((std::filesystem::path(m_Options.saveFolder) / name).string(), bytes.data(),
+                        bytes.size());
+    return json_reply({{"saved", name}});
+}

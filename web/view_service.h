@@ -1,0 +1,87 @@
+#pragma once
+
+#include <atomic>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "http.h"
+#include "image_list.h"
+#include "present/description.h"
+
+/// A file to look through.
+struct ViewInput {
+    std::string path;
+    std::string name;  ///< as it is shown
+    /// It lies in a folder that was given: left out without a word where it is no image.
+    bool isFound = false;
+};
+
+struct ViewServiceOptions {
+    /// The configuration is in use, and the presentation states are read.
+    PresentationOptions presentation;
+    /// Where the page may write; empty for nowhere.
+    std::string saveFolder;
+};
+
+/// What the page can ask: docs/view.md. It does not know how it is asked.
+///
+/// Answers may be given by several threads at once; what reads and draws images is done by one after the other.
+class ViewService {
+public:
+    ViewService(std::vector<ViewInput> inputs, ViewServiceOptions options);
+    ~ViewService();
+    ViewService(const ViewService&) = delete;
+    ViewService& operator=(const ViewService&) = delete;
+
+    /// 128 random bits in hexadecimal digits.
+    const std::string& Token() const { return m_Token; }
+    /// Begins to read the files, and takes requests for this port from here on.
+    void Start(int port);
+    /// Ends what is read in the background.
+    void Stop();
+    /// Never throws.
+    WebReply Answer(const WebRequest& request);
+
+private:
+    struct Opened {
+        std::size_t id;
+        int frame;
+        bool withState;
+        std::shared_ptr<ImageSource> source;
+    };
+
+    WebReply answer_api(const std::string& name, const WebRequest& request);
+    WebReply list();
+    WebReply thumb(const WebRequest& request);
+    WebReply colour_maps();
+    WebReply open(const Json& body);
+    WebReply pixels(const WebRequest& request);
+    WebReply table(const Json& body);
+    WebReply explain(const Json& body);
+    WebReply histogram(const WebRequest& request);
+    WebReply save(const Json& body);
+
+    void read_files();
+    const ListedImage& image_of(std::size_t id);
+    std::shared_ptr<ImageSource> source_of(std::size_t id, int frame, bool withState);
+    std::unique_ptr<OpenedImage> open_image(const Json& body, PresentationOptions* used = nullptr);
+    std::shared_ptr<ImageSource> source_of(const WebRequest& request);
+    std::string free_name(const std::string& start, const std::string& end) const;
+
+    const std::vector<ViewInput> m_Inputs;
+    const ViewServiceOptions m_Options;
+    const std::string m_Token;
+    std::vector<std::string> m_Hosts;
+    std::thread m_Reader;
+    std::atomic<bool> m_bStopped{false};
+    std::atomic<int> m_Waiting{0};
+
+    /// Of all that follows.
+    std::mutex m_Work;
+    std::vector<ListedImage> m_Images;
+    std::deque<Opened> m_Opened;
+};
