@@ -15,6 +15,7 @@ struct ListedImage {
     std::string error;
     /// Where it lies in its series: along the normal of its plane, else by its instance number.
     double position = 0.0;
+    /// False for a sound DICOM object without pixels.
     bool isImage = true;
 };
 

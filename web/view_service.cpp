@@ -251,9 +251,7 @@ void ViewService::read_files() {
     for (const ViewInput& input : m_Inputs) {
         if (m_bStopped) return;
         const std::lock_guard<std::mutex> lock(m_Work);
-        ListedImage image = ReadListed(input.path, input.name);
-        image.isImage = image.isImage && (image.error.empty() || !input.isFound || !image.modality.empty());
-        m_Images.push_back(std::move(image));
+        m_Images.push_back(ReadListed(input.path, input.name));
     }
 }
 
