@@ -4,7 +4,8 @@
 
 namespace {
 
-constexpr std::size_t kThreads = 16;
+/// Most of them wait for connections that say nothing.
+constexpr std::size_t kThreads = 128;
 constexpr std::size_t kLargestBody = 1 << 20;
 /// A connection that says nothing holds a thread for so long.
 constexpr time_t kPatience = 2;
