@@ -42,7 +42,14 @@ public:
         // Routes are not used: every path has one door.
         m_Server.set_pre_routing_handler([&](const httplib::Request& request, httplib::Response& response) {
             for (const auto& [name, value] : kHeaders) response.set_header(name, value);
-            if (request.method == "POST") return httplib::Server::HandlerResponse::Unhandled;
+            // Bodies in chunks have no length that could be limited.
+            const bool hasLength =
+                request.has_header("Content-Length") && !request.has_header("Transfer-Encoding");
+            if (request.method == "POST" && hasLength) return httplib::Server::HandlerResponse::Unhandled;
+            if (request.method == "POST") {
+                response.status = 411;
+                return httplib::Server::HandlerResponse::Handled;
+            }
             reply(answer, request, response);
             return httplib::Server::HandlerResponse::Handled;
         });
