@@ -63,8 +63,13 @@ TEST_F(Overlays, UnusedBitsOfThePixels) {
     ASSERT_EQ(file.Overlays().size(), 1U);
     EXPECT_EQ(file.Overlays()[0].bits, (std::vector<std::uint8_t>{0, 1, 0, 1}));
     EXPECT_EQ(Values(file), (std::vector<int>{5, 6, 7, 8}));
-    set.PutWord(DicomTag(0x6000, 0x0102), "US", 16);
-    EXPECT_EQ(Load(set).Notes().at(0).code, "overlay");
+    for (const auto& [position, isThere] :
+         {std::pair<int, bool>{0, false}, {11, false}, {12, true}, {16, false}}) {
+        set.PutWord(DicomTag(0x6000, 0x0102), "US", position);
+        const DicomFile other = Load(set);
+        EXPECT_EQ(other.Overlays().size(), isThere ? 1U : 0U) << position;
+        EXPECT_EQ(other.Notes().empty(), isThere) << position;
+    }
 }
 
 TEST_F(Overlays, DamagedPlanesCostANoteAndNoMore) {
