@@ -50,6 +50,10 @@ std::uint32_t colour_at(const Picture& picture, int x, int y) {
     return std::uint32_t{pixel[0]} << 16 | std::uint32_t{pixel[1]} << 8 | pixel[2];
 }
 
+std::string place_of(ImagePoint point) {
+    return "column " + std::to_string(point.x) + ", row " + std::to_string(point.y);
+}
+
 class Explainer {
 public:
     /// `image` is that of the region which shows the point, or the image itself. `cell` is the frame as it is
@@ -68,15 +72,21 @@ public:
         m_Steps.push_back(std::move(step));
     }
 
+    /// Whether the file has the pixel; says so where it lacks it.
+    bool HasPixel(ImagePoint point) {
+        if (index(point) < m_Cells.present) return true;
+        Add("stored", place_of(point) + ": the file is cut short before this pixel, which is drawn black");
+        return false;
+    }
+
     void Stored(ImagePoint point) {
         const std::size_t at = index(point);
         const std::int32_t pixel = m_Image.File().Mono().Get(at);
         if (m_Cells.isReal) {
             const double value = m_Cells.Real(at);
             Add("stored",
-                "column " + std::to_string(point.x) + ", row " + std::to_string(point.y) +
-                    ": a floating-point number of " + std::to_string(m_Cells.bitsAllocated) + " bits, " +
-                    NumberText(value),
+                place_of(point) + ": a floating-point number of " + std::to_string(m_Cells.bitsAllocated) +
+                    " bits, " + NumberText(value),
                 {tag::kBitsAllocated}, value);
             Add("pixel", "as presented: " + std::to_string(pixel), {}, pixel);
             return real_world(value);
@@ -86,10 +96,9 @@ public:
         std::snprintf(bits, sizeof bits, "0x%0*X", size / 4, m_Cells.Bits(at));
         const std::int64_t value = SampleValue(m_Cells, at);
         Add("stored",
-            "column " + std::to_string(point.x) + ", row " + std::to_string(point.y) + ": cell " + bits +
-                ", of which " + std::to_string(m_Cells.bitsStored) + " bits up to bit " +
-                std::to_string(m_Cells.highBit) + ", " + (m_Cells.isSigned ? "signed" : "unsigned") + ": " +
-                std::to_string(value),
+            place_of(point) + ": cell " + bits + ", of which " + std::to_string(m_Cells.bitsStored) +
+                " bits up to bit " + std::to_string(m_Cells.highBit) + ", " +
+                (m_Cells.isSigned ? "signed" : "unsigned") + ": " + std::to_string(value),
             {tag::kBitsAllocated, tag::kBitsStored, tag::kHighBit, tag::kPixelRepresentation},
             static_cast<double>(value));
         if (m_Own.FirstItem(tag::kModalityLutSequence) != nullptr || pixel != value) {
@@ -391,6 +400,7 @@ private:
 
 std::vector<ExplainedStep> Watcher::steps_of(OpenedImage& image, ImagePoint point, int region) const {
     Explainer explainer(image, m_Cells);
+    if (!explainer.HasPixel(point)) return explainer.Take();
     if (image.File().IsColour()) {
         explainer.Add("colour", "the image is in colour and drawn as it is");
         return explainer.Take();
@@ -419,8 +429,7 @@ Explanation explain_point(ImagePoint point, const Watcher::Seen& seen) {
         return explanation;
     }
     if (seen.drawn.x != point.x || seen.drawn.y != point.y) {
-        add("screen", "the screen shows a neighbour in its place: column " + std::to_string(seen.drawn.x) +
-                          ", row " + std::to_string(seen.drawn.y));
+        add("screen", "the screen shows a neighbour in its place: " + place_of(seen.drawn));
     }
     std::uint32_t colour = seen.stages.front().colour;
     add("drawn", hex(colour) + " at column " + std::to_string(seen.x) + ", row " + std::to_string(seen.y) +

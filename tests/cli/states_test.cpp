@@ -604,6 +604,13 @@ TEST_F(States, ExplainNamesThePointThatItCannotTake) {
     }
     EXPECT_EQ(Ask("explain --json --at 15,15 --at 0,0 " + image)["points"].size(), 2U);
     EXPECT_EQ(Ask("explain --json " + image)["points"].size(), 0U);
+    // A pixel that the file lacks has no value and no level.
+    DicomDataSet cut = support::Ramp("MR", {});
+    cut.elements[tag::kPixelData].bytes.resize(cut.elements[tag::kPixelData].bytes.size() / 2);
+    support::WriteImage(image, cut);
+    const auto missing = Ask("explain --json --partial --at 15,15 " + image)["points"][0]["steps"];
+    ASSERT_EQ(missing.size(), 3U);
+    EXPECT_NE(missing[0]["text"].get<std::string>().find("cut short"), std::string::npos);
 }
 
 /// Who inverted: the image, a state, or the user over either.
