@@ -213,25 +213,24 @@ private:
     std::vector<std::size_t> m_Touched;
 };
 
-/// The inside of a closed outline by the even-odd rule, pixel centres.
+/// The inside of a closed outline by the even-odd rule, pixel centres. Row by row, since crossings of all rows
+/// at once would take memory without bounds.
 void fill(const Canvas& canvas, const std::vector<Point>& outline, const Ink& ink) {
-    std::vector<std::vector<double>> rows(static_cast<std::size_t>(canvas.picture.height));
-    for (std::size_t i = 0; i < outline.size(); ++i) {
-        Point a = outline[i], b = outline[(i + 1) % outline.size()];
-        if (a.y > b.y) std::swap(a, b);
-        const auto row_of = [&](double y) {
-            return static_cast<int>(std::clamp(std::ceil(y - 0.5), 0.0, double(canvas.picture.height)));
-        };
-        for (int y = row_of(a.y); y < row_of(b.y); ++y)
-            rows[static_cast<std::size_t>(y)].push_back(a.x + (y + 0.5 - a.y) / (b.y - a.y) * (b.x - a.x));
-    }
+    std::vector<double> crossings;
+    const auto column = [&](double x) {
+        return static_cast<int>(std::clamp(std::ceil(x - 0.5), 0.0, double(canvas.picture.width)));
+    };
     for (int y = 0; y < canvas.picture.height; ++y) {
-        std::vector<double>& crossings = rows[static_cast<std::size_t>(y)];
+        const double middle = y + 0.5;
+        crossings.clear();
+        for (std::size_t i = 0; i < outline.size(); ++i) {
+            Point a = outline[i], b = outline[(i + 1) % outline.size()];
+            if (a.y > b.y) std::swap(a, b);
+            if (a.y <= middle && middle < b.y)
+                crossings.push_back(a.x + (middle - a.y) / (b.y - a.y) * (b.x - a.x));
+        }
         std::sort(crossings.begin(), crossings.end());
         for (std::size_t i = 0; i + 1 < crossings.size(); i += 2) {
-            const auto column = [&](double x) {
-                return static_cast<int>(std::clamp(std::ceil(x - 0.5), 0.0, double(canvas.picture.width)));
-            };
             for (int x = column(crossings[i]); x < column(crossings[i + 1]); ++x)
                 canvas.Blend(x, y, ink, 1.0);
         }

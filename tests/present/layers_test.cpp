@@ -187,6 +187,12 @@ TEST(Shutters, CoverWhatTheyDoNotLeaveVisible) {
          {{tag(0x1620), "11\\11\\11\\51\\51\\11"}},
          {{12, 12}, {40, 12}, {20, 35}},
          {{40, 40}, {5, 12}}},
+        // The pixels of all four edges are visible, and those of the lowest vertex.
+        {"POLYGONAL",
+         {{tag(0x1620), "11\\11\\11\\20\\20\\20\\20\\11"}},
+         {{10, 10}, {19, 10}, {10, 19}, {15, 19}, {19, 19}},
+         {{9, 15}, {20, 15}, {15, 9}, {15, 20}}},
+        {"POLYGONAL", {{tag(0x1620), "3\\6\\6\\9\\9\\6\\6\\3"}}, {{5, 2}, {5, 8}}, {{5, 9}, {4, 8}}},
         {"RECTANGULAR\\CIRCULAR",
          {{tag(0x1602), "1"},
           {tag(0x1604), "20"},
