@@ -147,7 +147,8 @@ public:
             const bool isChosen = i + 1 == windows.size();
             const WindowStep& window = windows[i];
             Add(isChosen ? "window" : "window-rejected",
-                window.what + ": centre " + text_of(window.center) + ", width " + text_of(window.width) +
+                window.what + ": centre " + text_of(window.window.center) + ", width " +
+                    text_of(window.window.width) +
                     (isChosen ? ", chosen" : ", gave way to " + windows[i + 1].what),
                 window.source == WindowSource::kVoiLutEntry || window.source == WindowSource::kRawAttributes
                     ? std::vector<std::uint32_t>{tag::kWindowCenter, tag::kWindowWidth,
@@ -165,18 +166,26 @@ public:
                                        text_of(entry.GetCenter()) + ", width " + text_of(entry.GetWidth()) +
                                        ", not selected: --voi " + std::to_string(i) + " does");
         }
-        if (!windows.empty() && windows.front().source != WindowSource::kAutomatic &&
-            windows.back().source != WindowSource::kAutomatic)
-            Add("window-rejected", "automatic windowing: not measured, since " + windows.front().what +
-                                       " is there; --auto does");
+        if (windows.empty() || windows.front().source == WindowSource::kAutomatic ||
+            windows.back().source == WindowSource::kAutomatic)
+            return;
+        Add("window-rejected", windows.front().source != WindowSource::kFallback
+                                   ? "automatic windowing: not measured, since " + windows.front().what +
+                                         " is there; --auto does"
+                               : m_Own.Has(tag::kModality)
+                                   ? std::string("automatic windowing: the pixels give no window")
+                                   : "automatic windowing: not measured without a Modality; --auto does");
     }
+
+    /// The window that is shown, before whole numbers cut it.
+    ModalityWindow AskedWindow() const { return m_Image.WindowSteps().back().window; }
 
     void StoredWindow() {
         const std::string ends = std::to_string(m_Source.low) + " to " + std::to_string(m_Source.high);
         switch (m_Source.kind) {
             case ZEV_TableSource::kRamp:
             case ZEV_TableSource::kPresentationLut: {
-                const double center = m_Image.ModalityCenter(), width = m_Image.ModalityWidth();
+                const auto [center, width] = AskedWindow();
                 const auto exact = [&](double end) {
                     return (end - m_Image.GetRescale().intercept) / m_Image.GetRescale().slope;
                 };
@@ -265,14 +274,14 @@ public:
         return level;
     }
 
-    /// PS3.3 C.11.2.1 with the window in modality units, in double precision. Gamma is not of the standard.
+    /// PS3.3 C.11.2.1 with the window as it was asked for, in double precision. Gamma is not of the standard.
     void Standard(ImagePoint point, int level) {
         const bool isUsual =
             (m_Source.kind == ZEV_TableSource::kRamp || m_Source.kind == ZEV_TableSource::kSigmoid) &&
             !m_Image.Params().GammaExistAndNotNaturalValue();
         if (!isUsual) return;
         const double x = m_Image.GetRescale().Value(pixel_at(point));
-        const double center = m_Image.ModalityCenter(), width = m_Image.ModalityWidth();
+        const auto [center, width] = AskedWindow();
         const bool isSigmoid = m_Source.kind == ZEV_TableSource::kSigmoid;
         double y = 0.0;
         const char* name = "LINEAR";

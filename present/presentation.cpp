@@ -210,8 +210,9 @@ OpenedImage::OpenedImage(std::shared_ptr<ImageSource> source, const Presentation
                   !m_bUseRescale,       m_WindowSource,      m_Params.GetColorMap(),
                   ModalityInverse()};
     if (m_Source->saved) {
+        const WindowSource before = m_WindowSource;
         lay_display_parameters(*m_Source->saved);
-        note_window("display parameters");
+        if (m_WindowSource != before) note_window("display parameters");
     }
     apply(options);
     use_center_and_width();
@@ -391,6 +392,7 @@ ModalityWindow OpenedImage::on_stored_grid(const ModalityWindow& window) const {
 /// The window that counts is the one on the grid: written to a file and opened again, it is told in the same
 /// units.
 void OpenedImage::choose_units(ModalityWindow& window) {
+    m_Asked = window;
     if (loses_fractions(window)) {
         window = on_stored_grid(window);
         if (loses_fractions(window)) {
@@ -412,7 +414,9 @@ void OpenedImage::keep_saved_window() {
 
 void OpenedImage::note_window(const std::string& what) {
     if (File().IsColour()) return;
-    m_WindowSteps.push_back({m_WindowSource, what, ModalityCenter(), ModalityWidth()});
+    m_WindowSteps.push_back(
+        {m_WindowSource, what, m_Asked.value_or(ModalityWindow{ModalityCenter(), ModalityWidth()})});
+    m_Asked.reset();
 }
 
 /// With a presentation state the message has the window of the state already; what it took the place of is
@@ -421,10 +425,12 @@ void OpenedImage::note_opening() {
     if (State() != nullptr) {
         const DicomDataSet own = File().OwnDataSet();
         if (own.Has(tag::kWindowCenter)) {
-            m_WindowSteps.push_back({WindowSource::kRawAttributes, "the image's own window",
-                                     own.Number(tag::kWindowCenter, 0.0),
-                                     own.Number(tag::kWindowWidth, 0.0)});
+            m_WindowSteps.push_back(
+                {WindowSource::kRawAttributes,
+                 "the image's own window",
+                 {own.Number(tag::kWindowCenter, 0.0), own.Number(tag::kWindowWidth, 0.0)}});
         }
+        m_Asked.reset();
         return;
     }
     switch (m_WindowSource) {
@@ -437,6 +443,8 @@ void OpenedImage::note_opening() {
         case WindowSource::kFallback:
             return note_window("the fixed window");
         default:
+            m_Asked = ModalityWindow{File().DataSet().Number(tag::kWindowCenter, 0.0),
+                                     File().DataSet().Number(tag::kWindowWidth, 0.0)};
             return note_window("the image's window attributes");
     }
 }
@@ -504,6 +512,7 @@ void OpenedImage::set_ends(double low, double high) {
     double from = (low - m_Rescale.intercept) / m_Rescale.slope,
            to = (high - m_Rescale.intercept) / m_Rescale.slope;
     const double first = Raster().m_bSigned ? -std::ldexp(1.0, Raster().m_BitsPerPixel - 1) : 0.0;
+    m_Asked = ModalityWindow{low / 2.0 + high / 2.0, high - low};
     const bool isExact = !File().IsReduced() && m_Rescale.slope > 0.0 && from >= first && is_whole(low) &&
                          is_whole(high) && is_whole(from) && is_whole(to) && is_whole(m_Rescale.intercept) &&
                          m_Rescale.slope == static_cast<double>(static_cast<float>(m_Rescale.slope));
@@ -626,6 +635,7 @@ void OpenedImage::use_stored_values_for_fractions() {
     } else {
         return;
     }
+    if (m_WindowSource != WindowSource::kFallback) m_Asked = window;
     if (!loses_fractions(window)) return;
     // A window that whole numbers made 0 and 0 gave way to the fixed one.
     if (m_WindowSource == WindowSource::kFallback && (entry != nullptr || storedWidth != 0)) {
@@ -712,6 +722,7 @@ void OpenedImage::apply_colour_map(const std::string& uidOrName) {
 void OpenedImage::apply_preset(const std::string& name) {
     const ZEV_PresetValue& preset = FindPreset(name, refhost::ToUtf8(m_Modality.GetModalityName()));
     const std::string what = "preset '" + name + "' ";
+    m_Asked.reset();
     const SPC_MEASUREMENT_UNITS units = ZEV_WindowingUnits::ConvertFromZevWindowingUnits(preset.GetUnits());
     if (const wchar_t* missing = m_Units.GetMissingDataText(units)) {
         throw PresentError(File().Path(),
@@ -729,10 +740,12 @@ void OpenedImage::apply_preset(const std::string& name) {
     ModalityWindow exact;
     if (ZEV_Dicom::TranslatePresetValues(&m_Params, &m_View, preset.GetMin(), preset.GetMax(),
                                          preset.GetCenter(), preset.GetWidth(), preset.GetUnits(),
-                                         &exact.center, &exact.width) &&
-        loses_fractions(exact)) {
-        choose_units(exact);
-        set_window(exact);
+                                         &exact.center, &exact.width)) {
+        m_Asked = exact;
+        if (loses_fractions(exact)) {
+            choose_units(exact);
+            set_window(exact);
+        }
     }
     m_WindowSource = WindowSource::kPreset;
     m_Preset = NameOf(preset);

@@ -89,14 +89,13 @@ enum class WindowSource {
 /// "presentation-state", "saved", "option".
 const char* NameOf(WindowSource source);
 
-/// A window that was in use for a while, in modality units, in the order in which they were: the last one is
-/// shown.
+/// A window that was in use for a while, in the order in which they were: the last one is shown.
 struct WindowStep {
     WindowSource source = WindowSource::kFallback;
     /// "windowing entry 0 of 2, 'BONE'", "--preset Lung".
     std::string what;
-    double center = 0.0;
-    double width = 0.0;
+    /// As it was asked for, before whole numbers cut it; middle and distance where the ends count.
+    ModalityWindow window;
 };
 
 /// How an image opened, before the user's choice.
@@ -245,6 +244,8 @@ private:
     std::vector<WindowStep> m_WindowSteps;
     std::vector<Note> m_Notes;
     OpenedState m_AsOpened;
+    /// The window that is being applied, before whole numbers cut it, until note_window takes it.
+    std::optional<ModalityWindow> m_Asked;
     std::optional<ModalityWindow> m_SavedWindow;
     std::vector<std::string> m_SavedRegions;
     Rescale m_Rescale;

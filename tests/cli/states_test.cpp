@@ -643,6 +643,36 @@ TEST_F(States, ExplainSaysWhoInverted) {
     }
 }
 
+/// What whole numbers cut off a window is a cost, not a window of its own.
+TEST_F(States, ExplainHasTheWindowThatWasAskedFor) {
+    const std::string image = m_Directory / "image.dcm";
+    const struct {
+        const char *center, *width, *options, *text;
+        double cost;
+    } cases[] = {
+        {"7.5", "10.7", "", "centre 7.5, width 10.7", 0.85},
+        {"7.5", "10.7", "--center 8.25 --width 4", "centre 8.25, width 4", 0.25},
+        {"8", "10", "", "centre 8, width 10", 0.0},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(std::string(row.center) + row.options);
+        support::WriteImage(
+            image, support::Ramp("MR", {{tag::kWindowCenter, row.center}, {tag::kWindowWidth, row.width}}));
+        const auto steps = Ask("explain --json --at 9,0 " + image + " " + row.options)["points"][0]["steps"];
+        for (const auto& step : steps) {
+            if (step["step"] == "window") {
+                EXPECT_NE(step["text"].get<std::string>().find(row.text), std::string::npos) << step;
+            }
+            if (step["step"] == "stored-window") {
+                EXPECT_NEAR(step["value"].get<double>(), row.cost, 1e-9);
+            }
+            if (step["step"] == "standard" && *row.options == '\0' && row.cost > 0.0) {
+                EXPECT_NEAR(step["value"].get<double>(), ((9.0 - 7.0) / 9.7 + 0.5) * 255.0, 1e-9);
+            }
+        }
+    }
+}
+
 // ---- Other systems' tools
 
 bool is_installed(const char* tool) {
