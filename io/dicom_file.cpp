@@ -1,6 +1,7 @@
 #include "dicom_file.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 
 #include "dicom_tags.h"
@@ -104,9 +105,12 @@ void DicomFile::take_mono(const StoredFrame& frame) {
 /// PS3.3 C.7.6.19. What is not a stored value has no colour in it.
 void DicomFile::take_supplement() {
     const std::string presentation = m_DataSet.Text(tag::kPixelPresentation);
-    if ((presentation != "COLOR" && presentation != "MIXED") || !m_bAsStored ||
-        !m_DataSet.Has(tag::kPaletteDescriptor))
+    if ((presentation != "COLOR" && presentation != "MIXED") || !m_DataSet.Has(tag::kPaletteDescriptor))
         return;
+    if (!m_bAsStored) {
+        m_Notes.push_back({"palette", "its supplemental palette is of stored values, and is left out"});
+        return;
+    }
     StoredTable tables[3];
     if (!ReadPalette(m_DataSet, m_Mono.isSigned, tables)) {
         m_Notes.push_back({"palette", "its supplemental palette is damaged"});
@@ -183,7 +187,8 @@ void DicomFile::reduce_real(const StoredFrame& frame) {
     m_Notes.push_back({"pixels", "floating-point pixels reduced to 16 bits: (value - " +
                                      NumberText(reduction.offset) + ") / " + NumberText(reduction.step) +
                                      ", taken back by the rescale slope and intercept"});
-    if (reduction.absent > 0) {
+    m_bAbsent = reduction.absent > 0;
+    if (m_bAbsent) {
         m_Notes.push_back(
             {"absent", CountOf(reduction.absent, "pixel") + " without a value, shown below the lowest one"});
     }
@@ -199,6 +204,8 @@ void DicomFile::describe_reduction(double offset, double step) {
     const auto put = [this](std::uint32_t tag, double value) {
         replace(tag, DicomElement{"DS", NumberText(value), {}});
     };
+    if (!std::isfinite(slope * step * 65535.0) || !std::isfinite(intercept + slope * offset))
+        throw PresentError(m_Path, "its rescale slope or intercept is beyond all reason");
     put(tag::kRescaleSlope, slope * step);
     put(tag::kRescaleIntercept, intercept + slope * offset);
     // The padding value has no place among the reduced ones, and real-world mappings describe the values
