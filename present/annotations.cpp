@@ -418,7 +418,10 @@ Layers AnnotationLayers(const PresentationState& state, const std::string& insta
             drawn.emplace_back();
         }
         const auto layer = [&]() -> AnnotationLayer& {
-            if (drawn[at] == nullptr) drawn[at] = std::make_unique<AnnotationLayer>(known[at]);
+            if (drawn[at] == nullptr) {
+                drawn[at] = std::make_unique<AnnotationLayer>(known[at]);
+                drawn[at]->order = at;
+            }
             return *drawn[at];
         };
         if (const DicomElement* const texts = item.Find(kTexts)) {

@@ -46,6 +46,7 @@ Layers activated_overlays(const OpenedImage& image, const PresentationState& sta
         const auto layer = std::find_if(known.begin(), known.end(),
                                         [&](const GraphicLayer& one) { return one.name == name; });
         Layers one = OverlayLayers({plane}, layer == known.end() ? Ink() : layer->ink);
+        one.front()->order = static_cast<std::size_t>(layer - known.begin());
         layers.push_back(std::move(one.front()));
     };
     for (const OverlayPlane& plane : own) add(plane);
@@ -60,7 +61,8 @@ Layers activated_overlays(const OpenedImage& image, const PresentationState& sta
     return layers;
 }
 
-/// What lies on the image, from the bottom: shutters, overlays, annotations.
+/// What lies on the image, from the bottom: shutters, then overlays and annotations, those of a presentation
+/// state in the order of its graphic layers.
 Layers layers_of(const OpenedImage& image, const DrawingOptions& options, std::vector<Note>* notes) {
     Layers layers;
     const auto add = [&layers](Layers more) {
@@ -73,9 +75,12 @@ Layers layers_of(const OpenedImage& image, const DrawingOptions& options, std::v
         return layers;
     }
     add(ShutterLayers(*state, image.File().Rows(), image.File().Columns()));
+    const auto shutters = static_cast<std::ptrdiff_t>(layers.size());
     if (options.overlays) add(activated_overlays(image, *state, notes));
     add(AnnotationLayers(*state, image.File().DataSet().Text(tag::kSopInstance), image.File().Frame(),
                          notes));
+    std::stable_sort(layers.begin() + shutters, layers.end(),
+                     [](const auto& a, const auto& b) { return a->order < b->order; });
     return layers;
 }
 
