@@ -74,13 +74,18 @@ public:
 
     /// Whether the file has the pixel; says so where it lacks it.
     bool HasPixel(ImagePoint point) {
-        if (index(point) < m_Cells.present) return true;
+        if (Index(point) < m_Cells.present) return true;
         Add("stored", place_of(point) + ": the file is cut short before this pixel, which is drawn black");
         return false;
     }
 
+    std::size_t Index(ImagePoint point) const {
+        return static_cast<std::size_t>(point.y) * static_cast<std::size_t>(m_Image.File().Columns()) +
+               static_cast<std::size_t>(point.x);
+    }
+
     void Stored(ImagePoint point) {
-        const std::size_t at = index(point);
+        const std::size_t at = Index(point);
         const std::int32_t pixel = m_Image.File().Mono().Get(at);
         if (m_Cells.isReal) {
             const double value = m_Cells.Real(at);
@@ -107,17 +112,28 @@ public:
         real_world(static_cast<double>(value));
     }
 
-    void Padding(ImagePoint point) {
+    /// False where the pixel is drawn as padding or has no value: no window counts for it.
+    bool Padding(ImagePoint point) {
         ZEV_Params& params = m_Image.Params();
         const int value = params.GetPixelPaddingValue(), limit = params.GetPixelPaddingValueLimit();
-        if (value == ZEV_Params::kNoPadding) return Add("padding", "the image defines no padding");
         const int pixel = pixel_at(point);
-        const bool isInside = pixel >= std::min(value, limit) && pixel <= std::max(value, limit);
+        const bool hasValue = m_Image.File().HasValue(Index(point)),
+                   isDefined = value != ZEV_Params::kNoPadding;
+        const bool isInside = isDefined && pixel >= std::min(value, limit) && pixel <= std::max(value, limit);
+        const bool isReal = m_Own.Has(tag::kFloatPixelPadding) || m_Own.Has(tag::kDoubleFloatPixelPadding);
         Add("padding",
-            !isInside                ? "is not padding"
-            : params.GetUsePadding() ? "is padding, and drawn black"
-                                     : "is padding, which this modality draws like any other value",
-            {tag::kPixelPaddingValue, tag::kPixelPaddingRangeLimit});
+            !hasValue ? "is padding or not a number, and shown below the lowest value"
+            : isInside && params.GetUsePadding() ? "is padding, and drawn black"
+            : isInside            ? "is padding, which this modality draws like any other value"
+            : isDefined || isReal ? "is not padding"
+            : m_Own.Has(tag::kPixelPaddingValue)
+                ? "the padding value does not count after a Modality LUT or a "
+                  "reduction to 16 bits"
+                : "the image defines no padding",
+            {tag::kPixelPaddingValue, tag::kPixelPaddingRangeLimit, tag::kFloatPixelPadding,
+             tag::kFloatPixelPaddingLimit, tag::kDoubleFloatPixelPadding,
+             tag::kDoubleFloatPixelPaddingLimit});
+        return hasValue && !(isInside && params.GetUsePadding());
     }
 
     void Modality(ImagePoint point) {
@@ -218,7 +234,7 @@ public:
         if (m_Source.kind == ZEV_TableSource::kPresentationLut) {
             Add("presentation-lut", "shapes the ramp; gamma does not count", {tag::kPresentationLutSequence});
         } else if (m_Source.kind != ZEV_TableSource::kRamp) {
-            Add("gamma", "a curve of the image knows no gamma");
+            Add("gamma", "does not apply to a curve of the image");
         } else {
             Add("gamma",
                 params.GammaExistAndNotNaturalValue() ? text_of(double{params.GetGamma()})
@@ -257,10 +273,12 @@ public:
     }
 
     /// The level of a grey table without a colour map, by the painter that draws.
-    int Level(ImagePoint point) {
+    int Level(ImagePoint point, bool isByWindow) {
         const int pixel = pixel_at(point);
         const int level = PaintedLevel(m_Image, pixel);
-        if (m_Source.kind == ZEV_TableSource::kRamp || m_Source.kind == ZEV_TableSource::kPresentationLut) {
+        const bool isRamp =
+            m_Source.kind == ZEV_TableSource::kRamp || m_Source.kind == ZEV_TableSource::kPresentationLut;
+        if (isByWindow && isRamp) {
             const double span = double(m_Source.high) - m_Source.low;
             const double position = double(pixel) - m_Source.low;
             Add("ramp",
@@ -317,11 +335,7 @@ private:
                 {tag::kRealWorldValueMapping}, value);
         }
     }
-    std::size_t index(ImagePoint point) const {
-        return static_cast<std::size_t>(point.y) * static_cast<std::size_t>(m_Image.File().Columns()) +
-               static_cast<std::size_t>(point.x);
-    }
-    int pixel_at(ImagePoint point) const { return m_Image.File().Mono().Get(index(point)); }
+    int pixel_at(ImagePoint point) const { return m_Image.File().Mono().Get(Index(point)); }
 
     std::string attribute(std::uint32_t tag) const {
         char number[16];
@@ -332,7 +346,9 @@ private:
         const DicomElement& element = *m_Own.Find(tag);
         if (element.IsSequence()) return text + " with " + std::to_string(element.items.size()) + " items";
         std::string value;
-        if (element.vr == "US" || element.vr == "SS") {
+        const bool isBinary =
+            element.vr == "US" || element.vr == "SS" || element.vr == "FL" || element.vr == "FD";
+        if (isBinary) {
             for (const double part : m_Own.Numbers(tag, 8))
                 value += (value.empty() ? "" : "\\") + text_of(part);
         } else {
@@ -415,16 +431,16 @@ std::vector<ExplainedStep> Watcher::steps_of(OpenedImage& image, ImagePoint poin
         return explainer.Take();
     }
     explainer.Stored(point);
-    explainer.Padding(point);
-    explainer.Modality(point);
+    const bool isByWindow = explainer.Padding(point);
+    if (image.File().HasValue(explainer.Index(point))) explainer.Modality(point);
     if (region != 0) explainer.Add("region", "lies in region " + std::to_string(region));
     explainer.Windows();
     explainer.StoredWindow();
     explainer.Curve();
-    const int level = explainer.Level(point);
+    const int level = explainer.Level(point, isByWindow);
     explainer.ColourMap();
     explainer.Supplement(point);
-    explainer.Standard(point, level);
+    if (isByWindow) explainer.Standard(point, level);
     return explainer.Take();
 }
 

@@ -643,6 +643,42 @@ TEST_F(States, ExplainSaysWhoInverted) {
     }
 }
 
+/// Overlays lie among the annotations, each in its graphic layer.
+TEST_F(States, GraphicLayersComeInTheirOrder) {
+    const std::string image = m_Directory / "image.dcm", path = m_Directory / "state.dcm";
+    DicomDataSet pixels = support::Ramp("MR", {}), set = state();
+    PutStudy(pixels);
+    support::WriteImage(image, pixels);
+    set.elements[DicomTag(0x0070, 0x0060)] = sequence({});
+    for (const int order : {1, 2, 3}) {
+        DicomDataSet layer;
+        layer.PutText(DicomTag(0x0070, 0x0002), "CS", "L" + std::to_string(order));
+        layer.PutText(DicomTag(0x0070, 0x0062), "IS", std::to_string(order));
+        layer.PutWord(DicomTag(0x0070, 0x0066), "US", 0x4000 * order);
+        set.elements[DicomTag(0x0070, 0x0060)].items.push_back(layer);
+    }
+    for (const unsigned group : {0x6000U, 0x6002U}) {
+        set.PutWord(DicomTag(group, 0x0010), "US", 4);
+        set.PutWord(DicomTag(group, 0x0011), "US", 4);
+        set.elements[DicomTag(group, 0x3000)] = {"OW", "\xFF\xFF", {}};
+        set.PutText(DicomTag(group, 0x1001), "CS", group == 0x6000 ? "L3" : "L1");
+    }
+    DicomDataSet annotation, line;
+    line.PutText(DicomTag(0x0070, 0x0005), "CS", "PIXEL");
+    line.PutText(DicomTag(0x0070, 0x0023), "CS", "POLYLINE");
+    line.elements[DicomTag(0x0070, 0x0022)] = binary<float>("FL", {0.0F, 1.5F, 8.0F, 1.5F});
+    annotation.PutText(DicomTag(0x0070, 0x0002), "CS", "L2");
+    annotation.elements[DicomTag(0x0070, 0x0009)] = sequence({line});
+    set.elements[DicomTag(0x0070, 0x0001)] = sequence({annotation});
+    support::WriteImage(path, set);
+    std::vector<std::string> names;
+    const auto steps = Ask("explain --json --gsps " + path + " " + image)["image"];
+    for (const auto& step : steps) {
+        if (step["step"] == "layer") names.push_back(step["text"]);
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"overlay 6002", "annotations 'L2'", "overlay 6000"}));
+}
+
 /// What whole numbers cut off a window is a cost, not a window of its own.
 TEST_F(States, ExplainHasTheWindowThatWasAskedFor) {
     const std::string image = m_Directory / "image.dcm";
