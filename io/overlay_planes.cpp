@@ -93,11 +93,11 @@ std::vector<OverlayPlane> ReadOverlayPlanes(const DicomDataSet& set, int frame, 
             if (isCutShort) complain("is cut short");
         } else {
             const int position = word(kBitPosition);
-            if (cells == nullptr) {
+            if (cells == nullptr && word(kBitsAllocated) >= 2) {
                 complain("lies in the pixels, which are compressed");
                 continue;
             }
-            if (cells->samples != 1 || cells->isReal || word(kBitsAllocated) < 2 ||
+            if (cells == nullptr || cells->samples != 1 || cells->isReal || word(kBitsAllocated) < 2 ||
                 position >= 8 * cells->sampleBytes) {
                 complain("has no data");
                 continue;

@@ -63,7 +63,8 @@ Layers activated_overlays(const OpenedImage& image, const PresentationState& sta
 
 /// What lies on the image, from the bottom: shutters, then overlays and annotations, those of a presentation
 /// state in the order of its graphic layers.
-Layers layers_of(const OpenedImage& image, const DrawingOptions& options, std::vector<Note>* notes) {
+Layers layers_of(const OpenedImage& image, const DrawingOptions& options, double pixelRatio,
+                 std::vector<Note>* notes) {
     Layers layers;
     const auto add = [&layers](Layers more) {
         std::move(more.begin(), more.end(), std::back_inserter(layers));
@@ -74,7 +75,7 @@ Layers layers_of(const OpenedImage& image, const DrawingOptions& options, std::v
         if (options.overlays) add(OverlayLayers(image.File().Overlays(), ink));
         return layers;
     }
-    add(ShutterLayers(*state, image.File().Rows(), image.File().Columns()));
+    add(ShutterLayers(*state, image.File().Rows(), image.File().Columns(), pixelRatio));
     const auto shutters = static_cast<std::ptrdiff_t>(layers.size());
     if (options.overlays) add(activated_overlays(image, *state, notes));
     add(AnnotationLayers(*state, image.File().DataSet().Text(tag::kSopInstance), image.File().Frame(),
@@ -103,7 +104,7 @@ Picture DrawImage(OpenedImage& image, const DrawingOptions& options, std::vector
     Picture picture = regions ? regions->Draw(options.bits) : Render(image, options.bits);
     if (observer != nullptr) observer->ImageDrawn(picture, placement, regions ? &*regions : nullptr);
 
-    const Layers layers = layers_of(image, options, notes);
+    const Layers layers = layers_of(image, options, placement.pixelRatio, notes);
     const bool isColoured =
         std::any_of(layers.begin(), layers.end(), [](const auto& layer) { return layer->IsColoured(); });
     if (isColoured && picture.form == Picture::kGrey8) picture = in_colour(picture);

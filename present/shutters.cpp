@@ -22,7 +22,7 @@ constexpr std::size_t kMostVertices = 65536;
 /// What a shutter leaves visible. Columns and rows count from 1 in the file, from 0 here.
 class ShutterLayer : public Layer {
 public:
-    ShutterLayer(const PresentationState& state, int rows, int columns)
+    ShutterLayer(const PresentationState& state, int rows, int columns, double pixelRatio)
         : m_Rows(rows),
           m_Columns(columns),
           m_Visible(static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns), 1) {
@@ -53,8 +53,10 @@ public:
                 if (centre.size() != 2 || !std::isfinite(centre[0]) || !std::isfinite(centre[1]) ||
                     radius < 0)
                     throw damaged("circular");
-                keep(
-                    [&](int x, int y) { return std::hypot(x + 1 - centre[1], y + 1 - centre[0]) <= radius; });
+                // The radius counts pixels along a row.
+                keep([&](int x, int y) {
+                    return std::hypot(x + 1 - centre[1], (y + 1 - centre[0]) * pixelRatio) <= radius;
+                });
             } else if (shape == "POLYGONAL") {
                 keep_polygon(set.Numbers(kVertices, 2 * kMostVertices + 2), damaged);
             } else if (shape == "BITMAP") {
@@ -160,9 +162,9 @@ private:
 
 }  // namespace
 
-Layers ShutterLayers(const PresentationState& state, int rows, int columns) {
+Layers ShutterLayers(const PresentationState& state, int rows, int columns, double pixelRatio) {
     Layers layers;
     if (!state.set.Text(kShape).empty())
-        layers.push_back(std::make_unique<ShutterLayer>(state, rows, columns));
+        layers.push_back(std::make_unique<ShutterLayer>(state, rows, columns, pixelRatio));
     return layers;
 }
