@@ -131,8 +131,8 @@ void DicomFile::take_supplement() {
 
 /// The table sees the stored values, however deep they are.
 void DicomFile::look_up(const StoredFrame& frame) {
-    const StoredTable lut = ReadStoredTable(*m_DataSet.FirstItem(tag::kModalityLutSequence),
-                                            tag::kLutDescriptor, tag::kLutData, frame.isSigned);
+    const DicomDataSet item = *m_DataSet.FirstItem(tag::kModalityLutSequence);
+    const StoredTable lut = ReadStoredTable(item, tag::kLutDescriptor, tag::kLutData, frame.isSigned);
     if (lut.entries.empty()) throw PresentError(m_Path, "its Modality LUT is missing or damaged");
     m_Mono.bits = lut.bits;
     m_Mono.Resize(frame.Pixels());
@@ -149,6 +149,8 @@ void DicomFile::look_up(const StoredFrame& frame) {
          {tag::kModalityLutSequence, tag::kRescaleIntercept, tag::kRescaleSlope, tag::kPixelPaddingValue,
           tag::kPixelPaddingRangeLimit, tag::kRealWorldValueMapping})
         replace(tag, std::nullopt);
+    const DicomElement* const type = item.Find(tag::kModalityLutType);
+    replace(tag::kRescaleType, type == nullptr ? std::nullopt : std::optional<DicomElement>(*type));
 }
 
 /// Up to 16 bits the values stay.

@@ -145,7 +145,9 @@ public:
             text += " = " + std::to_string(pixel_at(point)) + " x " + text_of(rescale.slope) +
                     (rescale.intercept < 0.0 ? " - " : " + ") + text_of(std::fabs(rescale.intercept));
         }
-        Add("modality", text, {tag::kRescaleSlope, tag::kRescaleIntercept, tag::kRescaleType}, value);
+        Add("modality", text,
+            {tag::kRescaleSlope, tag::kRescaleIntercept, tag::kRescaleType, tag::kModalityLutSequence},
+            value);
         SPC_MeasurementUnitsParams& measurement = m_Image.Units();
         if (m_Image.Modality().GetModality() == SPC_Modality::MODALITY_PT &&
             !measurement.IsDataMissingForMeasurement(SPC_UNITS_SUV_BW)) {

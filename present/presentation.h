@@ -183,8 +183,8 @@ public:
     /// Smallest and largest pixel value of the frame in modality units, padding left out. Nothing for an
     /// image in colour or of nothing but padding.
     std::optional<std::pair<double, double>> ModalityRange();
-    /// The units of the values after rescale: the file's Rescale Type or PT Units, else HU for CT; empty
-    /// where unknown.
+    /// The units of the values after rescale: the file's Rescale Type, Modality LUT Type or PT Units, else HU
+    /// for CT; empty where unknown.
     std::string UnitsText() const;
 
     const OpenedState& AsOpened() const { return m_AsOpened; }
