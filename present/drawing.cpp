@@ -112,7 +112,7 @@ Picture DrawImage(OpenedImage& image, const DrawingOptions& options, std::vector
     const Canvas canvas{picture, toImage.Inverse(), toImage, placement.area};
     for (const auto& layer : layers) {
         layer->Draw(canvas);
-        if (observer != nullptr) observer->LayerDrawn(picture, *layer);
+        if (observer != nullptr) observer->LayerDrawn(canvas, *layer);
     }
     return picture;
 }

@@ -380,6 +380,7 @@ public:
         /// The image pixel that is drawn there: a neighbour where several share a pixel of the screen.
         ImagePoint drawn;
         std::vector<ExplainedStep> steps;
+        /// The image, and the layers that cover it there.
         std::vector<Stage> stages;
     };
 
@@ -405,11 +406,22 @@ public:
             seen.steps = steps_of(region == 0 ? m_Image : regions->ImageOf(region), m_Points[i], region);
         }
     }
-    void LayerDrawn(const Picture& picture, const Layer& layer) override {
-        for (Seen& seen : m_Seen) {
-            if (seen.isOnScreen) seen.stages.push_back({layer.Name(), colour_at(picture, seen.x, seen.y)});
-        }
+    void LayerDrawn(const Canvas& canvas, const Layer& layer) override {
         m_Layers.push_back(layer.Name());
+        if (m_Seen.empty()) return;
+        // It is drawn once more, over the inverse of what it left: what changes there is covered by it, also
+        // where its colour is that of the pixel below.
+        Picture inverse = canvas.picture;
+        for (std::uint8_t& byte : inverse.bytes) byte = static_cast<std::uint8_t>(~byte);
+        const Picture before = inverse;
+        layer.Draw({inverse, canvas.toScreen, canvas.toImage, canvas.area});
+        for (Seen& seen : m_Seen) {
+            if (!seen.isOnScreen) continue;
+            const auto colour_in = [&](const Picture& picture) { return colour_at(picture, seen.x, seen.y); };
+            const std::uint32_t colour = colour_in(canvas.picture);
+            if (colour != seen.stages.back().colour || colour_in(inverse) != colour_in(before))
+                seen.stages.push_back({layer.Name(), colour});
+        }
     }
 
     const Seen& At(std::size_t point) const { return m_Seen[point]; }
@@ -461,9 +473,9 @@ Explanation explain_point(ImagePoint point, const Watcher::Seen& seen) {
     std::uint32_t colour = seen.stages.front().colour;
     add("drawn", hex(colour) + " at column " + std::to_string(seen.x) + ", row " + std::to_string(seen.y) +
                      " of the picture");
-    for (const Watcher::Stage& stage : seen.stages) {
-        if (stage.colour != colour) add("layer", stage.layer + ": " + hex(stage.colour));
-        colour = stage.colour;
+    for (std::size_t i = 1; i < seen.stages.size(); ++i) {
+        colour = seen.stages[i].colour;
+        add("layer", seen.stages[i].layer + ": " + hex(colour));
     }
     add("display", hex(colour));
     explanation.display = colour;

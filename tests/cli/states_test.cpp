@@ -654,7 +654,7 @@ TEST_F(States, GraphicLayersComeInTheirOrder) {
         DicomDataSet layer;
         layer.PutText(DicomTag(0x0070, 0x0002), "CS", "L" + std::to_string(order));
         layer.PutText(DicomTag(0x0070, 0x0062), "IS", std::to_string(order));
-        layer.PutWord(DicomTag(0x0070, 0x0066), "US", 0x4000 * order);
+        layer.PutWord(DicomTag(0x0070, 0x0066), "US", 0x4000);
         set.elements[DicomTag(0x0070, 0x0060)].items.push_back(layer);
     }
     for (const unsigned group : {0x6000U, 0x6002U}) {
@@ -672,11 +672,16 @@ TEST_F(States, GraphicLayersComeInTheirOrder) {
     set.elements[DicomTag(0x0070, 0x0001)] = sequence({annotation});
     support::WriteImage(path, set);
     std::vector<std::string> names;
-    const auto steps = Ask("explain --json --gsps " + path + " " + image)["image"];
-    for (const auto& step : steps) {
-        if (step["step"] == "layer") names.push_back(step["text"]);
+    const auto answer = Ask("explain --json --at 1,1 --at 7,3 --gsps " + path + " " + image);
+    for (const auto& steps : {answer["image"], answer["points"][0]["steps"], answer["points"][1]["steps"]}) {
+        for (const auto& step : steps) {
+            if (step["step"] == "layer") names.push_back(step["text"]);
+        }
     }
-    EXPECT_EQ(names, (std::vector<std::string>{"overlay 6002", "annotations 'L2'", "overlay 6000"}));
+    // Layers of one colour: each is named where it covers a pixel.
+    EXPECT_EQ(names, (std::vector<std::string>{"overlay 6002", "annotations 'L2'", "overlay 6000",
+                                               "overlay 6002: #404040", "annotations 'L2': #404040",
+                                               "overlay 6000: #404040"}));
 }
 
 /// What whole numbers cut off a window is a cost, not a window of its own.
