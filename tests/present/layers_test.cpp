@@ -250,6 +250,10 @@ TEST(Overlays, ThinLinesStayVisible) {
     small.Draw(OverlayLayers({plane}, Ink()));
     EXPECT_EQ(small.Lit(), kSide / 8);
     EXPECT_GE(small.At(4, 3), 60);
+    // Also where 40 pixels share one.
+    Sheet tiny({0.025, 0, 0, 0, 0.025, 0});
+    tiny.Draw(OverlayLayers({plane}, Ink()));
+    EXPECT_GE(tiny.At(0, 0), 60);
     plane.left = -40000, plane.top = 32000;
     Sheet outside({1000.0, 0, 0, 0, 1000.0, 0});
     outside.Draw(OverlayLayers({plane}, Ink()));
