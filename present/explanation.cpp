@@ -212,7 +212,7 @@ public:
                 const double cost = std::max(std::fabs(low - m_Source.low), std::fabs(high - m_Source.high));
                 return Add("stored-window",
                            "in stored values " + ends +
-                               (cost == 0.0 ? ", exactly"
+                               (cost < 1e-6 ? ", exactly"
                                             : ", exactly " + text_of(low) + " to " + text_of(high) +
                                                   ": rounding moves an end by " + text_of(cost)),
                            {}, cost);

@@ -439,7 +439,10 @@ void OpenedImage::note_opening() {
         case WindowSource::kColourMapSuv:
             return note_window("the scale of the modality's colour map");
         case WindowSource::kAutomatic:
-            return note_window("measured: the image has none");
+            return note_window(File().DataSet().Has(tag::kWindowWidth)
+                                   ? "measured: the image's own, of width " +
+                                         File().DataSet().Text(tag::kWindowWidth) + ", is not a window"
+                                   : "measured: the image has none");
         case WindowSource::kFallback:
             return note_window("the fixed window");
         default:
@@ -491,8 +494,13 @@ void OpenedImage::apply_state() {
                                   : set.Text(tag::kPresentationLutShape) == "INVERSE");
 
     const Rescale rescale = m_Rescale;
+    std::string what = "presentation state " + state.Label();
     if (const auto window = ExactWindowOf(state, instance, File().Frame())) {
         set_ends(window->low, window->high);
+        const DicomDataSet& own = *state.VoiLut(instance, File().Frame());
+        const std::string function = own.Text(tag::kVoiLutFunction);
+        what += ", the ends of " + (function.empty() ? "LINEAR" : function) + " with centre " +
+                own.Text(tag::kWindowCenter) + " and width " + own.Text(tag::kWindowWidth);
     } else if (m_Params.GetVoiLutEntryCount() > 0) {
         m_Params.SetVoiLutSelection(0, false);
     } else {
@@ -501,7 +509,7 @@ void OpenedImage::apply_state() {
         const auto [low, high] = rescale.Range({lowest, lowest + std::ldexp(1.0, bits) - 1.0});
         set_ends(low, high);
     }
-    note_window("presentation state " + state.Label());
+    note_window(what);
 }
 
 /// The ramp from `low` to `high` in modality units. Where these, or the stored values that they stand for,
