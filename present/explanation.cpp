@@ -112,6 +112,15 @@ public:
         real_world(static_cast<double>(value));
     }
 
+    void StoredColour(ImagePoint point) {
+        const auto samples = static_cast<std::size_t>(m_Cells.samples);
+        std::string values;
+        for (std::size_t i = 0; i < samples; ++i)
+            values += (i == 0 ? "" : ", ") + std::to_string(SampleValue(m_Cells, Index(point) * samples + i));
+        Add("stored", place_of(point) + ": " + values + " as " + m_Cells.photometric,
+            {tag::kPhotometricInterpretation, tag::kBitsStored});
+    }
+
     /// False where the pixel is drawn as padding or has no value: no window counts for it.
     bool Padding(ImagePoint point) {
         ZEV_Params& params = m_Image.Params();
@@ -441,6 +450,7 @@ std::vector<ExplainedStep> Watcher::steps_of(OpenedImage& image, ImagePoint poin
     Explainer explainer(image, m_Cells);
     if (!explainer.HasPixel(point)) return explainer.Take();
     if (image.File().IsColour()) {
+        explainer.StoredColour(point);
         explainer.Add("colour", "the image is in colour and drawn as it is");
         return explainer.Take();
     }

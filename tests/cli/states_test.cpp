@@ -611,6 +611,14 @@ TEST_F(States, ExplainNamesThePointThatItCannotTake) {
     const auto missing = Ask("explain --json --partial --at 15,15 " + image)["points"][0]["steps"];
     ASSERT_EQ(missing.size(), 3U);
     EXPECT_NE(missing[0]["text"].get<std::string>().find("cut short"), std::string::npos);
+    DicomDataSet colour = support::Ramp("MR", {});
+    colour.PutText(tag::kPhotometricInterpretation, "CS", "RGB");
+    colour.PutWord(tag::kSamplesPerPixel, "US", 3);
+    colour.elements[tag::kPixelData].bytes.resize(3 * 256, '\x07');
+    support::WriteImage(image, colour);
+    const auto steps = Ask("explain --json --at 0,0 --at 15,15 " + image)["points"];
+    EXPECT_EQ(steps[0]["steps"][0]["text"], "column 0, row 0: 0, 1, 2 as RGB");
+    EXPECT_EQ(steps[1]["steps"][0]["text"], "column 15, row 15: 7, 7, 7 as RGB");
 }
 
 /// Who inverted: the image, a state, or the user over either.
