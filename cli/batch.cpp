@@ -192,25 +192,24 @@ public:
         const BatchInput& input = m_Inputs.files[task.input];
         const FrameRange& range = m_Options.frames;
         int first = range.first, last = range.last;
-        if (!range.isSingle) {
-            try {
-                const int frames = DicomFile::Load(input.path, LoadOptions{0, partial()}).Frames();
-                const int end = std::min(last, frames - 1);
-                const bool isCut = task.part == 0 && (first > end || (last != all_frames() && last > end));
-                if (isCut) {
-                    fail(input, std::max(first, frames),
-                         PresentError(input.path, "has no frame " + std::to_string(std::max(first, frames)) +
-                                                      ": its frames are 0 to " + std::to_string(frames - 1))
-                             .what(),
-                         answer);
-                }
-                const long count = std::max(0, end - first + 1);
-                last = static_cast<int>(first + count * (task.part + 1) / task.parts - 1);
-                first = static_cast<int>(first + count * task.part / task.parts);
-            } catch (...) {
-                if (task.part == 0) fail(input, first, reason(), answer);
-                return;
+        if (range.isSingle) return draw_frame(input, first, answer);
+        try {
+            const int frames = frames_of(input.path);
+            const int end = std::min(last, frames - 1);
+            const bool isCut = task.part == 0 && (first > end || (last != all_frames() && last > end));
+            if (isCut) {
+                fail(input, std::max(first, frames),
+                     PresentError(input.path, "has no frame " + std::to_string(std::max(first, frames)) +
+                                                  ": its frames are 0 to " + std::to_string(frames - 1))
+                         .what(),
+                     answer);
             }
+            const long count = std::max(0, end - first + 1);
+            last = static_cast<int>(first + count * (task.part + 1) / task.parts - 1);
+            first = static_cast<int>(first + count * task.part / task.parts);
+        } catch (...) {
+            if (task.part == 0) fail(input, first, reason(), answer);
+            return;
         }
         for (int frame = first; frame <= last; ++frame) draw_frame(input, frame, answer);
     }
@@ -223,6 +222,16 @@ public:
 
 private:
     bool partial() const { return m_Options.drawing.presentation.partial; }
+    /// The first frame may be damaged where the others are not.
+    int frames_of(const std::string& path) const try {
+        return DicomFile::Load(path, LoadOptions{0, partial()}).Frames();
+    } catch (const PresentError&) {
+        try {
+            return DicomFile::Load(path, LoadOptions{1, partial()}).Frames();
+        } catch (const PresentError&) {
+        }
+        throw;
+    }
     static int all_frames() { return ParseFrames("all")->last; }
 
     std::string output_of(const BatchInput& input, int frame) const {
@@ -248,8 +257,10 @@ private:
     bool is_done(const std::string& input, const std::string& output) const {
         struct stat in {
         }, out{};
-        if (stat(output.c_str(), &out) != 0 || stat(input.c_str(), &in) != 0 || out.st_size == 0)
+        if (stat(output.c_str(), &out) != 0 || stat(input.c_str(), &in) != 0 || out.st_size == 0 ||
+            !S_ISREG(out.st_mode)) {
             return false;
+        }
         return std::make_pair(out.st_mtim.tv_sec, out.st_mtim.tv_nsec) >=
                std::make_pair(in.st_mtim.tv_sec, in.st_mtim.tv_nsec);
     }
@@ -260,7 +271,7 @@ private:
         const auto start = Clock::now();
         try {
             if (m_InputFiles.Has(output))
-                throw PresentError(output, "is one of the inputs, and is not written over");
+                throw PresentError(output, "is one of the inputs or the report, and is not written over");
             const DrawnPicture drawn = DrawFrame(input.path, m_Options.drawing, frame);
             const std::vector<std::uint8_t> bytes = EncodePicture(drawn.picture, m_Options.format);
             prepare_folder(fs::path(output).parent_path());
@@ -296,10 +307,14 @@ private:
 
 int DrawMany(const BatchInputs& inputs, const BatchOptions& options) {
     const auto start = Clock::now();
-    const Report report(options.report);
     FileSet inputFiles;
     for (const BatchInput& input : inputs.files) inputFiles.Add(input.path);
     for (const std::string& path : options.otherInputs) inputFiles.Add(path);
+    inputFiles.Sort();
+    if (inputFiles.Has(options.report))
+        throw UsageError("the report " + options.report + " is one of the inputs");
+    const Report report(options.report);
+    inputFiles.Add(options.report);
     inputFiles.Sort();
     Drawer drawer(inputs, options, inputFiles);
     const Interruptions interruptions;

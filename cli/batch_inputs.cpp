@@ -10,6 +10,7 @@
 #include <limits>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 #include "io/atomic_file.h"
 #include "io/dicomdir.h"
@@ -42,7 +43,7 @@ public:
 
     void Take(const std::string& given) {
         if (given == "-") {
-            add(standard_input(), "stdin", "-");
+            add(keep_standard_input(), "stdin", "-");
         } else if (given.size() > 1 && given[0] == '@') {
             take_list(given.substr(1));
         } else {
@@ -128,7 +129,7 @@ private:
             file.open(list);
             if (!file) throw PresentError(list, "cannot be read");
         }
-        std::istream& lines = list == "-" ? std::cin : file;
+        std::istream& lines = list == "-" ? standard_input() : file;
         for (std::string line; std::getline(lines, line);) {
             if (!line.empty() && line.back() == '\r') line.pop_back();
             if (!line.empty() && line[0] != '#') take_listed(line);
@@ -143,21 +144,29 @@ private:
         add(path, fs::path(path).filename(), path);
     }
 
-    std::string standard_input() {
+    /// What was read is gone: another reader would find nothing.
+    std::istream& standard_input() {
+        if (std::exchange(m_bReadInput, true)) throw UsageError("standard input can only be given once");
+        return std::cin;
+    }
+
+    std::string keep_standard_input() {
+        std::istream& input = standard_input();
         std::string path = m_Scratch + "/stdin.dcm";
         AtomicFile file(path, AtomicFile::kLater);
         char block[65536];
         std::uint64_t size = 0;
-        while (std::cin.read(block, sizeof block), std::cin.gcount() > 0) {
-            size += static_cast<std::uint64_t>(std::cin.gcount());
+        while (input.read(block, sizeof block), input.gcount() > 0) {
+            size += static_cast<std::uint64_t>(input.gcount());
             if (size > kMostFromStandardInput) throw PresentError("-", "is longer than 4 GiB");
-            file.Write(block, static_cast<std::size_t>(std::cin.gcount()));
+            file.Write(block, static_cast<std::size_t>(input.gcount()));
         }
         file.Commit();
         return path;
     }
 
     std::string m_Scratch;
+    bool m_bReadInput = false;
     BatchInputs m_Found;
 };
 

@@ -1,5 +1,4 @@
 #include <cmath>
-#include <cstdio>
 #include <iostream>
 #include <memory>
 
@@ -9,7 +8,7 @@
 #include "io/printable.h"
 #include "options.h"
 #include "output.h"
-#include "present/explanation.h"
+#include "present/description.h"
 
 namespace {
 
@@ -22,24 +21,6 @@ ImagePoint point_of(const std::string& text) {
     if (x < 0 || y < 0 || x > kMost || y > kMost || x != std::floor(x) || y != std::floor(y))
         throw UsageError("--at: '" + text + "' is not COLUMN,ROW, both from 0");
     return {static_cast<int>(x), static_cast<int>(y)};
-}
-
-Json json_of(const Explanation& explanation, bool isPoint) {
-    Json object;
-    if (isPoint) object["at"] = {explanation.point.x, explanation.point.y};
-    object["steps"] = Json::array();
-    for (const ExplainedStep& step : explanation.steps) {
-        object["steps"].push_back({{"step", step.name},
-                                   {"text", step.text},
-                                   {"value", step.value ? Json(*step.value) : Json(nullptr)},
-                                   {"attributes", step.attributes}});
-    }
-    if (isPoint) {
-        char colour[8] = "";
-        if (explanation.display) std::snprintf(colour, sizeof colour, "#%06X", *explanation.display);
-        object["display"] = explanation.display ? Json(colour) : Json(nullptr);
-    }
-    return object;
 }
 
 void print_for_people(const Explanation& explanation, std::ostream& out) {
@@ -84,12 +65,8 @@ void AddExplainCommand(CLI::App& app, Run& run) {
             OpenedImage image(options->input, presentation);
             const std::vector<Explanation> explanations = Explain(image, options->drawing, points);
             if (options->json) {
-                Json object = json_of(explanations.front(), false);
                 Json result = {{"file", options->input}, {"frame", presentation.frame}};
-                result["image"] = object["steps"];
-                result["points"] = Json::array();
-                for (std::size_t i = 1; i < explanations.size(); ++i)
-                    result["points"].push_back(json_of(explanations[i], true));
+                result.update(DescribeExplanations(explanations));
                 PrintJson(std::cout, result);
                 return;
             }

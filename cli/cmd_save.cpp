@@ -68,13 +68,16 @@ void save(SaveOptions options) {
         throw UsageError("--region is kept in a display-parameter file: give --ddp-out");
     if (const std::vector<RegionSpec> specs = AllRegions(image, options.view); !specs.empty()) {
         // Made once, so that a setting that does not hold is refused now.
-        const RegionView trial(image, options.presentation, specs, PlaceImage(image, ViewOptions()));
+        const RegionView trial(image, options.presentation, specs, PlaceImage(image, options.view));
         for (const RegionSpec& spec : specs) regions.push_back(spec.ToText());
     }
     if (!options.parameters.empty()) {
-        files.emplace_back(
-            options.parameters,
-            EncodeDisplayParameters(image, static_cast<SaveMode>(options.mode), regions, options.parameters));
+        auto mode = static_cast<SaveMode>(options.mode);
+        // The state has the window itself.
+        if (options.presentation.automatic && !options.state.empty() && mode == SaveMode::kPresent)
+            mode = SaveMode::kMeasured;
+        files.emplace_back(options.parameters,
+                           EncodeDisplayParameters(image, mode, regions, options.parameters));
     }
     if (!options.state.empty()) {
         refuse_to_lose(image, options);

@@ -1,10 +1,9 @@
 #pragma once
 
 #include <iosfwd>
-#include <nlohmann/json.hpp>
 #include <string>
 
-using Json = nlohmann::ordered_json;
+#include "present/description.h"
 
 /// The object with a "schema" number in front.
 Json WithSchema(const Json& object);
@@ -12,12 +11,6 @@ Json WithSchema(const Json& object);
 /// Prints JSON for programs, each object of the outermost level with a "schema" number in front. The number
 /// changes when a key changes its meaning or goes away. Text that is not UTF-8 is replaced.
 void PrintJson(std::ostream& out, const Json& result, int indent = 2);
-
-/// The range of an image's values as {"min", "max"}, or null.
-template <class Range>
-Json RangeOf(const Range& range) {
-    return range ? Json{{"min", range->first}, {"max", range->second}} : Json(nullptr);
-}
 
 /// A name with blanks behind it, for the first column of a list, safe for a terminal.
 std::string NameColumn(const std::string& name);

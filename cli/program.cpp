@@ -1,6 +1,8 @@
 #include "program.h"
 
 #include <COM/com_error.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -24,6 +26,13 @@ int fail(int status, std::string text) {
     if (lineEnd != std::string::npos) text.resize(lineEnd);
     std::cerr << "zev: " << Printable(text) << "\n";
     return status;
+}
+
+/// The next file to be opened would take the number of a stream that is closed. Writing to it stays an error.
+void open_standard_streams() {
+    int file = 0;
+    while ((file = open("/dev/null", O_RDONLY)) >= 0 && file <= STDERR_FILENO) continue;
+    if (file >= 0) close(file);
 }
 
 CLI::App* command_of(CLI::App& app, const std::string& name) {
@@ -129,6 +138,7 @@ int run_line(const std::vector<std::string>& arguments) {
 }  // namespace
 
 int RunProgram(int argc, const char* const* argv) try {
+    open_standard_streams();
     // A file that grows beyond a limit becomes a failed write, so that it can be removed again.
     std::signal(SIGXFSZ, SIG_IGN);
     const int status = run_line(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <filesystem>
 #include <memory>
@@ -52,6 +53,11 @@ std::string behind_links(const std::string& path) {
         target = next.is_absolute() ? next : folder_of(target) / next;
     }
     return target.string();
+}
+
+/// What the temporaries' names have of the target's: room is left for the rest.
+std::string mark_of(const fs::path& target) {
+    return target.filename().string().substr(0, NAME_MAX - 1 - std::strlen(kMark) - kRandomLetters);
 }
 
 mode_t permissions_of_a_new_file() {
@@ -126,8 +132,8 @@ void AtomicFile::open_straight() {
 
 void AtomicFile::open_temporary() {
     const fs::path target = m_Target;
-    if (m_Disk == kNow) remove_leftovers(folder_of(target), target.filename().string());
-    const std::string start = (folder_of(target) / ("." + target.filename().string() + kMark)).string();
+    if (m_Disk == kNow) remove_leftovers(folder_of(target), mark_of(target));
+    const std::string start = (folder_of(target) / ("." + mark_of(target) + kMark)).string();
     do {
         if (m_File >= 0) close(m_File);
         std::string name = start + std::string(kRandomLetters, 'X');

@@ -64,6 +64,7 @@ void BecomeIsolated(unsigned long long memoryLimit) {
     if (nowhere >= 0) {
         dup2(nowhere, STDOUT_FILENO);
         dup2(nowhere, STDERR_FILENO);
+        if (nowhere > STDERR_FILENO) close(nowhere);
     }
     limit(RLIMIT_CORE, 0);
     AllowMemory(memoryLimit);

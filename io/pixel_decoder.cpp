@@ -77,8 +77,8 @@ void read_native(const PixelSource& source, const PixelHeader& header, int index
 
 // ---- Compressed pixels
 
-/// Indexes of the fragments that begin at the offsets of the file's table, up to the first one that fits
-/// none.
+/// Indexes of the fragments that begin at the offsets of the file's table, up to the first offset behind them
+/// all. Nothing where an offset leads between them.
 std::vector<std::size_t> begins_by_offset(const PixelSource& source) {
     std::vector<std::size_t> begins;
     for (std::uint64_t offset : source.frameOffsets) {
@@ -86,8 +86,8 @@ std::vector<std::size_t> begins_by_offset(const PixelSource& source) {
         std::size_t at = begins.empty() ? 0 : begins.back() + 1;
         while (at < source.extents.size() && source.extents[at].offset - source.extents[0].offset < offset)
             ++at;
-        if (at == source.extents.size() || source.extents[at].offset - source.extents[0].offset != offset)
-            break;
+        if (at == source.extents.size()) break;
+        if (source.extents[at].offset - source.extents[0].offset != offset) return {};
         begins.push_back(at);
     }
     return begins;
@@ -103,7 +103,8 @@ bool starts_stream(const std::string& fragment) {
 std::vector<std::size_t> frame_begins(const PixelSource& source, std::size_t frames, bool isRle) {
     std::vector<std::size_t> begins;
     const std::size_t count = source.extents.size();
-    if (frames == 1 || count == frames) {
+    // Of data that are cut short, as many fragments as frames may be those of a few frames.
+    if (frames == 1 || (count == frames && !source.isCutShort)) {
         for (std::size_t i = 0; i < std::min(count, frames); ++i) begins.push_back(i);
         return begins;
     }
@@ -220,9 +221,11 @@ void decode_stream(const FrameBytes& stored, const std::string& syntax, const Pi
     }
 }
 
-/// Syntaxes whose pixels are not compressed: the big-endian one of a vendor included.
+/// A vendor's: implicit little-endian but for the pixels.
+constexpr const char* kBigEndianPixels = "1.2.840.113619.5.2";
+/// Syntaxes whose pixels are not compressed.
 constexpr const char* kNative[] = {"1.2.840.10008.1.2", "1.2.840.10008.1.2.1", "1.2.840.10008.1.2.1.99",
-                                   "1.2.840.10008.1.2.2", "1.2.840.113619.5.2"};
+                                   "1.2.840.10008.1.2.2", kBigEndianPixels};
 constexpr const char* kRunLength = "1.2.840.10008.1.2.5";
 constexpr const char* kStreams[] = {
     "1.2.840.10008.1.2.4.50", "1.2.840.10008.1.2.4.51", "1.2.840.10008.1.2.4.57", "1.2.840.10008.1.2.4.70",
@@ -249,6 +252,11 @@ StoredFrame DecodePixels(const PixelSource& source, const std::string& syntax, c
     if (!source.isEncapsulated) {
         if (!is_among(kNative, syntax)) throw Refusal("compressed pixel data are not in fragments");
         read_native(source, header, index, partial, &frame);
+        if (syntax == kBigEndianPixels && frame.bitsAllocated % 8 == 0) {
+            const std::ptrdiff_t size = frame.bitsAllocated / 8;
+            for (auto at = frame.data.begin(); frame.data.end() - at >= size; at += size)
+                std::reverse(at, at + size);
+        }
     } else if (syntax == kRunLength) {
         decode_rle(frame_bytes(source, header.frames, index, true), &frame);
     } else if (NeedsLibrary(source, syntax)) {

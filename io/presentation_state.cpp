@@ -37,7 +37,7 @@ constexpr NamedClass kOther[] = {
 bool refers(const DicomDataSet& image, const std::string& instance, int frame) {
     if (instance.empty() || image.Text(tag::kReferencedSopInstance) != instance) return false;
     const std::vector<double> frames = image.Numbers(tag::kReferencedFrameNumber);
-    return frames.empty() ||
+    return frames.empty() || frame == PresentationState::kAnyFrame ||
            std::find(frames.begin(), frames.end(), static_cast<double>(frame) + 1.0) != frames.end();
 }
 

@@ -13,6 +13,8 @@
 struct PresentationState {
     enum class Kind { kGrayscale, kColour, kPseudoColour };
 
+    static constexpr int kAnyFrame = -1;
+
     std::string path;
     Kind kind = Kind::kGrayscale;
     DicomDataSet set;
@@ -48,7 +50,7 @@ public:
     const std::string& Path() const { return m_Path; }
     bool IsFolder() const { return m_bFolder; }
     const std::vector<PresentationState>& All() const { return m_States; }
-    /// Those that refer to a frame, the newest first.
+    /// Those that refer to a frame, or to any one, the newest first.
     std::vector<const PresentationState*> For(const std::string& instance, int frame) const;
 
 private:

@@ -79,7 +79,9 @@ WorkerPool::WorkerPool(int workers, Work work, Limits limits)
         for (Worker& worker : m_Workers) start(worker);
     } catch (const std::runtime_error&) {
         // Fewer are better than none.
-        if (m_Workers.front().process < 0) throw;
+        const auto isMissing = [](const Worker& worker) { return worker.process < 0; };
+        m_Workers.erase(std::find_if(m_Workers.begin(), m_Workers.end(), isMissing), m_Workers.end());
+        if (m_Workers.empty()) throw;
     }
 }
 

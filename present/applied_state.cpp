@@ -7,6 +7,7 @@
 #include "io/dicom_tags.h"
 #include "io/number.h"
 #include "io/present_error.h"
+#include "message_elements.h"
 
 namespace {
 
@@ -46,9 +47,12 @@ AttributeChanges ChangesBy(const PresentationState& state, const DicomDataSet& i
     AttributeChanges changes;
     require_kind(state, image);
     if (state.kind == PresentationState::Kind::kColour) return changes;
-    const auto take = [&changes](const DicomDataSet* from, std::uint32_t tag) {
+    const std::string ofState = state.set.Text(tag::kSpecificCharacterSet),
+                      ofImage = image.Text(tag::kSpecificCharacterSet);
+    const auto take = [&](const DicomDataSet* from, std::uint32_t tag) {
         const DicomElement* const element = from == nullptr ? nullptr : from->Find(tag);
         changes[tag] = element == nullptr ? std::nullopt : std::optional<DicomElement>(*element);
+        if (element != nullptr) Recode(*changes[tag], ofState, ofImage);
     };
     require_table(state, state.set, tag::kModalityLutSequence, "Modality LUT");
     for (const std::uint32_t tag : kModality) take(&state.set, tag);
@@ -105,11 +109,17 @@ std::optional<ExactWindow> ExactWindowOf(const PresentationState& state, const s
         throw PresentError(state.path, "its window, centre " + voi->Text(tag::kWindowCenter) + " and width " +
                                            voi->Text(tag::kWindowWidth) + ", is not one");
     }
-    if (!isLinear && function != "LINEAR_EXACT") return std::nullopt;
+    const bool isSigmoid = function == "SIGMOID";
+    if (!isLinear && !isSigmoid && function != "LINEAR_EXACT") return std::nullopt;
     // PS3.3 C.11.2.1.2.1, C.11.2.1.3.2
     const double center = isLinear ? centers[0] - 0.5 : centers[0],
                  width = isLinear ? widths[0] - 1.0 : widths[0];
-    return ExactWindow{center - width / 2.0, center + width / 2.0};
+    return ExactWindow{center - width / 2.0, center + width / 2.0, isSigmoid};
+}
+
+double ExactWindow::At(double value) const {
+    if (isSigmoid) return 1.0 / (1.0 + std::exp(-4.0 * (value - Center()) / Width()));
+    return value <= low ? 0.0 : value > high ? 1.0 : (value - low) / Width();
 }
 
 std::vector<std::uint32_t> PaletteOf(const PresentationState& state) {

@@ -13,13 +13,19 @@ AttributeChanges ChangesBy(const PresentationState& state, const DicomDataSet& i
 std::vector<std::uint32_t> PrivatePresentation();
 
 /// The window of a state as the two ends of its ramp in modality units: black up to `low`, white from `high`.
-/// They may lie between whole numbers.
+/// They may lie between whole numbers. A sigmoid has centre and width between them.
 struct ExactWindow {
     double low = 0.0;
     double high = 0.0;
+    bool isSigmoid = false;
+
+    double Center() const { return (low + high) / 2.0; }
+    double Width() const { return high - low; }
+    /// What the window makes of a modality value, from 0 to 1 (PS3.3 C.11.2.1).
+    double At(double value) const;
 };
-/// Nothing where the state has a sigmoid, a table or no window. Throws PresentError for numbers that do not
-/// make a window.
+/// Nothing where the state has a table or no window. Throws PresentError for numbers that do not make a
+/// window.
 std::optional<ExactWindow> ExactWindowOf(const PresentationState& state, const std::string& instance,
                                          int frame);
 

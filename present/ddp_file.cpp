@@ -44,7 +44,8 @@ std::uint32_t tag_of(const RWWString& name) {
 
 OBJ_Msg make_record(OpenedImage& image, SaveMode mode) {
     DDPInfoVector record;
-    static_cast<KIT_BaseParams&>(image.Params()).RecordDDPInfo(record, static_cast<long>(mode));
+    const SaveMode recorded = mode == SaveMode::kMeasured ? SaveMode::kPresent : mode;
+    static_cast<KIT_BaseParams&>(image.Params()).RecordDDPInfo(record, static_cast<long>(recorded));
     OBJ_Msg msg;
     // First, since the texts that follow are written in it.
     if (const DicomElement* set = image.File().DataSet().Find(tag::kSpecificCharacterSet))
@@ -61,7 +62,7 @@ OBJ_Msg make_record(OpenedImage& image, SaveMode mode) {
 
     // The record has whole numbers in the units of the window, and the direction of the table
     // there.
-    if (mode == SaveMode::kPresent && image.InStoredValues()) {
+    if (recorded == SaveMode::kPresent && image.InStoredValues()) {
         const bool inverse = image.ModalityInverse() != image.Params().GetPhotometricInverse();
         msg.SetWindowCenter(Dicom_DS(image.ModalityCenter()));
         msg.SetWindowWidth(Dicom_DS(image.ModalityWidth()));
@@ -69,6 +70,10 @@ OBJ_Msg make_record(OpenedImage& image, SaveMode mode) {
     } else if (mode == SaveMode::kAsSaved && image.SavedWindow()) {
         msg.SetWindowCenter(Dicom_DS(image.SavedWindow()->center));
         msg.SetWindowWidth(Dicom_DS(image.SavedWindow()->width));
+    }
+    if (mode == SaveMode::kMeasured) {
+        msg.SetWindowCenter(Dicom_DS(0.0));
+        msg.SetWindowWidth(Dicom_DS(0.0));
     }
     // A preset in SUV or per cent means another window on another frame or image; PT and NM are reopened with
     // it.

@@ -10,7 +10,8 @@ class OpenedImage;
 
 /// What a display-parameter file keeps of an image's window.
 enum class SaveMode : long {
-    kAsSaved = 1,  ///< what the display-parameter file said that was laid over the image
+    kMeasured = 0,  ///< that it is to be measured
+    kAsSaved = 1,   ///< what the display-parameter file said that was laid over the image
     kPresent = 2,
     kNoWindow = 4
 };

@@ -213,11 +213,16 @@ public:
             case ZEV_TableSource::kRamp:
             case ZEV_TableSource::kPresentationLut: {
                 const auto [center, width] = AskedWindow();
-                const auto exact = [&](double end) {
-                    return (end - m_Image.GetRescale().intercept) / m_Image.GetRescale().slope;
-                };
-                double low = exact(center - width / 2.0), high = exact(center + width / 2.0);
-                if (low > high) std::swap(low, high);
+                const auto [low, high] =
+                    m_Image.GetRescale().StoredRange({center - width / 2.0, center + width / 2.0});
+                if (const auto& window = m_Image.WindowInLevels()) {
+                    return Add("stored-window",
+                               (window->isSigmoid ? "a sigmoid about the stored values "
+                                                  : "in stored values exactly ") +
+                                   text_of(low) + " to " + text_of(high) +
+                                   ": a table has the level of each value",
+                               {}, 0.0);
+                }
                 const double cost = std::max(std::fabs(low - m_Source.low), std::fabs(high - m_Source.high));
                 return Add("stored-window",
                            "in stored values " + ends +
@@ -242,9 +247,9 @@ public:
 
     void Curve() {
         ZEV_Params& params = m_Image.Params();
-        if (m_Source.kind == ZEV_TableSource::kPresentationLut) {
+        if (has_presentation_lut()) {
             Add("presentation-lut", "shapes the ramp; gamma does not count", {tag::kPresentationLutSequence});
-        } else if (m_Source.kind != ZEV_TableSource::kRamp) {
+        } else if (m_Source.kind != ZEV_TableSource::kRamp && !is_ramp_in_levels()) {
             Add("gamma", "does not apply to a curve of the image");
         } else {
             Add("gamma",
@@ -290,8 +295,10 @@ public:
         const bool isRamp =
             m_Source.kind == ZEV_TableSource::kRamp || m_Source.kind == ZEV_TableSource::kPresentationLut;
         if (isByWindow && isRamp) {
-            const double span = double(m_Source.high) - m_Source.low;
-            const double position = double(pixel) - m_Source.low;
+            const auto& window = m_Image.WindowInLevels();
+            const auto [low, high] = window ? m_Image.GetRescale().StoredRange({window->low, window->high})
+                                            : std::pair<double, double>(m_Source.low, m_Source.high);
+            const double span = high - low, position = pixel - low;
             Add("ramp",
                 position <= 0      ? std::string("at or below its first end")
                 : position >= span ? std::string("at or above its last end")
@@ -306,12 +313,14 @@ public:
     /// PS3.3 C.11.2.1 with the window as it was asked for, in double precision. Gamma is not of the standard.
     void Standard(ImagePoint point, int level) {
         const bool isUsual =
-            (m_Source.kind == ZEV_TableSource::kRamp || m_Source.kind == ZEV_TableSource::kSigmoid) &&
+            (m_Source.kind == ZEV_TableSource::kRamp || m_Source.kind == ZEV_TableSource::kSigmoid ||
+             (m_Image.WindowInLevels() && !has_presentation_lut())) &&
             !m_Image.Params().GammaExistAndNotNaturalValue();
         if (!isUsual) return;
         const double x = m_Image.GetRescale().Value(pixel_at(point));
         const auto [center, width] = AskedWindow();
-        const bool isSigmoid = m_Source.kind == ZEV_TableSource::kSigmoid;
+        const auto& exact = m_Image.WindowInLevels();
+        const bool isSigmoid = exact ? exact->isSigmoid : m_Source.kind == ZEV_TableSource::kSigmoid;
         double y = 0.0;
         const char* name = "LINEAR";
         if (isSigmoid) {
@@ -345,6 +354,13 @@ private:
                 text_of(*value) + " " + mapping.unitsCode + (name.empty() ? "" : ", '" + name + "'"),
                 {tag::kRealWorldValueMapping}, value);
         }
+    }
+    bool has_presentation_lut() const {
+        return m_Source.kind == ZEV_TableSource::kPresentationLut &&
+               m_Image.File().DataSet().FirstItem(tag::kPresentationLutSequence) != nullptr;
+    }
+    bool is_ramp_in_levels() const {
+        return m_Image.WindowInLevels() && !m_Image.WindowInLevels()->isSigmoid;
     }
     int pixel_at(ImagePoint point) const { return m_Image.File().Mono().Get(Index(point)); }
 

@@ -2,7 +2,11 @@
 
 #include <DICOM/Dicom_Dictionary.h>
 #include <DICOM/Dicom_SQ.h>
+#include <DICOM/Dicom_Text.h>
 
+#include <refhost/Charset.h>
+#include <refhost/Unicode.h>
+#include <algorithm>
 #include <cstdio>
 #include <optional>
 
@@ -50,7 +54,42 @@ std::string name_of(std::uint32_t tag) {
     return text;
 }
 
+constexpr const char* kUtf8 = "ISO_IR 192";
+
+bool is_ascii(const std::string& bytes) {
+    constexpr char kEscape = '\x1B';
+    return std::all_of(bytes.begin(), bytes.end(),
+                       [](char byte) { return static_cast<unsigned char>(byte) < 0x80 && byte != kEscape; });
+}
+
+/// An item may declare a set of its own.
+bool recode(DicomDataSet& set, std::string from, const std::string& to) {
+    if (set.Has(tag::kSpecificCharacterSet)) from = set.Text(tag::kSpecificCharacterSet);
+    set.Remove(tag::kSpecificCharacterSet);
+    bool isAscii = true;
+    for (auto& [tag, element] : set.elements) isAscii = Recode(element, from, to) && isAscii;
+    return isAscii;
+}
+
 }  // namespace
+
+bool Recode(DicomElement& element, const std::string& from, const std::string& to) {
+    bool isAscii = true;
+    for (DicomDataSet& item : element.items) isAscii = recode(item, from, to) && isAscii;
+    if (!refhost::HasCharacterSet(element.vr) || is_ascii(element.bytes)) return isAscii;
+    Dicom_Text decoded(element.vr.c_str());
+    decoded.SetCharacterSet(from);
+    decoded.SetBytes(element.bytes.data(), element.bytes.size());
+    std::wstring text;
+    for (std::size_t i = 0; i < decoded.GetVM(); ++i) text += (i == 0 ? L"" : L"\\") + decoded.GetText(i);
+    const auto encoded = refhost::EncodeText(text, to, element.vr);
+    element.bytes = encoded ? *encoded : refhost::ToUtf8(text.data(), text.size());
+    return is_ascii(element.bytes);
+}
+
+void PutInUtf8(DicomDataSet& set) {
+    if (!recode(set, "", kUtf8)) set.PutText(tag::kSpecificCharacterSet, "CS", kUtf8);
+}
 
 std::unique_ptr<OBJ_Msg> MakeMessage(const DicomDataSet& dataSet) {
     auto msg = std::make_unique<OBJ_Msg>();

@@ -14,6 +14,8 @@ namespace {
 
 /// A screen of more pixels than this is a mistyped size.
 constexpr int kLongestSide = 16384;
+/// A picture of more pixels than this, and than the image has, costs hundreds of megabytes.
+constexpr double kMostPixels = 1 << 26;
 /// A displayed area reaches no farther from the image's first pixel.
 constexpr double kFarthest = 1e6;
 /// Beyond it one pixel of the image would be a line.
@@ -27,9 +29,7 @@ int side_of(const std::string& text) {
     return isSide ? static_cast<int>(*side) : 0;
 }
 
-int rounded_side(double side) {
-    return static_cast<int>(std::clamp(std::round(side), 1.0, double{kLongestSide}));
-}
+int rounded_side(double side) { return static_cast<int>(std::max(std::round(side), 1.0)); }
 
 struct Size {
     double width, height;
@@ -161,6 +161,7 @@ Placement PlaceImage(const OpenedImage& image, const ViewOptions& options) {
     const auto fit = [&extent](double width, double height) {
         return std::min(width / extent.width, height / extent.height);
     };
+    const double most = std::max(kMostPixels, columns * pixel.width * rows * pixel.height);
     double zoom = options.zoom.value_or(1.0);
     if (!options.zoom && wanted.mode == Wanted::kMagnify) {
         zoom = wanted.magnification;
@@ -169,11 +170,20 @@ Placement PlaceImage(const OpenedImage& image, const ViewOptions& options) {
     } else if (!options.zoom && image.State() != nullptr && !options.size.empty()) {
         zoom = fit(placement.width, placement.height);
     } else if (!options.zoom) {
-        zoom = std::min(1.0, fit(kLongestSide, kLongestSide));
+        zoom =
+            std::min({1.0, fit(kLongestSide, kLongestSide), std::sqrt(most / extent.width / extent.height)});
     }
     if (options.size.empty()) {
-        placement.width = rounded_side(extent.width * zoom);
-        placement.height = rounded_side(extent.height * zoom);
+        const double width = extent.width * zoom, height = extent.height * zoom;
+        constexpr double kNoise = 1e-9;
+        if (std::max(std::round(width), std::round(height)) > kLongestSide ||
+            width * height > most * (1.0 + kNoise)) {
+            throw PresentError(image.File().Path(), "a picture of " + std::to_string(std::llround(width)) +
+                                                        " x " + std::to_string(std::llround(height)) +
+                                                        " pixels is too large: --size shows a part of it");
+        }
+        placement.width = rounded_side(width);
+        placement.height = rounded_side(height);
     }
 
     SPC_SpaceInfo& space = placement.space;

@@ -14,10 +14,11 @@
 #include <cstring>
 #include <limits>
 
-#include "applied_state.h"
 #include "catalogue.h"
 #include "io/dicom_tags.h"
+#include "io/pixel_conversion.h"
 #include "io/present_error.h"
+#include "level_table.h"
 #include "message_elements.h"
 
 namespace {
@@ -27,6 +28,9 @@ constexpr double kCoarsest = 0.01;
 
 /// The scale of a colour map of SUV type.
 constexpr float kSuvScaleTop = 10.0F;
+
+/// What arithmetic with decimal numbers may add to a whole one.
+constexpr double kNoise = 1e-6;
 
 /// Fractions cut off, beyond the ends the end.
 int truncated(double value) {
@@ -130,6 +134,10 @@ std::pair<double, double> Rescale::Range(const std::pair<double, double>& stored
     return std::minmax({Value(stored.first), Value(stored.second)});
 }
 
+std::pair<double, double> Rescale::StoredRange(const std::pair<double, double>& values) const {
+    return std::minmax({(values.first - intercept) / slope, (values.second - intercept) / slope});
+}
+
 ModalityWindow Rescale::Window(const StoredWindow& stored) const {
     return {Value(stored.center), stored.width * std::fabs(slope)};
 }
@@ -142,15 +150,20 @@ StoredWindow Rescale::Stored(const ModalityWindow& window) const {
 AttributeChanges ImageSource::choose_state(const DicomDataSet& image, const PresentationOptions& options) {
     const std::string instance = image.Text(tag::kSopInstance);
     const std::vector<const PresentationState*> found = states->For(instance, options.frame);
+    const bool isForOtherFrames = !states->For(instance, PresentationState::kAnyFrame).empty();
     if (!found.empty()) {
         state = found.front();
     } else if (!states->IsFolder() && options.force) {
         state = &forced.emplace(states->All().front().ForAnyImage());
     } else if (!states->IsFolder()) {
-        throw PresentError(states->Path(), "belongs to another image, " + states->All().front().FirstImage() +
-                                               "; --force takes it all the same");
+        const std::string first = states->All().front().FirstImage();
+        const std::string why = isForOtherFrames ? "is for other frames of this image"
+                                : first.empty()  ? "refers to no image"
+                                                 : "belongs to another image, " + first;
+        throw PresentError(states->Path(), why + "; --force takes it all the same");
     } else {
-        stateNotes.push_back({"gsps", "no presentation state in " + states->Path() + " is for this image"});
+        stateNotes.push_back({"gsps", "no presentation state in " + states->Path() + " is for this " +
+                                          (isForOtherFrames ? "frame" : "image")});
         return {};
     }
     for (std::size_t i = 1; i < found.size(); ++i) {
@@ -159,6 +172,8 @@ AttributeChanges ImageSource::choose_state(const DicomDataSet& image, const Pres
     }
     if (state->set.Has(DicomTag(0x0028, 0x2000)))
         stateNotes.push_back({"icc", "the ICC profile of the presentation state is not applied"});
+    if (state->set.Has(DicomTag(0x0028, 0x6100)))
+        stateNotes.push_back({"mask", "the mask subtraction of the presentation state is not applied"});
     const std::string presentation = image.Text(tag::kPixelPresentation);
     if ((presentation == "COLOR" || presentation == "MIXED") && image.Has(tag::kPaletteDescriptor))
         stateNotes.push_back({"palette", "the presentation state leaves the supplemental palette out"});
@@ -327,6 +342,7 @@ const SupplementalPalette* OpenedImage::Supplement() {
 }
 
 double OpenedImage::ModalityCenter() {
+    if (m_WindowInLevels) return m_WindowInLevels->Center();
     const double center = m_bEndsCount
                               ? (static_cast<double>(m_Params.GetWindowMin()) + m_Params.GetWindowMax()) / 2.0
                               : m_Params.GetCenter();
@@ -334,6 +350,7 @@ double OpenedImage::ModalityCenter() {
 }
 
 double OpenedImage::ModalityWidth() {
+    if (m_WindowInLevels) return m_WindowInLevels->Width();
     const double width = m_bEndsCount ? static_cast<double>(m_Params.GetWindowMax()) - m_Params.GetWindowMin()
                                       : m_Params.GetWidth();
     return m_bUseRescale ? width : width * std::fabs(m_Rescale.slope);
@@ -469,7 +486,6 @@ std::string OpenedImage::selected_entry() {
 void OpenedImage::apply_state() {
     const PresentationState& state = *State();
     const DicomDataSet& set = File().DataSet();
-    const std::string instance = set.Text(tag::kSopInstance);
     change_to_modality_values();
     m_bOwnMinMaxMode = m_Params.GetMinMaxScaleMode();
     m_WindowSource = WindowSource::kState;
@@ -493,43 +509,109 @@ void OpenedImage::apply_state() {
     m_Params.InitInverse(hasTable ? pval->IsLutReversing()
                                   : set.Text(tag::kPresentationLutShape) == "INVERSE");
 
-    const Rescale rescale = m_Rescale;
+    show_state_window();
     std::string what = "presentation state " + state.Label();
-    if (const auto window = ExactWindowOf(state, instance, File().Frame())) {
-        set_ends(window->low, window->high);
-        const DicomDataSet& own = *state.VoiLut(instance, File().Frame());
-        const std::string function = own.Text(tag::kVoiLutFunction);
+    const DicomDataSet* const voi = state.VoiLut(set.Text(tag::kSopInstance), File().Frame());
+    const std::string function = voi == nullptr ? std::string() : voi->Text(tag::kVoiLutFunction);
+    if (m_Asked && voi != nullptr && voi->Has(tag::kWindowCenter) && function != "SIGMOID") {
         what += ", the ends of " + (function.empty() ? "LINEAR" : function) + " with centre " +
-                own.Text(tag::kWindowCenter) + " and width " + own.Text(tag::kWindowWidth);
-    } else if (m_Params.GetVoiLutEntryCount() > 0) {
-        m_Params.SetVoiLutSelection(0, false);
-    } else {
-        const int bits = File().Mono().bits;
-        const double lowest = File().Mono().isSigned ? -std::ldexp(1.0, bits - 1) : 0.0;
-        const auto [low, high] = rescale.Range({lowest, lowest + std::ldexp(1.0, bits) - 1.0});
-        set_ends(low, high);
+                voi->Text(tag::kWindowCenter) + " and width " + voi->Text(tag::kWindowWidth);
     }
     note_window(what);
 }
 
+void OpenedImage::show_state_window() {
+    std::optional<ExactWindow> window =
+        ExactWindowOf(*State(), File().DataSet().Text(tag::kSopInstance), File().Frame());
+    const bool hasCurve = !window && m_Params.GetVoiLutEntryCount() > 0;
+    if (!window) {
+        const double first = raster_first();
+        const auto [low, high] = m_Rescale.Range({first, first + raster_size() - 1.0});
+        window = ExactWindow{low, high};
+    }
+    const bool hasTable = File().DataSet().FirstItem(tag::kPresentationLutSequence) != nullptr;
+    if (!hasCurve && (hasTable || !shows_as_whole(*window))) {
+        show_levels(*window);
+    } else if (hasCurve || window->isSigmoid) {
+        m_Params.SetVoiLutSelection(0, false);
+    } else {
+        set_ends(window->low, window->high);
+    }
+}
+
+int OpenedImage::raster_size() const { return 1 << m_Source->raster.m_BitsPerPixel; }
+int OpenedImage::raster_first() const { return m_Source->raster.m_bSigned ? -raster_size() / 2 : 0; }
+
+/// Whether a window of whole numbers is within a level of it everywhere.
+bool OpenedImage::shows_as_whole(const ExactWindow& window) const {
+    const auto is_whole = [](double value) { return std::fabs(value - std::round(value)) <= kNoise; };
+    if (window.isSigmoid)
+        return m_bUseRescale && is_whole(window.Center()) && is_whole(window.Width()) &&
+               is_whole(m_Rescale.intercept);
+    const auto [from, to] = m_Rescale.StoredRange({window.low, window.high});
+    return to == from || (is_whole(from) && is_whole(to));
+}
+
+/// Draws through a presentation LUT with the level of each stored value on the ramp, or of all of them where
+/// it does not lead from black to white. Its first and last entry are beyond these, and give it the direction
+/// in which it is drawn as it is. Of 65,536 stored values two have the level of their neighbour.
+void OpenedImage::show_levels(const ExactWindow& window) {
+    const bool isInverse = m_Params.IsInverse();
+    change_to_stored_values();
+    const DicomDataSet* const item = File().DataSet().FirstItem(tag::kPresentationLutSequence);
+    StoredTable own;
+    if (item != nullptr) own = ReadStoredTable(*item, tag::kLutDescriptor, tag::kLutData, false);
+    constexpr int kTop = 65535;
+    const auto level = [&](int pixel) {
+        const double y = window.At(m_Rescale.Value(pixel));
+        if (own.entries.empty()) {
+            const int rising = static_cast<int>(std::lround(y * kTop));
+            return static_cast<std::uint16_t>(isInverse ? kTop - rising : rising);
+        }
+        const auto last = static_cast<double>(own.entries.size() - 1);
+        const double entry = own.entries[static_cast<std::size_t>(std::lround(y * last))];
+        return static_cast<std::uint16_t>(std::lround(std::min(entry / ((1 << own.bits) - 1), 1.0) * kTop));
+    };
+
+    const int before = raster_first() - 1, after = raster_first() + raster_size();
+    int low = before, high = after;
+    if (own.entries.empty() && !window.isSigmoid) {
+        const auto [from, to] = m_Rescale.StoredRange({window.low, window.high});
+        low = std::clamp(truncated(std::ceil(from) - 1.0), before, after - 1);
+        high = std::clamp(truncated(std::floor(to) + 1.0), low + 1, after);
+    }
+    const bool isTurned = m_Params.IsInverse();
+    std::vector<std::uint16_t> levels{static_cast<std::uint16_t>(isTurned ? kTop : 0)};
+    for (int pixel = low + 1; pixel < high; ++pixel) levels.push_back(level(pixel));
+    levels.push_back(static_cast<std::uint16_t>(isTurned ? 0 : kTop));
+    // With two entries less than steps, rounding leaves out those behind a quarter and three quarters.
+    if (high - low > kTop) {
+        levels.erase(levels.begin() + 49153);
+        levels.erase(levels.begin() + 16385);
+    }
+
+    DicomDataSet table;
+    table.elements[tag::kPresentationLutSequence] = LevelTable(levels, "window");
+    init_ends(low, high);
+    m_Params.SetMapperPvLut(new Mapper_Pval(MakeMessage(table).get()));
+    m_WindowInLevels = window;
+    m_Asked = ModalityWindow{window.Center(), window.Width()};
+}
+
 /// The ramp from `low` to `high` in modality units. Where these, or the stored values that they stand for,
-/// are not whole, the ends are the next whole stored values: up to half a stored value moved up, which a
-/// window of fewer than about 128 stored values shows as more than one level.
+/// are not whole, the ends are the next whole stored values.
 void OpenedImage::set_ends(double low, double high) {
     const auto is_whole = [](double value) { return value == std::floor(value); };
-    double from = (low - m_Rescale.intercept) / m_Rescale.slope,
-           to = (high - m_Rescale.intercept) / m_Rescale.slope;
-    const double first = Raster().m_bSigned ? -std::ldexp(1.0, Raster().m_BitsPerPixel - 1) : 0.0;
+    auto [from, to] = m_Rescale.StoredRange({low, high});
     m_Asked = ModalityWindow{low / 2.0 + high / 2.0, high - low};
-    const bool isExact = !File().IsReduced() && m_Rescale.slope > 0.0 && from >= first && is_whole(low) &&
-                         is_whole(high) && is_whole(from) && is_whole(to) && is_whole(m_Rescale.intercept) &&
+    const bool isExact = !File().IsReduced() && m_Rescale.slope > 0.0 && from >= raster_first() &&
+                         is_whole(low) && is_whole(high) && is_whole(from) && is_whole(to) &&
+                         is_whole(m_Rescale.intercept) &&
                          m_Rescale.slope == static_cast<double>(static_cast<float>(m_Rescale.slope));
     if (isExact) {
         from = low, to = high;
     } else {
         change_to_stored_values();
-        if (from > to) std::swap(from, to);
-        constexpr double kNoise = 1e-6;
         const bool isAtPixel = std::fabs(from - std::round(from)) <= kNoise;
         from = std::ceil(from - kNoise), to = std::ceil(to - kNoise);
         // A step: black up to and with its value, white from the next one on; where the values fall, white
@@ -538,11 +620,15 @@ void OpenedImage::set_ends(double low, double high) {
             if (low == high && isAtPixel && m_Rescale.slope > 0.0) to += 1.0;
             from = to - 1.0;
         }
-        // A table moves ends below its first entry up by one.
-        for (double* const end : {&from, &to}) *end -= *end < first ? 1.0 : 0.0;
     }
     // The value of a step is still black.
     if (to <= from) to = from + 1.0;
+    init_ends(from, to);
+}
+
+void OpenedImage::init_ends(double from, double to) {
+    // In stored values a table moves ends below its first entry up by one.
+    for (double* const end : {&from, &to}) *end -= !m_bUseRescale && *end < raster_first() ? 1.0 : 0.0;
     m_Params.SetVoiLutSelection(-1, false);
     m_Params.InitCenter(truncated((from + to) / 2.0));
     m_Params.InitWidth(truncated(to - from));
@@ -552,21 +638,38 @@ void OpenedImage::set_ends(double low, double high) {
     m_bEndsCount = true;
 }
 
+/// A presentation LUT knows no gamma: the ends become whole.
+void OpenedImage::show_gamma() {
+    if (!m_WindowInLevels || File().DataSet().Has(tag::kPresentationLutSequence)) return;
+    const ExactWindow window = *m_WindowInLevels;
+    leave_ends();
+    change_to_modality_values();
+    if (window.isSigmoid) {
+        m_Params.SetVoiLutSelection(0, false);
+    } else {
+        set_ends(window.low, window.high);
+    }
+}
+
 void OpenedImage::leave_ends() {
     if (!m_bEndsCount) return;
     m_bEndsCount = false;
     m_Params.SetMinMaxScaleMode(m_bOwnMinMaxMode);
+    if (!m_WindowInLevels) return;
+    m_WindowInLevels.reset();
+    m_Params.SetMapperPvLut(new Mapper_Pval(&Message()));
 }
 
 void OpenedImage::lay_display_parameters(const SavedPresentation& file) {
     OBJ_Msg saved(*file.msg);
-    leave_ends();
     m_SavedRegions = file.regions;
     // A preset that is configured is applied here, since the library has no way to show it in stored values.
     const std::string modality = refhost::ToUtf8(m_Modality.GetModalityName());
     const std::string preset = saved_preset(saved, modality);
     if (!preset.empty()) saved.Remove(Dicom_Dictionary::MIREL_WINDOWING_PRESET);
     ModalityWindow before{ModalityCenter(), ModalityWidth()};
+    const bool hasStateWindow = m_bEndsCount;
+    leave_ends();
     // Display parameters are saved with rescale in use.
     change_to_modality_values();
     KIT_BaseParamsVec view(L"zev");
@@ -598,6 +701,10 @@ void OpenedImage::lay_display_parameters(const SavedPresentation& file) {
     } else if (map != nullptr && map != m_AsOpened.colourMap && map->GetIsSUVType() && can_show_suv()) {
         m_WindowSource = WindowSource::kColourMapSuv;
         use_stored_values_for_fractions();
+    } else if (hasStateWindow && m_Params.GetVoiLutSelection() <= 0 &&
+               !has(Dicom_Dictionary::MIREL_WINDOWING_PRESET)) {
+        show_state_window();
+        if (m_Params.GammaExistAndNotNaturalValue()) show_gamma();
     } else if (has(Dicom_Dictionary::MIREL_SELECTED_WINDOWING)) {
         m_WindowSource = WindowSource::kSaved;
         use_stored_values_for_fractions();
@@ -797,6 +904,7 @@ void OpenedImage::apply(const PresentationOptions& options) {
     }
     if (options.gamma) {
         if (!ZEV_Params::IsValidGamma(*options.gamma)) throw UsageError("--gamma: not from 0.1 to 5");
+        show_gamma();
         m_Params.SetGamma(*options.gamma);
     }
     if (options.invert) m_Params.SetInverse(!m_Params.IsInverse());

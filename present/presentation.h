@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "applied_state.h"
 #include "ddp_file.h"
 #include "io/dicom_file.h"
 #include "io/presentation_state.h"
@@ -68,6 +69,8 @@ struct Rescale {
     double Value(double stored) const { return stored * slope + intercept; }
     /// The smaller end first, whatever the sign of the slope.
     std::pair<double, double> Range(const std::pair<double, double>& stored) const;
+    /// The other way, for a slope other than 0.
+    std::pair<double, double> StoredRange(const std::pair<double, double>& values) const;
     ModalityWindow Window(const StoredWindow& stored) const;
     /// To the nearest whole numbers, the width at least 1. The slope is not 0.
     StoredWindow Stored(const ModalityWindow& window) const;
@@ -177,6 +180,9 @@ public:
     double ModalityWidth();
     /// The ends of the window count, as a presentation state gives them, not centre and width.
     bool EndsCount() const { return m_bEndsCount; }
+    /// The window of the presentation state, where levels are worked out from it for each stored value: the
+    /// table is drawn through a presentation LUT that has them, in which the state's own is contained.
+    const std::optional<ExactWindow>& WindowInLevels() const { return m_WindowInLevels; }
     /// The direction of the table as it is with rescale in use.
     bool ModalityInverse();
 
@@ -222,7 +228,15 @@ private:
     void choose_units(ModalityWindow& window);
     void keep_saved_window();
     void apply_state();
+    void show_state_window();
+    /// The stored values that the raster can have.
+    int raster_first() const;
+    int raster_size() const;
+    bool shows_as_whole(const ExactWindow& window) const;
+    void show_levels(const ExactWindow& window);
     void set_ends(double low, double high);
+    void init_ends(double from, double to);
+    void show_gamma();
     void leave_ends();
     void show_saved_window(ModalityWindow window);
     void lay_display_parameters(const SavedPresentation& saved);
@@ -253,6 +267,7 @@ private:
     /// The ends of the window count, as the presentation state has them; the mode is the image's own else.
     bool m_bEndsCount = false;
     bool m_bOwnMinMaxMode = false;
+    std::optional<ExactWindow> m_WindowInLevels;
 };
 
 /// Reads the presentation states that the options name, for all images that are opened with them. Throws

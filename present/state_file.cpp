@@ -1,8 +1,8 @@
 #include "state_file.h"
 
 #include <ZEV/ZEV_ColorMap.h>
-#include <ZEV/ZEV_WindowingTable.h>
 
+#include <refhost/Unicode.h>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -17,6 +17,7 @@
 #include "io/number.h"
 #include "io/present_error.h"
 #include "io/srgb_profile.h"
+#include "level_table.h"
 #include "message_elements.h"
 #include "region_view.h"
 #include "renderer.h"
@@ -34,15 +35,6 @@ constexpr double kWideWindow = 256.0;
 /// Below this rescale slope 16 characters do not hold one half and a pixel value together.
 constexpr double kFinestLinear = 1e-4;
 
-void put_words(DicomDataSet& set, std::uint32_t tag, const char* vr, const std::vector<int>& words) {
-    std::string bytes;
-    for (const int word : words) {
-        bytes += static_cast<char>(word & 0xFF);
-        bytes += static_cast<char>(word >> 8 & 0xFF);
-    }
-    set.elements[tag] = DicomElement{vr, bytes, {}};
-}
-
 void put_longs(DicomDataSet& set, std::uint32_t tag, const std::vector<long>& longs) {
     std::string bytes;
     for (const long number : longs) {
@@ -51,55 +43,43 @@ void put_longs(DicomDataSet& set, std::uint32_t tag, const std::vector<long>& lo
     set.elements[tag] = DicomElement{"SL", bytes, {}};
 }
 
-/// A lookup table of 256 levels as a sequence of one item. Entries of 16 bits leave no doubt how they are
-/// packed.
-DicomElement level_table(const std::vector<std::uint8_t>& entries, const std::string& explanation) {
-    DicomDataSet item;
-    put_words(item, tag::kLutDescriptor, "US", {static_cast<int>(entries.size() % kMostEntries), 0, 16});
-    item.PutText(DicomTag(0x0028, 0x3003), "LO", explanation);
-    std::string data;
-    for (const std::uint8_t entry : entries) data.append(2, static_cast<char>(entry));
-    item.elements[tag::kLutData] = DicomElement{"OW", data, {}};
-    return DicomElement{"SQ", "", {item}};
-}
+/// A level of 8 bits in 16.
+std::uint16_t wide(int level) { return static_cast<std::uint16_t>(level * 257); }
 
-/// The levels of the pixel values of an unsigned raster on a ramp from `low` to `high` with a gamma: of the
-/// true colour table itself.
-std::vector<std::uint8_t> ramp_levels(int low, int high, float gamma, int bits = 16) {
+/// What gamma makes of each of the 256 levels, by the true colour table itself.
+std::array<std::uint8_t, kGreys> gamma_levels(float gamma) {
+    constexpr int kFine = 65536;
     refhost::MemoryContext context(kGreys, {});
-    refhost::MemoryRaster source(1, 1, bits, false), target(1, 1, 8, false);
+    refhost::MemoryRaster source(1, 1, 16, false), target(1, 1, 8, false);
     target.m_PixelFormat = refhost::MemoryRaster::kTrueColor;
     ZEV_Params params;
     params.SetMinMaxScaleMode(true);
-    // The table moves ends below its first entry up by one.
-    params.SetWindowMin(low < 0 ? low - 1 : low);
-    params.SetWindowMax(high < 0 ? high - 1 : high);
-    params.SetGamma(gamma);
-    const std::unique_ptr<ZEV_AbstractWindowingTable> table(
-        params.BuildTable(ZEV_TableParams(nullptr, &context, &source, &target, KIT_Rect())));
-    auto* const bytes = dynamic_cast<ZEV_WindowingTable<unsigned short, unsigned char>*>(table.get());
-    if (bytes == nullptr || bytes->GetTable() == nullptr) throw std::bad_alloc();
-    return {bytes->GetTable(), bytes->GetTable() + (1 << bits)};
-}
-
-/// What gamma makes of each of the 256 levels.
-std::array<std::uint8_t, kGreys> gamma_levels(float gamma) {
-    constexpr int kFine = 65535;
-    const std::vector<std::uint8_t> natural = ramp_levels(0, kFine, ZEV_Params::kGammaNatural),
-                                    curved = ramp_levels(0, kFine, gamma);
+    params.SetWindowMin(0);
+    params.SetWindowMax(kFine - 1);
+    const auto levels_with = [&](float value) {
+        params.SetGamma(value);
+        std::unique_ptr<ZEV_AbstractWindowingTable> table(
+            params.BuildTable(ZEV_TableParams(nullptr, &context, &source, &target, KIT_Rect())));
+        if (table == nullptr) throw std::bad_alloc();
+        return TableBytes(*table, source, 8);
+    };
+    const std::vector<std::uint8_t> natural = levels_with(ZEV_Params::kGammaNatural),
+                                    curved = levels_with(gamma);
     std::array<std::uint8_t, kGreys> levels{};
-    for (std::size_t i = 0; i < natural.size(); ++i) levels[natural[i]] = curved[i];
+    for (std::size_t i = 0; i < kFine; ++i) levels[natural[i]] = curved[i];
     return levels;
 }
 
 class Writer {
 public:
     Writer(OpenedImage& image, const std::string& path)
-        : m_Image(image),
-          m_Path(path),
-          m_Own(image.File().OwnDataSet()),
-          m_Source(DescribeTable(image)),
-          m_Set(IdentificationOf(m_Own)) {}
+        : m_Image(image), m_Path(path), m_Own(image.File().OwnDataSet()), m_Source(DescribeTable(image)) {
+        // Texts of the image, of the state that was applied, and of the user meet in one character set.
+        PutInUtf8(m_Own);
+        m_From = image.State() == nullptr ? m_Own : image.State()->set;
+        PutInUtf8(m_From);
+        m_Set = IdentificationOf(m_Own);
+    }
 
     std::string Encode(const ViewOptions& view, const StateTexts& texts) {
         put_identity(texts);
@@ -114,6 +94,8 @@ public:
             put_levels();
         }
         keep_drawings();
+        m_Set.PutText(tag::kSpecificCharacterSet, "CS", "ISO_IR 192");
+        PutInUtf8(m_Set);
         return EncodeDicomFile(m_Set);
     }
 
@@ -139,7 +121,10 @@ private:
     }
 
     static void require_length(const char* option, const std::string& text, std::size_t longest) {
-        if (text.size() > longest)
+        const std::wstring wide = refhost::FromUtf8(text);
+        if (refhost::ToUtf8(wide.data(), wide.size()) != text)
+            throw UsageError(std::string(option) + ": is not UTF-8");
+        if (wide.size() > longest)
             throw UsageError(std::string(option) + ": has more than " + std::to_string(longest) +
                              " characters");
         for (const char sign : text) {
@@ -159,7 +144,7 @@ private:
         image.PutText(tag::kReferencedSopClass, "UI", m_Own.Text(tag::kSopClass));
         image.PutText(tag::kReferencedSopInstance, "UI", instance);
         // Other frames may have a window of their own.
-        if (m_Own.Has(tag::kPerFrameFunctionalGroups))
+        if (m_Own.Has(tag::kPerFrameFunctionalGroups) || state_varies())
             image.PutText(tag::kReferencedFrameNumber, "IS", std::to_string(m_Image.File().Frame() + 1));
         m_Reference = DicomElement{"SQ", "", {image}};
         DicomDataSet series;
@@ -168,9 +153,25 @@ private:
         m_Set.elements[tag::kReferencedSeries] = DicomElement{"SQ", "", {series}};
     }
 
+    /// The state that was applied does not say the same of every frame.
+    bool state_varies() const {
+        const PresentationState* const state = m_Image.State();
+        const std::string instance = m_Own.Text(tag::kSopInstance);
+        const auto of = [&](int frame) {
+            return std::make_tuple(state->RefersTo(instance, frame), state->VoiLut(instance, frame),
+                                   state->DisplayedArea(instance, frame));
+        };
+        for (int frame = 0; state != nullptr && frame < m_Image.File().Frames(); ++frame) {
+            if (of(frame) != of(m_Image.File().Frame())) return true;
+        }
+        return false;
+    }
+
     /// The part of the image on the screen, in whole pixels.
     void put_area(const ViewOptions& view) {
-        const Placement placement = PlaceImage(m_Image, view);
+        Placement placement = PlaceImage(m_Image, view);
+        int rotation = static_cast<int>(std::lround(placement.space.GetRotation() / 90.0)) * 90;
+        placement.space.SetRotation(rotation);
         const SPC_Affine toImage = placement.space.GetScreen2Raster();
         double left = toImage.X(0.0, 0.0), top = toImage.Y(0.0, 0.0),
                right = toImage.X(placement.width, placement.height),
@@ -184,8 +185,10 @@ private:
         }
         // The corners are those on the screen: of a flipped image the first has the larger number.
         const auto corners = [](double from, double to) {
-            const long a = std::lround(from), b = std::lround(to);
-            return a < b ? std::make_pair(a + 1, b) : std::make_pair(a, b + 1);
+            long low = std::lround(std::min(from, to)), high = std::lround(std::max(from, to));
+            // Part of a pixel is that pixel.
+            if (low == high) low = static_cast<long>(std::floor((from + to) / 2.0)), high = low + 1;
+            return from < to ? std::make_pair(low + 1, high) : std::make_pair(high, low + 1);
         };
         const auto [firstX, lastX] = corners(left, right);
         const auto [firstY, lastY] = corners(top, bottom);
@@ -207,7 +210,6 @@ private:
         put_pixel_size(view, area);
         m_Set.elements[tag::kDisplayedAreaSequence] = DicomElement{"SQ", "", {area}};
 
-        int rotation = static_cast<int>(std::lround(placement.space.GetRotation() / 90.0)) * 90;
         const bool across = placement.space.IsFlippedHorizontally(),
                    down = placement.space.IsFlippedVertically();
         // A flip downward is one across and half a turn. A state turns first and flips then.
@@ -246,8 +248,7 @@ private:
     }
 
     void put_modality() {
-        const DicomDataSet& from = m_Image.State() == nullptr ? m_Own : m_Image.State()->set;
-        if (const DicomElement* const table = from.Find(tag::kModalityLutSequence);
+        if (const DicomElement* const table = m_From.Find(tag::kModalityLutSequence);
             table != nullptr && !table->items.empty()) {
             DicomDataSet item;
             for (const std::uint32_t tag :
@@ -255,10 +256,11 @@ private:
                 if (const DicomElement* const element = table->items.front().Find(tag))
                     item.elements[tag] = *element;
             }
+            if (!item.Has(DicomTag(0x0028, 0x3004))) item.PutText(DicomTag(0x0028, 0x3004), "LO", "US");
             m_Set.elements[tag::kModalityLutSequence] = DicomElement{"SQ", "", {item}};
-        } else if (from.Has(tag::kRescaleSlope) || from.Has(tag::kRescaleIntercept)) {
+        } else if (m_From.Has(tag::kRescaleSlope) || m_From.Has(tag::kRescaleIntercept)) {
             const auto text = [&](std::uint32_t tag, const char* absent) {
-                const std::string value = from.Text(tag);
+                const std::string value = m_From.Text(tag);
                 return value.empty() ? std::string(absent) : value;
             };
             m_Set.PutText(tag::kRescaleIntercept, "DS", text(tag::kRescaleIntercept, "0"));
@@ -279,7 +281,9 @@ private:
             params.GetVoiLutManager()->SetVOILUT(&table, entry, params.GetCenter(), params.GetWidth(), name);
             const Dicom_Type* const sequence = table.Get(Dicom_Tag(tag::kVoiLutSequence));
             if (sequence == nullptr) throw PresentError(m_Path, "cannot be written: the VOI LUT is too wide");
-            item.elements[tag::kVoiLutSequence] = ToElement(tag::kVoiLutSequence, *sequence, m_Path);
+            DicomElement& element = item.elements[tag::kVoiLutSequence];
+            element = ToElement(tag::kVoiLutSequence, *sequence, m_Path);
+            Recode(element, m_Image.File().DataSet().Text(tag::kSpecificCharacterSet), "");
         } else if (entry != nullptr) {
             put_numbers(item, m_Image.ModalityCenter(), m_Image.ModalityWidth(), "SIGMOID");
         } else {
@@ -301,11 +305,10 @@ private:
 
     void put_ramp(DicomDataSet& item) {
         const Rescale& rescale = m_Image.GetRescale();
-        if (has_gamma() && !has_colours() && is_very_wide()) {
-            const double from = rescale.Value(raster_first()),
-                         to = rescale.Value(raster_first() + raster_size());
-            put_ends(item, from, to);
-            return;
+        if (const auto& window = m_Image.WindowInLevels()) {
+            if (window->isSigmoid) return put_numbers(item, window->Center(), window->Width(), "SIGMOID");
+            if (window->Width() == 0.0) return put_numbers(item, window->low + 0.5, 1.0, "LINEAR");
+            return put_ends(item, window->low, window->high);
         }
         if (m_Source.high <= m_Source.low) {
             // A step: white from the second end on.
@@ -313,8 +316,9 @@ private:
             put_numbers(item, step + 0.5, 1.0, "LINEAR");
             return;
         }
-        const double from = rescale.Value(m_Source.low), to = rescale.Value(m_Source.high);
-        put_ends(item, from, to);
+        const auto [low, high] =
+            has_painted_table() ? table_ends() : std::make_pair(m_Source.low, m_Source.high);
+        put_ends(item, rescale.Value(low), rescale.Value(high));
     }
 
     /// LINEAR counts in whole modality units, and loses small fractions of them.
@@ -343,7 +347,16 @@ private:
     bool has_gamma() {
         return m_Source.kind == ZEV_TableSource::kRamp && m_Image.Params().GammaExistAndNotNaturalValue();
     }
-    bool has_level_table() { return has_gamma() || m_Source.kind == ZEV_TableSource::kPresentationLut; }
+    bool has_own_table() {
+        return m_Image.File().DataSet().FirstItem(tag::kPresentationLutSequence) != nullptr;
+    }
+    bool has_level_table() { return has_gamma() || has_own_table(); }
+    /// A table of what is drawn: for gamma, and for a Presentation LUT of the image, outside whose window the
+    /// library has black and white, a state the ends of the table.
+    bool has_painted_table() {
+        if (has_colours() || m_Image.WindowInLevels()) return false;
+        return has_own_table() ? curve() == nullptr : has_gamma();
+    }
     /// The ramp rises with the stored values, and these fall as the modality values of a state rise.
     bool is_falling() const {
         const bool isRamp =
@@ -362,10 +375,10 @@ private:
         }
         const bool isInverse = m_Source.inverse != is_falling();
         m_Set.PutText(tag::kSopClass, "UI", kGrayscaleClass);
-        if (m_Source.kind == ZEV_TableSource::kPresentationLut) {
+        if (has_painted_table()) {
+            put_painted_table();
+        } else if (has_own_table()) {
             put_presentation_table(isInverse);
-        } else if (has_gamma()) {
-            put_gamma();
         } else {
             m_Set.PutText(tag::kPresentationLutShape, "CS", isInverse ? "INVERSE" : "IDENTITY");
         }
@@ -374,78 +387,68 @@ private:
     /// The table is drawn as it is when the inversion agrees with its direction, else with its outputs
     /// reversed.
     void put_presentation_table(bool isInverse) {
-        const DicomElement* const sequence = m_Image.File().DataSet().Find(tag::kPresentationLutSequence);
-        if (sequence == nullptr || sequence->items.empty())
-            throw PresentError(m_Path, "cannot be written: the Presentation LUT is gone");
+        const DicomDataSet& own = *m_From.FirstItem(tag::kPresentationLutSequence);
         DicomDataSet item;
         for (const std::uint32_t tag : {tag::kLutDescriptor, DicomTag(0x0028, 0x3003), tag::kLutData}) {
-            if (const DicomElement* const element = sequence->items.front().Find(tag))
-                item.elements[tag] = *element;
+            if (const DicomElement* const element = own.Find(tag)) item.elements[tag] = *element;
         }
         const StoredTable table = ReadStoredTable(item, tag::kLutDescriptor, tag::kLutData, false);
         if (table.entries.empty())
             throw PresentError(m_Path, "cannot be written: the Presentation LUT is damaged");
         if (isInverse != (table.entries.back() < table.entries.front())) {
             const int top = (1 << table.bits) - 1;
-            std::vector<int> reversed;
-            for (const std::uint16_t entry : table.entries) reversed.push_back(top - entry);
-            put_words(item, tag::kLutDescriptor, "US",
-                      {static_cast<int>(table.entries.size() % kMostEntries), 0, table.bits});
-            put_words(item, tag::kLutData, "OW", reversed);
+            std::vector<std::uint16_t> reversed;
+            for (const std::uint16_t entry : table.entries)
+                reversed.push_back(static_cast<std::uint16_t>(top - entry));
+            PutWords(item, tag::kLutDescriptor, "US",
+                     {static_cast<std::uint16_t>(table.entries.size()), 0,
+                      static_cast<std::uint16_t>(table.bits)});
+            PutWords(item, tag::kLutData, "OW", reversed);
         }
         m_Set.elements[tag::kPresentationLutSequence] = DicomElement{"SQ", "", {item}};
     }
 
     int raster_size() { return 1 << m_Image.Raster().m_BitsPerPixel; }
     int raster_first() { return m_Image.Raster().m_bSigned ? -raster_size() / 2 : 0; }
-    /// No table has an entry for each position of the ramp.
-    bool is_very_wide() const {
-        return static_cast<double>(m_Source.high) - m_Source.low >= static_cast<double>(kMostEntries);
+    /// The stored values from black to white; of a ramp that is wider than a table, the raster's.
+    std::pair<int, int> table_ends() {
+        const int high = m_Source.high;
+        const std::int64_t low = std::int64_t{std::min(m_Source.low, high - 1)} - (has_gamma() ? 0 : 1);
+        if (high - low < static_cast<std::int64_t>(kMostEntries)) return {static_cast<int>(low), high};
+        return {raster_first(), raster_first() + raster_size() - 1};
     }
 
-    /// One entry for each position of the ramp and one between any two of them, so that it makes no
-    /// difference whether a reader rounds or truncates. Of a very wide ramp an entry for each stored value,
-    /// and the window is their range.
-    void put_gamma() {
-        const float curve = m_Image.Params().GetGamma();
-        std::vector<std::uint8_t> levels;
-        if (is_very_wide()) {
-            levels = ramp_levels(m_Source.low - raster_first(), m_Source.high - raster_first(), curve,
-                                 m_Image.Raster().m_BitsPerPixel);
-            levels.push_back(kTopGrey);
-            // One more than a table holds: rounding passes over the one behind the middle.
-            if (levels.size() > kMostEntries) levels.erase(levels.begin() + kMostEntries / 2 + 1);
-        } else {
-            const int width = std::max(1, m_Source.high - m_Source.low);
-            levels = ramp_levels(0, width, curve);
-            levels.push_back(kTopGrey);
-            levels.resize(static_cast<std::size_t>(width) + 1);
+    /// One entry for each stored value from end to end, and one between any two of them, so that it makes no
+    /// difference whether a reader rounds or truncates.
+    void put_painted_table() {
+        const auto [low, high] = table_ends();
+        const std::vector<std::uint8_t> painted =
+            TableBytes(*BuildTable(m_Image, TableTarget{TableTarget::kTrueColour, 8}), m_Image.Raster(), 8);
+        const int last = high - low, times = 2 * last < static_cast<int>(kMostEntries) ? 2 : 1;
+        std::vector<std::uint16_t> entries;
+        for (int i = 0; i <= times * last; ++i) {
+            const int step = (i + times - 1) / times, pixel = is_falling() ? high - step : low + step;
+            const int index = std::clamp(pixel - raster_first(), 0, raster_size() - 1);
+            entries.push_back(wide(painted[static_cast<std::size_t>(index)]));
         }
-        const std::size_t last = levels.size() - 1, times = 2 * last + 1 <= kMostEntries ? 2 : 1;
-        std::vector<std::uint8_t> entries(times * last + 1);
-        for (std::size_t i = 0; i < entries.size(); ++i) {
-            const std::size_t position = (i + times - 1) / times;
-            entries[i] = shown(levels[is_falling() ? last - position : position]);
-        }
-        char gamma[40];
-        std::snprintf(gamma, sizeof gamma, "gamma %.4g", double{m_Image.Params().GetGamma()});
-        m_Set.elements[tag::kPresentationLutSequence] = level_table(entries, gamma);
+        char text[40] = "levels";
+        if (has_gamma()) std::snprintf(text, sizeof text, "gamma %.4g", double{m_Image.Params().GetGamma()});
+        m_Set.elements[tag::kPresentationLutSequence] = LevelTable(entries, text);
     }
 
     void put_palette(const ZEV_ColorMap& map) {
         m_Set.PutText(tag::kSopClass, "UI", kPseudoColourClass);
         const std::array<std::uint8_t, kGreys> levels =
             gamma_levels(has_gamma() ? m_Image.Params().GetGamma() : ZEV_Params::kGammaNatural);
-        std::string channels[3];
+        std::vector<std::uint16_t> channels[3];
         for (std::size_t i = 0; i < levels.size(); ++i) {
             const std::uint8_t level = shown(levels[is_falling() ? levels.size() - 1 - i : i]);
             const int colour = map.TransformColor(level).toRGB();
-            for (int c = 0; c < 3; ++c)
-                channels[c].append(2, static_cast<char>(colour >> (16 - 8 * c) & 0xFF));
+            for (int c = 0; c < 3; ++c) channels[c].push_back(wide(colour >> (16 - 8 * c) & 0xFF));
         }
         for (unsigned c = 0; c < 3; ++c) {
-            put_words(m_Set, tag::kPaletteDescriptor + c, "US", {kGreys, 0, 16});
-            m_Set.elements[tag::kPaletteData + c] = DicomElement{"OW", channels[c], {}};
+            PutWords(m_Set, tag::kPaletteDescriptor + c, "US", {kGreys, 0, 16});
+            PutWords(m_Set, tag::kPaletteData + c, "OW", channels[c]);
         }
         put_profile();
     }
@@ -466,18 +469,42 @@ private:
             m_Set.elements[DicomTag(0x0070, 0x0060)] = DicomElement{"SQ", "", {layer}};
             return;
         }
-        for (const auto& [tag, element] : m_Image.State()->set.elements) {
+        for (const auto& [tag, element] : m_From.elements) {
             const unsigned group = tag >> 16;
             const bool isShutter = tag >= DicomTag(0x0018, 0x1600) && tag <= DicomTag(0x0018, 0x1624);
             const bool isOverlay = group >= 0x6000 && group <= 0x601E;
             const bool isAnnotation = tag == DicomTag(0x0070, 0x0001) || tag == DicomTag(0x0070, 0x0060);
             if (isShutter || isOverlay || isAnnotation) m_Set.elements[tag] = element;
         }
+        keep_own_annotations();
+    }
+
+    /// Those of other images, to which the new state does not refer, are left out.
+    void keep_own_annotations() {
+        const auto found = m_Set.elements.find(DicomTag(0x0070, 0x0001));
+        if (found == m_Set.elements.end()) return;
+        const std::string instance = m_Own.Text(tag::kSopInstance);
+        const auto is_foreign = [&](const DicomDataSet& image) {
+            return image.Text(tag::kReferencedSopInstance) != instance;
+        };
+        std::vector<DicomDataSet> own;
+        for (DicomDataSet& item : found->second.items) {
+            if (item.FirstItem(tag::kReferencedImages) != nullptr) {
+                std::vector<DicomDataSet>& images = item.elements[tag::kReferencedImages].items;
+                images.erase(std::remove_if(images.begin(), images.end(), is_foreign), images.end());
+                if (images.empty()) continue;
+            }
+            own.push_back(item);
+        }
+        found->second.items = own;
+        if (own.empty()) m_Set.elements.erase(found);
     }
 
     OpenedImage& m_Image;
     const std::string& m_Path;
     DicomDataSet m_Own;
+    /// What has the tables and drawings: the state that was applied, else the image.
+    DicomDataSet m_From;
     ZEV_TableSource m_Source;
     DicomDataSet m_Set;
     DicomElement m_Reference;
@@ -495,12 +522,14 @@ LostInState FindLostInState(OpenedImage& image, const PresentationOptions& prese
     LostInState found;
     if (!AllRegions(image, view).empty()) found.keptInParameters.push_back("the regions");
     if (presentation.automatic) found.keptInParameters.push_back("that the window is to be measured");
-    const double rotation = PlaceImage(image, view).space.GetRotation();
+    const Placement placement = PlaceImage(image, view);
+    const double rotation = placement.space.GetRotation();
     if (std::remainder(rotation, 90.0) != 0.0)
         found.lost.push_back("the rotation by " + NumberText(rotation) + " degrees");
+    if (view.smooth && !placement.isPlain) found.lost.push_back("the interpolation between pixels");
     const ZEV_ColorMap* const map = image.Params().GetColorMap();
     if (!image.File().IsColour() && map != nullptr && !map->IsDummy() &&
-        DescribeTable(image).kind == ZEV_TableSource::kPresentationLut)
+        image.File().DataSet().FirstItem(tag::kPresentationLutSequence) != nullptr)
         found.lost.push_back("the Presentation LUT under the colour map");
     if (image.Supplement() != nullptr) found.lost.push_back("the supplemental palette");
     return found;

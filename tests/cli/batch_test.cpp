@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include "cli/batch_inputs.h"
+#include "io/image_support.h"
 #include "program_support.h"
 
 namespace {
@@ -24,6 +25,11 @@ protected:
         std::string& pixels = cine.elements[tag::kPixelData].bytes;
         pixels += std::string(12, '\7') + pixels + pixels.substr(0, 4);
         support::WriteImage("cine.dcm", cine);
+        std::vector<std::uint32_t> header(16);
+        header[0] = 1, header[1] = 64;
+        const std::string frame = support::BytesOf(header, 4) + '\x0F' + std::string(16, '\5');
+        support::WriteFile("partly.dcm", support::Encoded(cine, "1.2.840.10008.1.2.5",
+                                                          support::Fragments("", {"??", frame, frame})));
         fs::copy("in/a", "a-2.dcm");
         support::WriteFile("in/notes.txt", "not an image");
         support::WriteFile("list", "# two\nin/a.dcm\r\n\nin/sub/a.dcm\n");
@@ -75,6 +81,9 @@ TEST_F(Batch, Names) {
         {"cine.dcm --frame 7-9", "", "has no frame 7: its frames are 0 to 2"},
         {"cine.dcm in/a --frame 1", "cine.png", "in/a: has no frame 1: its frames are 0 to 0"},
         {"in/a.dcm --frame all", "a-f0000.png", ""},
+        {"in/a in/a.dcm --frame 2147483647", "", "has no frame 2147483647"},
+        {"partly.dcm --frame all", "partly-f0001.png partly-f0002.png", "damaged"},
+        {"partly.dcm --frame 1-2", "partly-f0001.png partly-f0002.png", ""},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.arguments);
@@ -85,6 +94,9 @@ TEST_F(Batch, Names) {
         EXPECT_EQ(outcome.err.empty(), row.failure.empty()) << outcome.err;
         fs::remove_all("out");
     }
+    // Standard input is there once.
+    for (const char* inputs : {"- -", "- @-", "@- -"})
+        EXPECT_EQ(Run(std::string("render -o out/ ") + inputs + " < in/a.dcm").status, 2) << inputs;
 }
 
 TEST_F(Batch, WrongUsageDrawsNothing) {
@@ -193,6 +205,20 @@ TEST_F(Batch, ABrokenFileAmongGoodOnesAndTheRunThatFollows) {
     EXPECT_EQ(Run(run).status, 0);
 }
 
+TEST_F(Batch, ClosedStreamsAndAFolderInThePlaceOfAPicture) {
+    const std::string program = std::string("'") + ZEV_PROGRAM + "' ";
+    Outcome outcome =
+        Run("--version; " + program + "render in -o out --report report <&- >&- 2>&-; (exit $?)");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(Names("out"), "a-2.png a.png sub/a.png");
+    EXPECT_EQ(Report().size(), 3U);
+    fs::remove("out/a.png");
+    fs::create_directory("out/a.png");
+    outcome = Run("render in -o out --resume");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("1 failed, 2 there already"), std::string::npos) << outcome.err;
+}
+
 TEST_F(Batch, WhatIsNoFileIsNotWaitedFor) {
     ASSERT_EQ(mkfifo("pipe", 0600), 0);
     support::WriteFile("list", "pipe\nmissing\nin/a.dcm\n");
@@ -213,6 +239,13 @@ TEST_F(Batch, InputsAreNotWrittenOver) {
         EXPECT_EQ(support::ReadFile("in/a.png"), before) << arguments;
         EXPECT_EQ(support::ReadFile("in/a.png.png"), before) << arguments;
     }
+    // Neither are they by the report, nor is the report.
+    EXPECT_EQ(Run("render in -o out --report in/a.png").status, 2);
+    EXPECT_EQ(support::ReadFile("in/a.png"), before);
+    EXPECT_EQ(Run("render other -o out --report report").status, 0);
+    fs::rename("report", "out/b.png");
+    EXPECT_EQ(Run("render other -o out --report out/b.png").status, 1);
+    EXPECT_EQ(Json::parse(support::Split(support::ReadFile("out/b.png"), '\n').back())["frame"], 0);
 }
 
 }  // namespace

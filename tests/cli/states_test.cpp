@@ -315,7 +315,14 @@ TEST_F(States, TheOneForTheImageAndFrameIsChosen) {
     support::WriteImage(folder + "/deep/b.dcm", newer);
     support::WriteImage(folder + "/image.dcm", set);
     support::WriteFile(folder + "/notes.txt", "nothing");
-    const std::string colourState = m_Directory / "colour-state.dcm", other5 = m_Directory / "other5.dcm";
+    const std::string colourState = m_Directory / "colour-state.dcm", other5 = m_Directory / "other5.dcm",
+                      second = m_Directory / "second";
+    DicomDataSet ofSecond = state();
+    ofSecond.elements[tag::kReferencedSeries].items[0].elements[tag::kReferencedImages] =
+        sequence({reference(kInstance, "2")});
+    ofSecond.elements[DicomTag(0x0028, 0x6100)] = sequence({});
+    std::filesystem::create_directory(second);
+    support::WriteImage(second + "/a.dcm", ofSecond);
     support::WriteImage(colourState, state("COLOUR", "120000", 2));
     support::WriteImage(other5, state("BLEND", "120000", 4));
     const struct {
@@ -329,6 +336,9 @@ TEST_F(States, TheOneForTheImageAndFrameIsChosen) {
         {"none in the folder", other + " --gsps " + folder, 0, "0", "is for this image"},
         {"another image's", other + " --gsps " + folder + "/a.dcm", 1, "", "belongs to another image"},
         {"another image's, forced", other + " --force --gsps " + folder + "/a.dcm", 0, "20", ""},
+        {"other frames'", image + " --gsps " + second + "/a.dcm", 1, "", "is for other frames of this image"},
+        {"other frames', of a folder", image + " --gsps " + second, 0, "0", "is for this frame"},
+        {"of the frame alone", image + " --frame 1 --gsps " + second, 0, "0", "the mask subtraction of"},
         {"an image", image + " --force --gsps " + image, 1, "", "is not a presentation state"},
         {"of another kind", image + " --force --gsps " + other5, 1, "", "Blending"},
         {"not there", image + " --gsps none.dcm", 1, "", "No such file"},
@@ -352,9 +362,10 @@ TEST_F(States, TheOneForTheImageAndFrameIsChosen) {
     }
 }
 
-/// PS3.3 C.11.2.1: what is drawn for each stored value, within a level, where the ends of the window are
-/// whole stored values.
+/// PS3.3 C.11.2.1: what is drawn for each stored value, within a level. With "LUT" as its shape a state has a
+/// Presentation LUT that leads neither from black nor to white.
 TEST_F(States, WindowsAreThoseOfTheStandard) {
+    const std::vector<std::uint8_t> lut = {9, 50, 20, 200, 100};
     const struct {
         const char *name, *center, *width, *function, *slope, *intercept, *shape;
     } cases[] = {
@@ -371,6 +382,15 @@ TEST_F(States, WindowsAreThoseOfTheStandard) {
         {"beyond the pixels", "-40", "100", "LINEAR", "1", "0", "IDENTITY"},
         {"wide, ends between values", "100", "201", "LINEAR", "1", "0", "IDENTITY"},
         {"sigmoid", "100", "50", "SIGMOID", "1", "0", "IDENTITY"},
+        {"narrow", "100.3", "2.3", "LINEAR", "1", "0", "IDENTITY"},
+        {"narrow, falling, inverse", "100.3", "3.1", "LINEAR_EXACT", "-1", "200", "INVERSE"},
+        {"narrow, beyond the pixels", "-3.2", "5.5", "LINEAR", "1", "0", "IDENTITY"},
+        {"narrow, before the pixels", "300.5", "5", "LINEAR", "1", "0.25", "INVERSE"},
+        {"narrow fractions", "0.2503", "0.0117", "LINEAR_EXACT", "0.001", "0.1", "IDENTITY"},
+        {"sigmoid in fractions", "0.25", "0.1", "SIGMOID", "-0.001", "0.4", "INVERSE"},
+        {"table", "100", "50", "LINEAR", "1", "0", "LUT"},
+        {"table, narrow", "100.3", "4.7", "LINEAR", "-1", "200", "LUT"},
+        {"table, beyond the pixels", "-40", "300", "LINEAR_EXACT", "1", "0", "LUT"},
     };
     const std::string image = m_Directory / "image.dcm", path = m_Directory / "state.dcm";
     support::WriteImage(image, support::Ramp("MR", {{tag::kWindowCenter, "1"}, {tag::kRescaleSlope, "7"}}));
@@ -380,12 +400,29 @@ TEST_F(States, WindowsAreThoseOfTheStandard) {
         set.elements[tag::kSoftcopyVoiLutSequence] = sequence({voi(row.center, row.width, "", row.function)});
         set.elements[tag::kRescaleSlope] = decimal(row.slope);
         set.elements[tag::kRescaleIntercept] = decimal(row.intercept);
-        set.PutText(tag::kPresentationLutShape, "CS", row.shape);
+        const bool hasLut = row.shape == std::string("LUT");
+        if (hasLut) {
+            DicomDataSet item = table(5, 8, 5);
+            item.elements[tag::kLutData].bytes.assign(lut.begin(), lut.end());
+            set.elements[tag::kPresentationLutSequence] = sequence({item});
+        } else {
+            set.PutText(tag::kPresentationLutShape, "CS", row.shape);
+        }
         support::WriteImage(path, set);
         DrawingOptions options;
         options.presentation.states = states_in(path);
         const std::vector<std::uint8_t> levels = levels_of(image, options);
         ASSERT_EQ(levels.size(), 256U);
+        // Turned over, and with a window of the user's, which leaves nothing of the state's.
+        options.presentation.invert = true;
+        const std::vector<std::uint8_t> turned = levels_of(image, options);
+        options.presentation.invert = false;
+        options.presentation.center = 0.2, options.presentation.width = 0.1;
+        const std::vector<std::uint8_t> other = levels_of(image, options);
+        set.elements.erase(tag::kSoftcopyVoiLutSequence);
+        support::WriteImage(path, set);
+        options.presentation.states = states_in(path);
+        EXPECT_EQ(other, levels_of(image, options));
         const double c = std::stod(row.center), w = std::stod(row.width);
         for (int v = 0; v < 256; ++v) {
             const double x = v * std::stod(row.slope) + std::stod(row.intercept);
@@ -401,9 +438,42 @@ TEST_F(States, WindowsAreThoseOfTheStandard) {
                                                 : (x - (c - 0.5)) / (w - 1) + 0.5;
             }
             if (row.shape == std::string("INVERSE")) y = 1.0 - y;
+            if (hasLut) y = lut[static_cast<std::size_t>(std::lround(y * 4))] / 255.0;
             EXPECT_NEAR(levels[static_cast<std::size_t>(v)], 255.0 * y, 1.65) << v;
+            EXPECT_EQ(turned[static_cast<std::size_t>(v)], 255 - levels[static_cast<std::size_t>(v)]) << v;
         }
     }
+}
+
+/// Of a table for all of 65,536 stored values two take the level of the one before.
+TEST_F(States, ATableForEveryWord) {
+    const std::string image = m_Directory / "image.dcm", path = m_Directory / "state.dcm";
+    DicomDataSet pixels = support::Ramp("MR", {});
+    std::string words, levels;
+    for (unsigned v = 0; v < 65536; ++v) {
+        for (const unsigned byte : {v & 0xFF, v >> 8}) words += static_cast<char>(byte);
+        for (const unsigned byte : {0U, v * 7919 % 251}) levels += static_cast<char>(byte);
+    }
+    pixels.elements[tag::kPixelData] = {"OW", words, {}};
+    for (const std::uint32_t tag : {tag::kRows, tag::kColumns}) pixels.PutWord(tag, "US", 256);
+    for (const std::uint32_t tag : {tag::kBitsAllocated, tag::kBitsStored}) pixels.PutWord(tag, "US", 16);
+    pixels.PutWord(tag::kHighBit, "US", 15);
+    support::WriteImage(image, pixels);
+    DicomDataSet set = state(), item = table(0, 16, 0);
+    item.elements[tag::kLutData].bytes = levels;
+    set.elements[tag::kPresentationLutSequence] = sequence({item});
+    set.elements[tag::kSoftcopyVoiLutSequence] = sequence({voi("32767.5", "65535", "", "LINEAR_EXACT")});
+    support::WriteImage(path, set);
+    DrawingOptions options;
+    options.presentation.states = states_in(path);
+    const std::vector<std::uint8_t> shown = levels_of(image, options);
+    ASSERT_EQ(shown.size(), 65536U);
+    std::vector<unsigned> wrong;
+    for (unsigned v = 0; v < 65536; ++v) {
+        const double wanted = static_cast<double>(v * 7919 % 251 * 256) * 255 / 65535;
+        if (std::fabs(shown[v] - wanted) > 0.51) wrong.push_back(v);
+    }
+    EXPECT_EQ(wrong, (std::vector<unsigned>{16384, 49152}));
 }
 
 TEST_F(States, HostileOnesGetOneLine) {
@@ -461,6 +531,7 @@ TEST_F(States, HostileOnesGetOneLine) {
         {"area without corners", with_area(area({}, {})), "no corners"},
         {"area of one number", with_area(area({1}, {16})), "no corners"},
         {"magnification 0", with_area(area({1, 1}, {16, 16}, "MAGNIFY", 0.0F)), "magnification"},
+        {"magnification 1000", with_area(area({1, 1}, {16, 16}, "MAGNIFY", 1000.0F)), "--size shows a part"},
         {"magnification 1e30", with_area(area({1, 1}, {16, 16}, "MAGNIFY", 1e30F)), "magnification"},
         {"magnification NaN", with_area(area({1, 1}, {16, 16}, "MAGNIFY", kNan)), "magnification"},
         {"true size", with_area(area({1, 1}, {16, 16}, "TRUE SIZE")), "pixel spacing"},
@@ -476,7 +547,8 @@ TEST_F(States, HostileOnesGetOneLine) {
         {"empty areas", with(tag::kDisplayedAreaSequence, sequence({})), ""},
         {"nested", with(tag::kSoftcopyVoiLutSequence, sequence({nested})), ""},
         {"sequence as text", with(tag::kSoftcopyVoiLutSequence, {"UN", "text", {}}), ""},
-        {"references of no one", with(tag::kReferencedSeries, sequence({DicomDataSet()})), "another image"},
+        {"references of no one", with(tag::kReferencedSeries, sequence({DicomDataSet()})),
+         "refers to no image"},
         {"pseudo-colour without palette", state("PSEUDO", "120000", 3), "palette"},
     };
     for (const auto& row : cases) {
@@ -502,6 +574,169 @@ TEST_F(States, HostileOnesGetOneLine) {
         } catch (const PresentError&) {
         }
     }
+}
+
+// ---- What is saved
+
+DicomDataSet saved_state(OpenedImage& image, const ViewOptions& view, const StateTexts& texts,
+                         const std::string& path) {
+    support::WriteFile(path, EncodePresentationState(image, view, texts, path));
+    return ReadDicomDataSet(path);
+}
+
+/// Corners are those on the screen, in pixels of the image, of which the parts that are shown count as whole.
+TEST_F(States, DisplayedAreasAreInWholePixels) {
+    DicomDataSet pixels = support::Ramp("MR", {});
+    PutStudy(pixels);
+    support::WriteImage(m_Directory / "image.dcm", pixels);
+    const struct {
+        const char* name;
+        double zoom, pan, rotate;
+        const char *flip, *size;
+        std::vector<double> first, last;
+        int rotation;
+    } cases[] = {
+        {"whole", 1, 0, 0, "", "", {1, 1}, {16, 16}, 0},
+        {"beyond the image", 1, 0, 0, "", "18x20", {0, -1}, {17, 18}, 0},
+        {"a quarter", 2, -16, 0, "", "16x16", {13, 13}, {20, 20}, 0},
+        {"turned", 1, 0, 90, "", "", {1, 16}, {16, 1}, 90},
+        {"flipped downward", 1, 2, 0, "v", "16x16", {-1, 18}, {14, 3}, 180},
+        {"part of one pixel", 100, 20, 0, "", "30x30", {8, 8}, {8, 8}, 0},
+        {"part of one pixel, flipped", 100, 20, 0, "h", "30x30", {9, 8}, {9, 8}, 0},
+        {"to the next quarter turn", 1, 0, 80, "", "16x16", {1, 16}, {16, 1}, 90},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        ViewOptions view;
+        view.zoom = row.zoom, view.rotate = row.rotate, view.flip = row.flip, view.size = row.size;
+        if (row.pan != 0) view.pan = {row.pan, row.pan};
+        OpenedImage image(m_Directory / "image.dcm", {});
+        const DicomDataSet set = saved_state(image, view, {}, m_Directory / "state.dcm");
+        const DicomDataSet& item = *set.FirstItem(tag::kDisplayedAreaSequence);
+        EXPECT_EQ(item.Numbers(tag::kDisplayedAreaTopLeft), row.first);
+        EXPECT_EQ(item.Numbers(tag::kDisplayedAreaBottomRight), row.last);
+        EXPECT_EQ(set.Word(tag::kImageRotation, 0), row.rotation);
+    }
+    OpenedImage image(m_Directory / "image.dcm", {});
+    ViewOptions view;
+    view.zoom = 2.0, view.smooth = true;
+    EXPECT_EQ(FindLostInState(image, {}, view).lost.size(), 1U);
+    // A very large area is shown as large as a picture may be.
+    DicomDataSet large = state();
+    large.elements[tag::kDisplayedAreaSequence] = sequence({area({-499999, -499999}, {500000, 500000})});
+    support::WriteImage(m_Directory / "large.dcm", large);
+    PresentationOptions options;
+    options.states = states_in(m_Directory / "large.dcm");
+    EXPECT_EQ(PlaceImage(OpenedImage(m_Directory / "image.dcm", options), {}).width, 8192);
+}
+
+/// A window of one frame is not saved for the others, nor an annotation of another image.
+TEST_F(States, WhatIsOfOneFrameRefersToIt) {
+    const std::string path = m_Directory / "image.dcm";
+    DicomDataSet pixels = support::Ramp("MR", {}), set = state();
+    PutStudy(pixels);
+    pixels.PutText(DicomTag(0x0028, 0x0008), "IS", "2");
+    pixels.elements[tag::kPixelData].bytes += pixels.elements[tag::kPixelData].bytes;
+    support::WriteImage(path, pixels);
+    const std::uint32_t annotations = DicomTag(0x0070, 0x0001);
+    for (const char* frames : {"1", "1\\2", ""}) {
+        SCOPED_TRACE(frames);
+        set.elements[tag::kSoftcopyVoiLutSequence] = sequence({voi("50", "40", frames)});
+        set.elements[annotations] = sequence({voi("", ""), voi("", "", "", "", "2.25.5"), DicomDataSet()});
+        support::WriteImage(m_Directory / "state.dcm", set);
+        PresentationOptions options;
+        options.states = states_in(m_Directory / "state.dcm");
+        OpenedImage image(path, options);
+        const DicomDataSet saved = saved_state(image, {}, {}, m_Directory / "again.dcm");
+        ASSERT_TRUE(saved.Has(annotations));
+        EXPECT_EQ(saved.Find(annotations)->items.size(), 2U);
+        EXPECT_EQ(ReadPresentationState(m_Directory / "again.dcm").RefersTo(kInstance, 1),
+                  frames != std::string("1"));
+    }
+}
+
+/// The display-parameter file beside a state keeps that the window is to be measured, the state the window.
+TEST_F(States, AutomaticWindowsStayAutomatic) {
+    const std::string image = m_Directory / "image.dcm", saved = m_Directory / "state.dcm",
+                      parameters = m_Directory / "parameters.dcm";
+    DicomDataSet pixels = support::Ramp("MR", {{tag::kWindowCenter, "40"}, {tag::kWindowWidth, "9"}});
+    PutStudy(pixels);
+    support::WriteImage(image, pixels);
+    const std::string save = "save " + image + " --auto --gsps-out " + saved;
+    EXPECT_EQ(Run(save).status, 2);
+    ASSERT_EQ(Run(save + " --ddp-out " + parameters).status, 0);
+    const std::string measured = Ask("info --json --auto " + image)["windowMin"].dump();
+    for (const auto& [options, source] :
+         {std::make_pair(" --ddp " + parameters, "automatic"), {" --gsps " + saved, "presentation-state"}}) {
+        const auto info = Ask("info --json " + image + options);
+        EXPECT_EQ(info["windowSource"], source);
+        EXPECT_EQ(info["windowMin"].dump(), measured);
+    }
+}
+
+/// Where the file has no window, but a windowing entry by its name, the state's is not touched.
+TEST_F(States, DisplayParametersWithoutAWindowLeaveIt) {
+    const std::string image = m_Directory / "image.dcm", path = m_Directory / "state.dcm",
+                      parameters = m_Directory / "parameters.dcm";
+    support::WriteImage(image, support::Ramp("MR", {{tag::kWindowCenter, "40"}, {tag::kWindowWidth, "9"}}));
+    ASSERT_EQ(Run("save " + image + " --mode 4 --ddp-out " + parameters).status, 0);
+    for (const auto& [center, width] : {std::make_pair("100", "51"), {"100.3", "2.3"}, {"100", "50"}}) {
+        DicomDataSet set = state();
+        set.elements[tag::kSoftcopyVoiLutSequence] = sequence({voi(center, width, "", "LINEAR_EXACT")});
+        support::WriteImage(path, set);
+        DrawingOptions options;
+        options.presentation.states = states_in(path);
+        const std::vector<std::uint8_t> levels = levels_of(image, options);
+        options.presentation.displayParameters = parameters;
+        EXPECT_EQ(levels_of(image, options), levels) << center;
+    }
+}
+
+/// Texts of the image, the state that was applied and the user come from three character sets.
+TEST_F(States, TextsAreSavedInOneCharacterSet) {
+    const std::uint32_t name = DicomTag(0x0010, 0x0010), explanation = DicomTag(0x0028, 0x3003);
+    const std::string path = m_Directory / "image.dcm";
+    DicomDataSet pixels = support::Ramp("MR", {}), set = state(), curve = table(256, 8, 256), softcopy;
+    PutStudy(pixels);
+    curve.PutText(explanation, "LO", "gr\xC3\xBCn");
+    softcopy.elements[tag::kVoiLutSequence] = sequence({curve});
+    set.elements[tag::kSoftcopyVoiLutSequence] = sequence({softcopy});
+    set.elements[tag::kModalityLutSequence] = sequence({curve});
+    set.PutText(tag::kSpecificCharacterSet, "CS", "ISO_IR 192");
+    support::WriteImage(m_Directory / "state.dcm", set);
+    pixels.PutText(tag::kSpecificCharacterSet, "CS", "ISO_IR 100");
+    pixels.PutText(name, "PN", "M\xFCller");
+    support::WriteImage(path, pixels);
+    PresentationOptions options;
+    options.states = states_in(m_Directory / "state.dcm");
+    OpenedImage image(path, options);
+    StateTexts texts;
+    texts.description = "gr\xC3\xBC\xC3\x9F";
+    const DicomDataSet saved = saved_state(image, {}, texts, m_Directory / "again.dcm");
+    EXPECT_EQ(saved.Text(tag::kSpecificCharacterSet), "ISO_IR 192");
+    EXPECT_EQ(saved.Text(name), "M\xC3\xBCller");
+    EXPECT_EQ(saved.Text(tag::kContentDescription), texts.description);
+    EXPECT_EQ(saved.FirstItem(tag::kModalityLutSequence)->Text(explanation), "gr\xC3\xBCn");
+    EXPECT_EQ(
+        saved.FirstItem(tag::kSoftcopyVoiLutSequence)->FirstItem(tag::kVoiLutSequence)->Text(explanation),
+        "gr\xC3\xBCn");
+
+    // 64 characters, whatever their bytes; and none that are not UTF-8.
+    for (const auto& [count, sign, isGood] :
+         {std::make_tuple(64, "\xC3\xBC", true), {65, "a", false}, {1, "\xFC", false}}) {
+        texts.description.clear();
+        for (int i = 0; i < count; ++i) texts.description += sign;
+        if (isGood) {
+            EXPECT_NO_THROW(EncodePresentationState(image, {}, texts, path));
+        } else {
+            EXPECT_THROW(EncodePresentationState(image, {}, texts, path), UsageError);
+        }
+    }
+    // Without other than ASCII nothing is declared.
+    pixels.PutText(name, "PN", "Mueller");
+    support::WriteImage(path, pixels);
+    OpenedImage plain(path, {});
+    EXPECT_FALSE(saved_state(plain, {}, {}, m_Directory / "again.dcm").Has(tag::kSpecificCharacterSet));
 }
 
 // ---- Explanations

@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "image_support.h"
+#include "io/dicom_editor.h"
 
 namespace {
 
@@ -85,6 +86,12 @@ TEST_F(Frames, DecodedSamplesBeyondTheStoredBitsAreLimited) {
     }
 }
 
+TEST_F(Frames, PixelsOfAVendorsSyntaxAreBigEndian) {
+    const DicomDataSet set = OneRow({0x0100, 0x0200, 0xFFFE}, 16, 16, 15, true);
+    const std::string elements = EncodeDataSet(set, DicomEditor::Encoding{false, false});
+    EXPECT_EQ(Values(LoadBytes(Encoded({}, "1.2.840.113619.5.2", elements))), (std::vector<int>{1, 2, -257}));
+}
+
 TEST_F(Frames, EachIsFoundWhereItLies) {
     const std::vector<std::uint32_t> pixels[] = {{1, 2, 3}, {40, 50, 60}, {700, 800, 900}};
     // What follows a frame's end is ignored; here it looks like a beginning, which only a table disproves.
@@ -140,6 +147,14 @@ TEST_F(Frames, EachIsFoundWhereItLies) {
             const std::vector<std::uint32_t>& expected = pixels[frame];
             EXPECT_EQ(Values(LoadBytes(file, {frame})), std::vector<int>(expected.begin(), expected.end()));
         }
+    }
+    // Three fragments of six are not three frames, whatever a wrong table says.
+    for (const std::string& wrong : {std::string(), BytesOf({0, 0, 0}, 4)}) {
+        std::string cut = Fragments(wrong, {halves.begin(), halves.begin() + 3});
+        cut.resize(cut.size() - 10);
+        const std::string file = Encoded(set, kJpegLossless, cut);
+        EXPECT_EQ(Values(LoadBytes(file, {0, true})), (std::vector<int>{1, 2, 3}));
+        EXPECT_NE(RefusalOf(file, {1, true}).find("ends within a compressed frame"), std::string::npos);
     }
     // The file that was opened last is kept, but not beyond a change of it.
     const auto write = [&](const std::vector<std::uint32_t>& values) {

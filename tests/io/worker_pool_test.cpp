@@ -1,6 +1,8 @@
 #include "io/worker_pool.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <map>
@@ -59,6 +61,18 @@ TEST(WorkerPool, ARequestThatEndsItsWorkerCostsItselfAlone) {
                                                               {"throw", IsolatedResult::kDied},
                                                               {"spin", IsolatedResult::kOutOfTime}}));
     }
+}
+
+TEST(WorkerPool, FewerWorkersAreBetterThanNone) {
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const int next = dup(0);
+    close(next);
+    rlimit few = before;
+    few.rlim_cur = static_cast<rlim_t>(next) + 8;
+    setrlimit(RLIMIT_NOFILE, &few);
+    EXPECT_EQ(run(16, {"a", "b", "c", "d"}).answers.size(), 4U);
+    setrlimit(RLIMIT_NOFILE, &before);
 }
 
 TEST(WorkerPool, EndsEarlyWithWhatWasBegun) {
