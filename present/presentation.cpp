@@ -603,8 +603,8 @@ void OpenedImage::show_levels(const ExactWindow& window) {
 /// are not whole, the ends are the next whole stored values.
 void OpenedImage::set_ends(double low, double high) {
     const auto is_whole = [](double value) { return value == std::floor(value); };
-    m_Asked = ModalityWindow{low / 2.0 + high / 2.0, high - low};
     auto [from, to] = m_Rescale.StoredRange({low, high});
+    m_Asked = ModalityWindow{low / 2.0 + high / 2.0, high - low};
     const bool isExact = !File().IsReduced() && m_Rescale.slope > 0.0 && from >= raster_first() &&
                          is_whole(low) && is_whole(high) && is_whole(from) && is_whole(to) &&
                          is_whole(m_Rescale.intercept) &&
