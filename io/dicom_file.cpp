@@ -1,6 +1,7 @@
 #include "dicom_file.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 
 #include "dicom_tags.h"
@@ -104,9 +105,12 @@ void DicomFile::take_mono(const StoredFrame& frame) {
 /// PS3.3 C.7.6.19. What is not a stored value has no colour in it.
 void DicomFile::take_supplement() {
     const std::string presentation = m_DataSet.Text(tag::kPixelPresentation);
-    if ((presentation != "COLOR" && presentation != "MIXED") || !m_bAsStored ||
-        !m_DataSet.Has(tag::kPaletteDescriptor))
+    if ((presentation != "COLOR" && presentation != "MIXED") || !m_DataSet.Has(tag::kPaletteDescriptor))
         return;
+    if (!m_bAsStored) {
+        m_Notes.push_back({"palette", "its supplemental palette is of stored values, and is left out"});
+        return;
+    }
     StoredTable tables[3];
     if (!ReadPalette(m_DataSet, m_Mono.isSigned, tables)) {
         m_Notes.push_back({"palette", "its supplemental palette is damaged"});
@@ -127,8 +131,8 @@ void DicomFile::take_supplement() {
 
 /// The table sees the stored values, however deep they are.
 void DicomFile::look_up(const StoredFrame& frame) {
-    const StoredTable lut = ReadStoredTable(*m_DataSet.FirstItem(tag::kModalityLutSequence),
-                                            tag::kLutDescriptor, tag::kLutData, frame.isSigned);
+    const DicomDataSet item = *m_DataSet.FirstItem(tag::kModalityLutSequence);
+    const StoredTable lut = ReadStoredTable(item, tag::kLutDescriptor, tag::kLutData, frame.isSigned);
     if (lut.entries.empty()) throw PresentError(m_Path, "its Modality LUT is missing or damaged");
     m_Mono.bits = lut.bits;
     m_Mono.Resize(frame.Pixels());
@@ -145,6 +149,8 @@ void DicomFile::look_up(const StoredFrame& frame) {
          {tag::kModalityLutSequence, tag::kRescaleIntercept, tag::kRescaleSlope, tag::kPixelPaddingValue,
           tag::kPixelPaddingRangeLimit, tag::kRealWorldValueMapping})
         replace(tag, std::nullopt);
+    const DicomElement* const type = item.Find(tag::kModalityLutType);
+    replace(tag::kRescaleType, type == nullptr ? std::nullopt : std::optional<DicomElement>(*type));
 }
 
 /// Up to 16 bits the values stay.
@@ -183,7 +189,8 @@ void DicomFile::reduce_real(const StoredFrame& frame) {
     m_Notes.push_back({"pixels", "floating-point pixels reduced to 16 bits: (value - " +
                                      NumberText(reduction.offset) + ") / " + NumberText(reduction.step) +
                                      ", taken back by the rescale slope and intercept"});
-    if (reduction.absent > 0) {
+    m_bAbsent = reduction.absent > 0;
+    if (m_bAbsent) {
         m_Notes.push_back(
             {"absent", CountOf(reduction.absent, "pixel") + " without a value, shown below the lowest one"});
     }
@@ -199,6 +206,8 @@ void DicomFile::describe_reduction(double offset, double step) {
     const auto put = [this](std::uint32_t tag, double value) {
         replace(tag, DicomElement{"DS", NumberText(value), {}});
     };
+    if (!std::isfinite(slope * step * 65535.0) || !std::isfinite(intercept + slope * offset))
+        throw PresentError(m_Path, "its rescale slope or intercept is beyond all reason");
     put(tag::kRescaleSlope, slope * step);
     put(tag::kRescaleIntercept, intercept + slope * offset);
     // The padding value has no place among the reduced ones, and real-world mappings describe the values

@@ -55,6 +55,9 @@ public:
     /// whatever their values, which repeat those that are there.
     std::size_t PresentPixels() const { return m_Present; }
 
+    /// The pixel has a value: of floating-point pixels, those that are neither padding nor "not a number".
+    bool HasValue(std::size_t pixel) const { return !m_bAbsent || m_Mono.Get(pixel) != 0; }
+
     /// Every attribute but the pixel data; an enhanced multi-frame image's functional groups of this frame at
     /// the top level.
     const DicomDataSet& DataSet() const { return m_DataSet; }
@@ -114,6 +117,8 @@ private:
     /// The values of Mono() are the stored ones; else these have a range of their own.
     bool m_bAsStored = true;
     bool m_bReduced = false;
+    /// The pixel value 0 stands for none.
+    bool m_bAbsent = false;
     ValueRange m_StoredRange;
     std::optional<SupplementalPalette> m_Supplement;
     std::vector<OverlayPlane> m_Overlays;

@@ -60,6 +60,7 @@ constexpr std::uint32_t kPaletteDescriptor = DicomTag(0x0028, 0x1101);
 constexpr std::uint32_t kPaletteData = DicomTag(0x0028, 0x1201);
 constexpr std::uint32_t kSegmentedPaletteData = DicomTag(0x0028, 0x1221);
 constexpr std::uint32_t kModalityLutSequence = DicomTag(0x0028, 0x3000);
+constexpr std::uint32_t kModalityLutType = DicomTag(0x0028, 0x3004);
 constexpr std::uint32_t kLutDescriptor = DicomTag(0x0028, 0x3002);
 constexpr std::uint32_t kLutData = DicomTag(0x0028, 0x3006);
 constexpr std::uint32_t kVoiLutSequence = DicomTag(0x0028, 0x3010);

@@ -93,12 +93,17 @@ std::vector<OverlayPlane> ReadOverlayPlanes(const DicomDataSet& set, int frame, 
             if (isCutShort) complain("is cut short");
         } else {
             const int position = word(kBitPosition);
-            if (cells == nullptr) {
+            if (cells == nullptr && word(kBitsAllocated) >= 2) {
                 complain("lies in the pixels, which are compressed");
                 continue;
             }
-            if (cells->samples != 1 || word(kBitsAllocated) < 2 || position >= 8 * cells->sampleBytes) {
+            if (cells == nullptr || cells->samples != 1 || cells->isReal || word(kBitsAllocated) < 2 ||
+                position >= 8 * cells->sampleBytes) {
                 complain("has no data");
+                continue;
+            }
+            if (position > cells->highBit - cells->bitsStored && position <= cells->highBit) {
+                complain("names bit " + std::to_string(position) + ", which belongs to the pixel values");
                 continue;
             }
             take_embedded(*cells, position, plane);

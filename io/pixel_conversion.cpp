@@ -51,6 +51,8 @@ RealReduction ReduceRealPixels(const StoredFrame& frame, const DicomDataSet& dat
     const std::optional<double> padding = number(tag::kFloatPixelPadding, tag::kDoubleFloatPixelPadding),
                                 limit =
                                     number(tag::kFloatPixelPaddingLimit, tag::kDoubleFloatPixelPaddingLimit);
+    // What lies farther out counts as the end of the range, the width of which would overflow.
+    constexpr double kFarthest = 8.5e307;
     const auto is_absent = [&](double value) {
         if (!std::isfinite(value)) return true;
         if (!padding) return false;
@@ -66,21 +68,19 @@ RealReduction ReduceRealPixels(const StoredFrame& frame, const DicomDataSet& dat
             ++reduction.absent;
             continue;
         }
-        low = isAny ? std::min(low, value) : value;
-        high = isAny ? std::max(high, value) : value;
+        const double near = std::clamp(value, -kFarthest, kFarthest);
+        low = isAny ? std::min(low, near) : near;
+        high = isAny ? std::max(high, near) : near;
         areWhole = areWhole && value == std::floor(value);
         isAny = true;
     }
-    // Half of the range cannot overflow.
     const double first = reduction.absent > 0 ? 1.0 : 0.0, last = 65535.0 - first;
-    const double span = high / 2.0 - low / 2.0;
-    reduction.step = areWhole && span <= last / 2.0 ? 1.0 : span / (last / 2.0);
+    reduction.step = areWhole && high - low <= last ? 1.0 : (high - low) / last;
     if (!(reduction.step > std::numeric_limits<double>::min())) reduction.step = 1.0;
     for (std::size_t i = 0; i < frame.present; ++i) {
         const double value = frame.Real(i);
-        const double level =
-            is_absent(value) ? 0.0 : std::round((value / 2.0 - low / 2.0) / (reduction.step / 2.0)) + first;
-        pixels->Put(i, static_cast<std::int32_t>(std::clamp(level, 0.0, 65535.0)));
+        const double level = std::round((value - low) / reduction.step) + first;
+        pixels->Put(i, is_absent(value) ? 0 : static_cast<std::int32_t>(std::clamp(level, first, 65535.0)));
     }
     reduction.offset = low - first * reduction.step;
     return reduction;
@@ -158,6 +158,7 @@ bool expand_segment(const std::vector<std::uint16_t>& data, std::size_t& at, std
                     std::vector<std::uint16_t>& entries) {
     if (data.size() - at < 2) return false;
     const unsigned opcode = data[at];
+    if (data[at + 1] == 0) return false;
     const std::size_t length = std::min<std::size_t>(data[at + 1], limit - entries.size());
     if (opcode == 0) {
         if (data.size() - at - 2 < length) return false;

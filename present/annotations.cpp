@@ -58,8 +58,11 @@ struct TextObject {
     bool isAnchorVisible = false;
 };
 
-Units units_of(const DicomDataSet& item, std::uint32_t tag) {
-    return item.Text(tag) == "DISPLAY" ? Units::kDisplay : Units::kPixel;
+/// Nothing for units of another kind: MATRIX refers to an image of many tiles.
+std::optional<Units> units_of(const DicomDataSet& item, std::uint32_t tag) {
+    const std::string units = item.Text(tag);
+    if (units == "DISPLAY") return Units::kDisplay;
+    return units.empty() || units == "PIXEL" ? std::optional<Units>(Units::kPixel) : std::nullopt;
 }
 
 std::optional<Point> point_of(const DicomDataSet& item, std::uint32_t tag) {
@@ -73,7 +76,9 @@ std::optional<Point> point_of(const DicomDataSet& item, std::uint32_t tag) {
 std::optional<Graphic> read_graphic(const DicomDataSet& item) {
     Graphic graphic;
     graphic.type = item.Text(kType);
-    graphic.units = units_of(item, kGraphicUnits);
+    const auto units = units_of(item, kGraphicUnits);
+    if (!units) return std::nullopt;
+    graphic.units = *units;
     graphic.isFilled = item.Text(kFilled) == "Y";
     const std::vector<double> data = item.Numbers(kPoints, 2 * kMostPoints + 2);
     if (item.Word(kDimensions, 2) != 2 || data.size() % 2 != 0) return std::nullopt;
@@ -114,11 +119,12 @@ std::optional<TextObject> read_text(const DicomDataSet& state, const DicomDataSe
         text.text += sign == '\r' || sign == '\f' ? '\n' : sign;
     }
     const auto topLeft = point_of(item, kBoxTopLeft), bottomRight = point_of(item, kBoxBottomRight);
-    if (topLeft && bottomRight) text.box = {*topLeft, *bottomRight};
-    text.boxUnits = units_of(item, kBoxUnits);
+    const auto boxUnits = units_of(item, kBoxUnits), anchorUnits = units_of(item, kAnchorUnits);
+    if (topLeft && bottomRight && boxUnits) text.box = {*topLeft, *bottomRight};
+    text.boxUnits = boxUnits.value_or(Units::kPixel);
     text.justification = item.Text(kJustification);
-    text.anchor = point_of(item, kAnchor);
-    text.anchorUnits = units_of(item, kAnchorUnits);
+    if (anchorUnits) text.anchor = point_of(item, kAnchor);
+    text.anchorUnits = anchorUnits.value_or(Units::kPixel);
     text.isAnchorVisible = item.Text(kAnchorVisible) == "Y";
     if (!text.box && !text.anchor) return std::nullopt;
     return text;
@@ -213,25 +219,24 @@ private:
     std::vector<std::size_t> m_Touched;
 };
 
-/// The inside of a closed outline by the even-odd rule, pixel centres.
+/// The inside of a closed outline by the even-odd rule, pixel centres. Row by row, since crossings of all rows
+/// at once would take memory without bounds.
 void fill(const Canvas& canvas, const std::vector<Point>& outline, const Ink& ink) {
-    std::vector<std::vector<double>> rows(static_cast<std::size_t>(canvas.picture.height));
-    for (std::size_t i = 0; i < outline.size(); ++i) {
-        Point a = outline[i], b = outline[(i + 1) % outline.size()];
-        if (a.y > b.y) std::swap(a, b);
-        const auto row_of = [&](double y) {
-            return static_cast<int>(std::clamp(std::ceil(y - 0.5), 0.0, double(canvas.picture.height)));
-        };
-        for (int y = row_of(a.y); y < row_of(b.y); ++y)
-            rows[static_cast<std::size_t>(y)].push_back(a.x + (y + 0.5 - a.y) / (b.y - a.y) * (b.x - a.x));
-    }
+    std::vector<double> crossings;
+    const auto column = [&](double x) {
+        return static_cast<int>(std::clamp(std::ceil(x - 0.5), 0.0, double(canvas.picture.width)));
+    };
     for (int y = 0; y < canvas.picture.height; ++y) {
-        std::vector<double>& crossings = rows[static_cast<std::size_t>(y)];
+        const double middle = y + 0.5;
+        crossings.clear();
+        for (std::size_t i = 0; i < outline.size(); ++i) {
+            Point a = outline[i], b = outline[(i + 1) % outline.size()];
+            if (a.y > b.y) std::swap(a, b);
+            if (a.y <= middle && middle < b.y)
+                crossings.push_back(a.x + (middle - a.y) / (b.y - a.y) * (b.x - a.x));
+        }
         std::sort(crossings.begin(), crossings.end());
         for (std::size_t i = 0; i + 1 < crossings.size(); i += 2) {
-            const auto column = [&](double x) {
-                return static_cast<int>(std::clamp(std::ceil(x - 0.5), 0.0, double(canvas.picture.width)));
-            };
             for (int x = column(crossings[i]); x < column(crossings[i + 1]); ++x)
                 canvas.Blend(x, y, ink, 1.0);
         }
@@ -304,9 +309,8 @@ private:
         return {canvas.toScreen.X(point.x, point.y), canvas.toScreen.Y(point.x, point.y)};
     }
 
-    /// The outline in the coordinates of the graphic: a circle of image pixels follows the view.
-    static std::vector<Point> outline_of(const Graphic& graphic) {
-        const std::vector<Point>& p = graphic.points;
+    /// The outline in the coordinates of the points.
+    static std::vector<Point> outline_of(const Graphic& graphic, const std::vector<Point>& p) {
         if (graphic.type == "CIRCLE") {
             const double radius = std::hypot(p[1].x - p[0].x, p[1].y - p[0].y);
             return ellipse(p[0], {radius, 0.0}, {0.0, radius});
@@ -320,8 +324,14 @@ private:
     }
 
     void draw(const Canvas& canvas, const Graphic& graphic, Stroke& stroke) const {
-        std::vector<Point> outline = outline_of(graphic);
-        for (Point& point : outline) point = on_screen(canvas, point, graphic.units);
+        const auto placed = [&](std::vector<Point> points) {
+            for (Point& point : points) point = on_screen(canvas, point, graphic.units);
+            return points;
+        };
+        // A circle of image pixels follows the view; one in fractions of the displayed area is round on it.
+        const std::vector<Point> outline = graphic.units == Units::kDisplay
+                                               ? outline_of(graphic, placed(graphic.points))
+                                               : placed(outline_of(graphic, graphic.points));
         if (graphic.type == "POINT") {
             for (const Point& p : outline) {
                 stroke.Line({p.x - kPointSize, p.y}, {p.x + kPointSize, p.y});
@@ -419,7 +429,10 @@ Layers AnnotationLayers(const PresentationState& state, const std::string& insta
             drawn.emplace_back();
         }
         const auto layer = [&]() -> AnnotationLayer& {
-            if (drawn[at] == nullptr) drawn[at] = std::make_unique<AnnotationLayer>(known[at]);
+            if (drawn[at] == nullptr) {
+                drawn[at] = std::make_unique<AnnotationLayer>(known[at]);
+                drawn[at]->order = at;
+            }
             return *drawn[at];
         };
         if (const DicomElement* const texts = item.Find(kTexts)) {

@@ -46,6 +46,7 @@ Layers activated_overlays(const OpenedImage& image, const PresentationState& sta
         const auto layer = std::find_if(known.begin(), known.end(),
                                         [&](const GraphicLayer& one) { return one.name == name; });
         Layers one = OverlayLayers({plane}, layer == known.end() ? Ink() : layer->ink);
+        one.front()->order = static_cast<std::size_t>(layer - known.begin());
         layers.push_back(std::move(one.front()));
     };
     for (const OverlayPlane& plane : own) add(plane);
@@ -60,8 +61,10 @@ Layers activated_overlays(const OpenedImage& image, const PresentationState& sta
     return layers;
 }
 
-/// What lies on the image, from the bottom: shutters, overlays, annotations.
-Layers layers_of(const OpenedImage& image, const DrawingOptions& options, std::vector<Note>* notes) {
+/// What lies on the image, from the bottom: shutters, then overlays and annotations, those of a presentation
+/// state in the order of its graphic layers.
+Layers layers_of(const OpenedImage& image, const DrawingOptions& options, double pixelRatio,
+                 std::vector<Note>* notes) {
     Layers layers;
     const auto add = [&layers](Layers more) {
         std::move(more.begin(), more.end(), std::back_inserter(layers));
@@ -72,10 +75,13 @@ Layers layers_of(const OpenedImage& image, const DrawingOptions& options, std::v
         if (options.overlays) add(OverlayLayers(image.File().Overlays(), ink));
         return layers;
     }
-    add(ShutterLayers(*state, image.File().Rows(), image.File().Columns()));
+    add(ShutterLayers(*state, image.File().Rows(), image.File().Columns(), pixelRatio));
+    const auto shutters = static_cast<std::ptrdiff_t>(layers.size());
     if (options.overlays) add(activated_overlays(image, *state, notes));
     add(AnnotationLayers(*state, image.File().DataSet().Text(tag::kSopInstance), image.File().Frame(),
                          notes));
+    std::stable_sort(layers.begin() + shutters, layers.end(),
+                     [](const auto& a, const auto& b) { return a->order < b->order; });
     return layers;
 }
 
@@ -98,7 +104,7 @@ Picture DrawImage(OpenedImage& image, const DrawingOptions& options, std::vector
     Picture picture = regions ? regions->Draw(options.bits) : Render(image, options.bits);
     if (observer != nullptr) observer->ImageDrawn(picture, placement, regions ? &*regions : nullptr);
 
-    const Layers layers = layers_of(image, options, notes);
+    const Layers layers = layers_of(image, options, placement.pixelRatio, notes);
     const bool isColoured =
         std::any_of(layers.begin(), layers.end(), [](const auto& layer) { return layer->IsColoured(); });
     if (isColoured && picture.form == Picture::kGrey8) picture = in_colour(picture);
@@ -106,7 +112,7 @@ Picture DrawImage(OpenedImage& image, const DrawingOptions& options, std::vector
     const Canvas canvas{picture, toImage.Inverse(), toImage, placement.area};
     for (const auto& layer : layers) {
         layer->Draw(canvas);
-        if (observer != nullptr) observer->LayerDrawn(picture, *layer);
+        if (observer != nullptr) observer->LayerDrawn(canvas, *layer);
     }
     return picture;
 }

@@ -36,7 +36,7 @@ public:
     virtual ~DrawingObserver() = default;
     /// `regions` is null for an image without any.
     virtual void ImageDrawn(const Picture& picture, const Placement& placement, RegionView* regions) = 0;
-    virtual void LayerDrawn(const Picture& picture, const Layer& layer) = 0;
+    virtual void LayerDrawn(const Canvas& canvas, const Layer& layer) = 0;
 };
 
 /// Draws an image with all that lies on it: its regions, shutters, overlays and annotations.

@@ -50,6 +50,10 @@ std::uint32_t colour_at(const Picture& picture, int x, int y) {
     return std::uint32_t{pixel[0]} << 16 | std::uint32_t{pixel[1]} << 8 | pixel[2];
 }
 
+std::string place_of(ImagePoint point) {
+    return "column " + std::to_string(point.x) + ", row " + std::to_string(point.y);
+}
+
 class Explainer {
 public:
     /// `image` is that of the region which shows the point, or the image itself. `cell` is the frame as it is
@@ -68,15 +72,26 @@ public:
         m_Steps.push_back(std::move(step));
     }
 
+    /// Whether the file has the pixel; says so where it lacks it.
+    bool HasPixel(ImagePoint point) {
+        if (Index(point) < m_Cells.present) return true;
+        Add("stored", place_of(point) + ": the file is cut short before this pixel, which is drawn black");
+        return false;
+    }
+
+    std::size_t Index(ImagePoint point) const {
+        return static_cast<std::size_t>(point.y) * static_cast<std::size_t>(m_Image.File().Columns()) +
+               static_cast<std::size_t>(point.x);
+    }
+
     void Stored(ImagePoint point) {
-        const std::size_t at = index(point);
+        const std::size_t at = Index(point);
         const std::int32_t pixel = m_Image.File().Mono().Get(at);
         if (m_Cells.isReal) {
             const double value = m_Cells.Real(at);
             Add("stored",
-                "column " + std::to_string(point.x) + ", row " + std::to_string(point.y) +
-                    ": a floating-point number of " + std::to_string(m_Cells.bitsAllocated) + " bits, " +
-                    NumberText(value),
+                place_of(point) + ": a floating-point number of " + std::to_string(m_Cells.bitsAllocated) +
+                    " bits, " + NumberText(value),
                 {tag::kBitsAllocated}, value);
             Add("pixel", "as presented: " + std::to_string(pixel), {}, pixel);
             return real_world(value);
@@ -86,10 +101,9 @@ public:
         std::snprintf(bits, sizeof bits, "0x%0*X", size / 4, m_Cells.Bits(at));
         const std::int64_t value = SampleValue(m_Cells, at);
         Add("stored",
-            "column " + std::to_string(point.x) + ", row " + std::to_string(point.y) + ": cell " + bits +
-                ", of which " + std::to_string(m_Cells.bitsStored) + " bits up to bit " +
-                std::to_string(m_Cells.highBit) + ", " + (m_Cells.isSigned ? "signed" : "unsigned") + ": " +
-                std::to_string(value),
+            place_of(point) + ": cell " + bits + ", of which " + std::to_string(m_Cells.bitsStored) +
+                " bits up to bit " + std::to_string(m_Cells.highBit) + ", " +
+                (m_Cells.isSigned ? "signed" : "unsigned") + ": " + std::to_string(value),
             {tag::kBitsAllocated, tag::kBitsStored, tag::kHighBit, tag::kPixelRepresentation},
             static_cast<double>(value));
         if (m_Own.FirstItem(tag::kModalityLutSequence) != nullptr || pixel != value) {
@@ -98,17 +112,37 @@ public:
         real_world(static_cast<double>(value));
     }
 
-    void Padding(ImagePoint point) {
+    void StoredColour(ImagePoint point) {
+        const auto samples = static_cast<std::size_t>(m_Cells.samples);
+        std::string values;
+        for (std::size_t i = 0; i < samples; ++i)
+            values += (i == 0 ? "" : ", ") + std::to_string(SampleValue(m_Cells, Index(point) * samples + i));
+        Add("stored", place_of(point) + ": " + values + " as " + m_Cells.photometric,
+            {tag::kPhotometricInterpretation, tag::kBitsStored});
+    }
+
+    /// False where the pixel is drawn as padding or has no value: no window counts for it.
+    bool Padding(ImagePoint point) {
         ZEV_Params& params = m_Image.Params();
         const int value = params.GetPixelPaddingValue(), limit = params.GetPixelPaddingValueLimit();
-        if (value == ZEV_Params::kNoPadding) return Add("padding", "the image defines no padding");
         const int pixel = pixel_at(point);
-        const bool isInside = pixel >= std::min(value, limit) && pixel <= std::max(value, limit);
+        const bool hasValue = m_Image.File().HasValue(Index(point)),
+                   isDefined = value != ZEV_Params::kNoPadding;
+        const bool isInside = isDefined && pixel >= std::min(value, limit) && pixel <= std::max(value, limit);
+        const bool isReal = m_Own.Has(tag::kFloatPixelPadding) || m_Own.Has(tag::kDoubleFloatPixelPadding);
         Add("padding",
-            !isInside                ? "is not padding"
-            : params.GetUsePadding() ? "is padding, and drawn black"
-                                     : "is padding, which this modality draws like any other value",
-            {tag::kPixelPaddingValue, tag::kPixelPaddingRangeLimit});
+            !hasValue ? "is padding or not a number, and shown below the lowest value"
+            : isInside && params.GetUsePadding() ? "is padding, and drawn black"
+            : isInside            ? "is padding, which this modality draws like any other value"
+            : isDefined || isReal ? "is not padding"
+            : m_Own.Has(tag::kPixelPaddingValue)
+                ? "the padding value does not count after a Modality LUT or a "
+                  "reduction to 16 bits"
+                : "the image defines no padding",
+            {tag::kPixelPaddingValue, tag::kPixelPaddingRangeLimit, tag::kFloatPixelPadding,
+             tag::kFloatPixelPaddingLimit, tag::kDoubleFloatPixelPadding,
+             tag::kDoubleFloatPixelPaddingLimit});
+        return hasValue && !(isInside && params.GetUsePadding());
     }
 
     void Modality(ImagePoint point) {
@@ -120,7 +154,9 @@ public:
             text += " = " + std::to_string(pixel_at(point)) + " x " + text_of(rescale.slope) +
                     (rescale.intercept < 0.0 ? " - " : " + ") + text_of(std::fabs(rescale.intercept));
         }
-        Add("modality", text, {tag::kRescaleSlope, tag::kRescaleIntercept, tag::kRescaleType}, value);
+        Add("modality", text,
+            {tag::kRescaleSlope, tag::kRescaleIntercept, tag::kRescaleType, tag::kModalityLutSequence},
+            value);
         SPC_MeasurementUnitsParams& measurement = m_Image.Units();
         if (m_Image.Modality().GetModality() == SPC_Modality::MODALITY_PT &&
             !measurement.IsDataMissingForMeasurement(SPC_UNITS_SUV_BW)) {
@@ -138,7 +174,8 @@ public:
             const bool isChosen = i + 1 == windows.size();
             const WindowStep& window = windows[i];
             Add(isChosen ? "window" : "window-rejected",
-                window.what + ": centre " + text_of(window.center) + ", width " + text_of(window.width) +
+                window.what + ": centre " + text_of(window.window.center) + ", width " +
+                    text_of(window.window.width) +
                     (isChosen ? ", chosen" : ", gave way to " + windows[i + 1].what),
                 window.source == WindowSource::kVoiLutEntry || window.source == WindowSource::kRawAttributes
                     ? std::vector<std::uint32_t>{tag::kWindowCenter, tag::kWindowWidth,
@@ -156,18 +193,26 @@ public:
                                        text_of(entry.GetCenter()) + ", width " + text_of(entry.GetWidth()) +
                                        ", not selected: --voi " + std::to_string(i) + " does");
         }
-        if (!windows.empty() && windows.front().source != WindowSource::kAutomatic &&
-            windows.back().source != WindowSource::kAutomatic)
-            Add("window-rejected", "automatic windowing: not measured, since " + windows.front().what +
-                                       " is there; --auto does");
+        if (windows.empty() || windows.front().source == WindowSource::kAutomatic ||
+            windows.back().source == WindowSource::kAutomatic)
+            return;
+        Add("window-rejected", windows.front().source != WindowSource::kFallback
+                                   ? "automatic windowing: not measured, since " + windows.front().what +
+                                         " is there; --auto does"
+                               : m_Own.Has(tag::kModality)
+                                   ? std::string("automatic windowing: the pixels give no window")
+                                   : "automatic windowing: not measured without a Modality; --auto does");
     }
+
+    /// The window that is shown, before whole numbers cut it.
+    ModalityWindow AskedWindow() const { return m_Image.WindowSteps().back().window; }
 
     void StoredWindow() {
         const std::string ends = std::to_string(m_Source.low) + " to " + std::to_string(m_Source.high);
         switch (m_Source.kind) {
             case ZEV_TableSource::kRamp:
             case ZEV_TableSource::kPresentationLut: {
-                const double center = m_Image.ModalityCenter(), width = m_Image.ModalityWidth();
+                const auto [center, width] = AskedWindow();
                 const auto [low, high] =
                     m_Image.GetRescale().StoredRange({center - width / 2.0, center + width / 2.0});
                 if (const auto& window = m_Image.WindowInLevels()) {
@@ -181,7 +226,7 @@ public:
                 const double cost = std::max(std::fabs(low - m_Source.low), std::fabs(high - m_Source.high));
                 return Add("stored-window",
                            "in stored values " + ends +
-                               (cost == 0.0 ? ", exactly"
+                               (cost < 1e-6 ? ", exactly"
                                             : ", exactly " + text_of(low) + " to " + text_of(high) +
                                                   ": rounding moves an end by " + text_of(cost)),
                            {}, cost);
@@ -205,7 +250,7 @@ public:
         if (has_presentation_lut()) {
             Add("presentation-lut", "shapes the ramp; gamma does not count", {tag::kPresentationLutSequence});
         } else if (m_Source.kind != ZEV_TableSource::kRamp && !is_ramp_in_levels()) {
-            Add("gamma", "a curve of the image knows no gamma");
+            Add("gamma", "does not apply to a curve of the image");
         } else {
             Add("gamma",
                 params.GammaExistAndNotNaturalValue() ? text_of(double{params.GetGamma()})
@@ -244,10 +289,12 @@ public:
     }
 
     /// The level of a grey table without a colour map, by the painter that draws.
-    int Level(ImagePoint point) {
+    int Level(ImagePoint point, bool isByWindow) {
         const int pixel = pixel_at(point);
         const int level = PaintedLevel(m_Image, pixel);
-        if (m_Source.kind == ZEV_TableSource::kRamp || m_Source.kind == ZEV_TableSource::kPresentationLut) {
+        const bool isRamp =
+            m_Source.kind == ZEV_TableSource::kRamp || m_Source.kind == ZEV_TableSource::kPresentationLut;
+        if (isByWindow && isRamp) {
             const auto& window = m_Image.WindowInLevels();
             const auto [low, high] = window ? m_Image.GetRescale().StoredRange({window->low, window->high})
                                             : std::pair<double, double>(m_Source.low, m_Source.high);
@@ -263,7 +310,7 @@ public:
         return level;
     }
 
-    /// PS3.3 C.11.2.1 with the window in modality units, in double precision. Gamma is not of the standard.
+    /// PS3.3 C.11.2.1 with the window as it was asked for, in double precision. Gamma is not of the standard.
     void Standard(ImagePoint point, int level) {
         const bool isUsual =
             (m_Source.kind == ZEV_TableSource::kRamp || m_Source.kind == ZEV_TableSource::kSigmoid ||
@@ -271,7 +318,7 @@ public:
             !m_Image.Params().GammaExistAndNotNaturalValue();
         if (!isUsual) return;
         const double x = m_Image.GetRescale().Value(pixel_at(point));
-        const double center = m_Image.ModalityCenter(), width = m_Image.ModalityWidth();
+        const auto [center, width] = AskedWindow();
         const auto& exact = m_Image.WindowInLevels();
         const bool isSigmoid = exact ? exact->isSigmoid : m_Source.kind == ZEV_TableSource::kSigmoid;
         double y = 0.0;
@@ -315,11 +362,7 @@ private:
     bool is_ramp_in_levels() const {
         return m_Image.WindowInLevels() && !m_Image.WindowInLevels()->isSigmoid;
     }
-    std::size_t index(ImagePoint point) const {
-        return static_cast<std::size_t>(point.y) * static_cast<std::size_t>(m_Image.File().Columns()) +
-               static_cast<std::size_t>(point.x);
-    }
-    int pixel_at(ImagePoint point) const { return m_Image.File().Mono().Get(index(point)); }
+    int pixel_at(ImagePoint point) const { return m_Image.File().Mono().Get(Index(point)); }
 
     std::string attribute(std::uint32_t tag) const {
         char number[16];
@@ -330,7 +373,9 @@ private:
         const DicomElement& element = *m_Own.Find(tag);
         if (element.IsSequence()) return text + " with " + std::to_string(element.items.size()) + " items";
         std::string value;
-        if (element.vr == "US" || element.vr == "SS") {
+        const bool isBinary =
+            element.vr == "US" || element.vr == "SS" || element.vr == "FL" || element.vr == "FD";
+        if (isBinary) {
             for (const double part : m_Own.Numbers(tag, 8))
                 value += (value.empty() ? "" : "\\") + text_of(part);
         } else {
@@ -360,6 +405,7 @@ public:
         /// The image pixel that is drawn there: a neighbour where several share a pixel of the screen.
         ImagePoint drawn;
         std::vector<ExplainedStep> steps;
+        /// The image, and the layers that cover it there.
         std::vector<Stage> stages;
     };
 
@@ -385,11 +431,22 @@ public:
             seen.steps = steps_of(region == 0 ? m_Image : regions->ImageOf(region), m_Points[i], region);
         }
     }
-    void LayerDrawn(const Picture& picture, const Layer& layer) override {
-        for (Seen& seen : m_Seen) {
-            if (seen.isOnScreen) seen.stages.push_back({layer.Name(), colour_at(picture, seen.x, seen.y)});
-        }
+    void LayerDrawn(const Canvas& canvas, const Layer& layer) override {
         m_Layers.push_back(layer.Name());
+        if (m_Seen.empty()) return;
+        // It is drawn once more, over the inverse of what it left: what changes there is covered by it, also
+        // where its colour is that of the pixel below.
+        Picture inverse = canvas.picture;
+        for (std::uint8_t& byte : inverse.bytes) byte = static_cast<std::uint8_t>(~byte);
+        const Picture before = inverse;
+        layer.Draw({inverse, canvas.toScreen, canvas.toImage, canvas.area});
+        for (Seen& seen : m_Seen) {
+            if (!seen.isOnScreen) continue;
+            const auto colour_in = [&](const Picture& picture) { return colour_at(picture, seen.x, seen.y); };
+            const std::uint32_t colour = colour_in(canvas.picture);
+            if (colour != seen.stages.back().colour || colour_in(inverse) != colour_in(before))
+                seen.stages.push_back({layer.Name(), colour});
+        }
     }
 
     const Seen& At(std::size_t point) const { return m_Seen[point]; }
@@ -407,21 +464,23 @@ private:
 
 std::vector<ExplainedStep> Watcher::steps_of(OpenedImage& image, ImagePoint point, int region) const {
     Explainer explainer(image, m_Cells);
+    if (!explainer.HasPixel(point)) return explainer.Take();
     if (image.File().IsColour()) {
+        explainer.StoredColour(point);
         explainer.Add("colour", "the image is in colour and drawn as it is");
         return explainer.Take();
     }
     explainer.Stored(point);
-    explainer.Padding(point);
-    explainer.Modality(point);
+    const bool isByWindow = explainer.Padding(point);
+    if (image.File().HasValue(explainer.Index(point))) explainer.Modality(point);
     if (region != 0) explainer.Add("region", "lies in region " + std::to_string(region));
     explainer.Windows();
     explainer.StoredWindow();
     explainer.Curve();
-    const int level = explainer.Level(point);
+    const int level = explainer.Level(point, isByWindow);
     explainer.ColourMap();
     explainer.Supplement(point);
-    explainer.Standard(point, level);
+    if (isByWindow) explainer.Standard(point, level);
     return explainer.Take();
 }
 
@@ -435,15 +494,14 @@ Explanation explain_point(ImagePoint point, const Watcher::Seen& seen) {
         return explanation;
     }
     if (seen.drawn.x != point.x || seen.drawn.y != point.y) {
-        add("screen", "the screen shows a neighbour in its place: column " + std::to_string(seen.drawn.x) +
-                          ", row " + std::to_string(seen.drawn.y));
+        add("screen", "the screen shows a neighbour in its place: " + place_of(seen.drawn));
     }
     std::uint32_t colour = seen.stages.front().colour;
     add("drawn", hex(colour) + " at column " + std::to_string(seen.x) + ", row " + std::to_string(seen.y) +
                      " of the picture");
-    for (const Watcher::Stage& stage : seen.stages) {
-        if (stage.colour != colour) add("layer", stage.layer + ": " + hex(stage.colour));
-        colour = stage.colour;
+    for (std::size_t i = 1; i < seen.stages.size(); ++i) {
+        colour = seen.stages[i].colour;
+        add("layer", seen.stages[i].layer + ": " + hex(colour));
     }
     add("display", hex(colour));
     explanation.display = colour;

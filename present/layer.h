@@ -46,6 +46,9 @@ public:
     virtual bool IsColoured() const = 0;
     /// What it draws is within the canvas, whatever its own coordinates.
     virtual void Draw(const Canvas& canvas) const = 0;
+
+    /// Place of its graphic layer among those of the presentation state; 0 is at the bottom.
+    std::size_t order = 0;
 };
 
 using Layers = std::vector<std::unique_ptr<Layer>>;

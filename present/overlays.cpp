@@ -10,6 +10,7 @@
 namespace {
 
 constexpr double kLeastCoverage = 0.25;
+constexpr double kMostSamples = 1024.0;
 
 class OverlayLayer : public Layer {
 public:
@@ -24,22 +25,24 @@ public:
     bool IsColoured() const override { return !m_Ink.IsGrey(); }
 
     void Draw(const Canvas& canvas) const override {
-        // How many pixels of the plane lie across one of the picture.
+        // One for each pixel of the plane that lies across, or down, one of the picture.
         const SPC_Affine& m = canvas.toImage;
-        const double across = std::hypot(m.a, m.d), down = std::hypot(m.b, m.e);
-        const int samples = static_cast<int>(std::clamp(std::ceil(std::max(across, down)), 1.0, 32.0));
+        const auto samples = [](double pixels) {
+            return static_cast<int>(std::clamp(std::ceil(pixels), 1.0, kMostSamples));
+        };
+        const int across = samples(std::hypot(m.a, m.d)), down = samples(std::hypot(m.b, m.e));
         const auto [left, top, right, bottom] = bounds(canvas);
         for (int y = top; y < bottom; ++y) {
             for (int x = left; x < right; ++x) {
                 int set = 0;
-                for (int j = 0; j < samples; ++j) {
-                    for (int i = 0; i < samples; ++i) {
-                        const double sx = x + (i + 0.5) / samples, sy = y + (j + 0.5) / samples;
+                for (int j = 0; j < down; ++j) {
+                    for (int i = 0; i < across; ++i) {
+                        const double sx = x + (i + 0.5) / across, sy = y + (j + 0.5) / down;
                         set += is_set(std::floor(m.X(sx, sy)), std::floor(m.Y(sx, sy))) ? 1 : 0;
                     }
                 }
                 if (set == 0) continue;
-                canvas.Blend(x, y, m_Ink, std::max(kLeastCoverage, double(set) / (samples * samples)));
+                canvas.Blend(x, y, m_Ink, std::max(kLeastCoverage, double(set) / (double(across) * down)));
             }
         }
     }

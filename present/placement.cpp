@@ -148,6 +148,7 @@ Placement PlaceImage(const OpenedImage& image, const ViewOptions& options) {
     if (isQuarterTurn) std::swap(extent.width, extent.height);
 
     Placement placement;
+    if (wanted.pixel) placement.pixelRatio = wanted.pixel->height / wanted.pixel->width;
     if (!options.size.empty()) {
         const std::size_t by = options.size.find('x');
         placement.width = side_of(options.size.substr(0, by));

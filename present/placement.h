@@ -38,6 +38,8 @@ struct Placement {
     bool isFilled = true;
     /// One picture pixel per image pixel, in the order of the image.
     bool isPlain = true;
+    /// Height of an image pixel by its width, whether it is drawn so or not.
+    double pixelRatio = 1.0;
 };
 
 /// The picture shows the whole image or, where a presentation state has one and the user asks for neither

@@ -225,8 +225,9 @@ OpenedImage::OpenedImage(std::shared_ptr<ImageSource> source, const Presentation
                   !m_bUseRescale,       m_WindowSource,      m_Params.GetColorMap(),
                   ModalityInverse()};
     if (m_Source->saved) {
+        const WindowSource before = m_WindowSource;
         lay_display_parameters(*m_Source->saved);
-        note_window("display parameters");
+        if (m_WindowSource != before) note_window("display parameters");
     }
     apply(options);
     use_center_and_width();
@@ -408,6 +409,7 @@ ModalityWindow OpenedImage::on_stored_grid(const ModalityWindow& window) const {
 /// The window that counts is the one on the grid: written to a file and opened again, it is told in the same
 /// units.
 void OpenedImage::choose_units(ModalityWindow& window) {
+    m_Asked = window;
     if (loses_fractions(window)) {
         window = on_stored_grid(window);
         if (loses_fractions(window)) {
@@ -429,7 +431,9 @@ void OpenedImage::keep_saved_window() {
 
 void OpenedImage::note_window(const std::string& what) {
     if (File().IsColour()) return;
-    m_WindowSteps.push_back({m_WindowSource, what, ModalityCenter(), ModalityWidth()});
+    m_WindowSteps.push_back(
+        {m_WindowSource, what, m_Asked.value_or(ModalityWindow{ModalityCenter(), ModalityWidth()})});
+    m_Asked.reset();
 }
 
 /// With a presentation state the message has the window of the state already; what it took the place of is
@@ -438,10 +442,12 @@ void OpenedImage::note_opening() {
     if (State() != nullptr) {
         const DicomDataSet own = File().OwnDataSet();
         if (own.Has(tag::kWindowCenter)) {
-            m_WindowSteps.push_back({WindowSource::kRawAttributes, "the image's own window",
-                                     own.Number(tag::kWindowCenter, 0.0),
-                                     own.Number(tag::kWindowWidth, 0.0)});
+            m_WindowSteps.push_back(
+                {WindowSource::kRawAttributes,
+                 "the image's own window",
+                 {own.Number(tag::kWindowCenter, 0.0), own.Number(tag::kWindowWidth, 0.0)}});
         }
+        m_Asked.reset();
         return;
     }
     switch (m_WindowSource) {
@@ -450,10 +456,15 @@ void OpenedImage::note_opening() {
         case WindowSource::kColourMapSuv:
             return note_window("the scale of the modality's colour map");
         case WindowSource::kAutomatic:
-            return note_window("measured: the image has none");
+            return note_window(File().DataSet().Has(tag::kWindowWidth)
+                                   ? "measured: the image's own, of width " +
+                                         File().DataSet().Text(tag::kWindowWidth) + ", is not a window"
+                                   : "measured: the image has none");
         case WindowSource::kFallback:
             return note_window("the fixed window");
         default:
+            m_Asked = ModalityWindow{File().DataSet().Number(tag::kWindowCenter, 0.0),
+                                     File().DataSet().Number(tag::kWindowWidth, 0.0)};
             return note_window("the image's window attributes");
     }
 }
@@ -475,6 +486,7 @@ std::string OpenedImage::selected_entry() {
 void OpenedImage::apply_state() {
     const PresentationState& state = *State();
     const DicomDataSet& set = File().DataSet();
+    const std::string instance = set.Text(tag::kSopInstance);
     change_to_modality_values();
     m_bOwnMinMaxMode = m_Params.GetMinMaxScaleMode();
     m_WindowSource = WindowSource::kState;
@@ -498,8 +510,15 @@ void OpenedImage::apply_state() {
     m_Params.InitInverse(hasTable ? pval->IsLutReversing()
                                   : set.Text(tag::kPresentationLutShape) == "INVERSE");
 
+    std::string what = "presentation state " + state.Label();
+    if (ExactWindowOf(state, instance, File().Frame())) {
+        const DicomDataSet& own = *state.VoiLut(instance, File().Frame());
+        const std::string function = own.Text(tag::kVoiLutFunction);
+        what += (function == "SIGMOID" ? ", " : ", the ends of ") + (function.empty() ? "LINEAR" : function) +
+                " with centre " + own.Text(tag::kWindowCenter) + " and width " + own.Text(tag::kWindowWidth);
+    }
     show_state_window();
-    note_window("presentation state " + state.Label());
+    note_window(what);
 }
 
 void OpenedImage::show_state_window() {
@@ -577,6 +596,7 @@ void OpenedImage::show_levels(const ExactWindow& window) {
     init_ends(low, high);
     m_Params.SetMapperPvLut(new Mapper_Pval(MakeMessage(table).get()));
     m_WindowInLevels = window;
+    m_Asked = ModalityWindow{window.Center(), window.Width()};
 }
 
 /// The ramp from `low` to `high` in modality units. Where these, or the stored values that they stand for,
@@ -584,6 +604,7 @@ void OpenedImage::show_levels(const ExactWindow& window) {
 void OpenedImage::set_ends(double low, double high) {
     const auto is_whole = [](double value) { return value == std::floor(value); };
     auto [from, to] = m_Rescale.StoredRange({low, high});
+    m_Asked = ModalityWindow{low / 2.0 + high / 2.0, high - low};
     const bool isExact = !File().IsReduced() && m_Rescale.slope > 0.0 && from >= raster_first() &&
                          is_whole(low) && is_whole(high) && is_whole(from) && is_whole(to) &&
                          is_whole(m_Rescale.intercept) &&
@@ -730,6 +751,7 @@ void OpenedImage::use_stored_values_for_fractions() {
     } else {
         return;
     }
+    if (m_WindowSource != WindowSource::kFallback) m_Asked = window;
     if (!loses_fractions(window)) return;
     // A window that whole numbers made 0 and 0 gave way to the fixed one.
     if (m_WindowSource == WindowSource::kFallback && (entry != nullptr || storedWidth != 0)) {
@@ -816,6 +838,7 @@ void OpenedImage::apply_colour_map(const std::string& uidOrName) {
 void OpenedImage::apply_preset(const std::string& name) {
     const ZEV_PresetValue& preset = FindPreset(name, refhost::ToUtf8(m_Modality.GetModalityName()));
     const std::string what = "preset '" + name + "' ";
+    m_Asked.reset();
     const SPC_MEASUREMENT_UNITS units = ZEV_WindowingUnits::ConvertFromZevWindowingUnits(preset.GetUnits());
     if (const wchar_t* missing = m_Units.GetMissingDataText(units)) {
         throw PresentError(File().Path(),
@@ -833,10 +856,12 @@ void OpenedImage::apply_preset(const std::string& name) {
     ModalityWindow exact;
     if (ZEV_Dicom::TranslatePresetValues(&m_Params, &m_View, preset.GetMin(), preset.GetMax(),
                                          preset.GetCenter(), preset.GetWidth(), preset.GetUnits(),
-                                         &exact.center, &exact.width) &&
-        loses_fractions(exact)) {
-        choose_units(exact);
-        set_window(exact);
+                                         &exact.center, &exact.width)) {
+        m_Asked = exact;
+        if (loses_fractions(exact)) {
+            choose_units(exact);
+            set_window(exact);
+        }
     }
     m_WindowSource = WindowSource::kPreset;
     m_Preset = NameOf(preset);

@@ -92,14 +92,13 @@ enum class WindowSource {
 /// "presentation-state", "saved", "option".
 const char* NameOf(WindowSource source);
 
-/// A window that was in use for a while, in modality units, in the order in which they were: the last one is
-/// shown.
+/// A window that was in use for a while, in the order in which they were: the last one is shown.
 struct WindowStep {
     WindowSource source = WindowSource::kFallback;
     /// "windowing entry 0 of 2, 'BONE'", "--preset Lung".
     std::string what;
-    double center = 0.0;
-    double width = 0.0;
+    /// As it was asked for, before whole numbers cut it; middle and distance where the ends count.
+    ModalityWindow window;
 };
 
 /// How an image opened, before the user's choice.
@@ -190,8 +189,8 @@ public:
     /// Smallest and largest pixel value of the frame in modality units, padding left out. Nothing for an
     /// image in colour or of nothing but padding.
     std::optional<std::pair<double, double>> ModalityRange();
-    /// The units of the values after rescale: the file's Rescale Type or PT Units, else HU for CT; empty
-    /// where unknown.
+    /// The units of the values after rescale: the file's Rescale Type, Modality LUT Type or PT Units, else HU
+    /// for CT; empty where unknown.
     std::string UnitsText() const;
 
     const OpenedState& AsOpened() const { return m_AsOpened; }
@@ -259,6 +258,8 @@ private:
     std::vector<WindowStep> m_WindowSteps;
     std::vector<Note> m_Notes;
     OpenedState m_AsOpened;
+    /// The window that is being applied, before whole numbers cut it, until note_window takes it.
+    std::optional<ModalityWindow> m_Asked;
     std::optional<ModalityWindow> m_SavedWindow;
     std::vector<std::string> m_SavedRegions;
     Rescale m_Rescale;

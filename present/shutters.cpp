@@ -22,7 +22,7 @@ constexpr std::size_t kMostVertices = 65536;
 /// What a shutter leaves visible. Columns and rows count from 1 in the file, from 0 here.
 class ShutterLayer : public Layer {
 public:
-    ShutterLayer(const PresentationState& state, int rows, int columns)
+    ShutterLayer(const PresentationState& state, int rows, int columns, double pixelRatio)
         : m_Rows(rows),
           m_Columns(columns),
           m_Visible(static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns), 1) {
@@ -53,8 +53,10 @@ public:
                 if (centre.size() != 2 || !std::isfinite(centre[0]) || !std::isfinite(centre[1]) ||
                     radius < 0)
                     throw damaged("circular");
-                keep(
-                    [&](int x, int y) { return std::hypot(x + 1 - centre[1], y + 1 - centre[0]) <= radius; });
+                // The radius counts pixels along a row.
+                keep([&](int x, int y) {
+                    return std::hypot(x + 1 - centre[1], (y + 1 - centre[0]) * pixelRatio) <= radius;
+                });
             } else if (shape == "POLYGONAL") {
                 keep_polygon(set.Numbers(kVertices, 2 * kMostVertices + 2), damaged);
             } else if (shape == "BITMAP") {
@@ -97,7 +99,8 @@ private:
         }
     }
 
-    /// Vertices as row, column; pixels whose centre lies inside by the even-odd rule, or on a vertex line.
+    /// Vertices as row, column; pixels whose centre lies inside by the even-odd rule, or on an edge. Row by
+    /// row, since crossings of all rows at once would take memory without bounds.
     template <class Damaged>
     void keep_polygon(const std::vector<double>& vertices, Damaged damaged) {
         const std::size_t count = vertices.size() / 2;
@@ -105,26 +108,31 @@ private:
         for (const double vertex : vertices) {
             if (!(std::fabs(vertex) <= 1e6)) throw damaged("polygonal");
         }
-        std::vector<std::vector<double>> crossings(static_cast<std::size_t>(m_Rows));
-        for (std::size_t i = 0; i < count; ++i) {
-            const std::size_t j = (i + 1) % count;
-            double y0 = vertices[2 * i] - 1.0, x0 = vertices[2 * i + 1] - 1.0, y1 = vertices[2 * j] - 1.0,
-                   x1 = vertices[2 * j + 1] - 1.0;
-            if (y0 == y1) continue;
-            if (y0 > y1) std::swap(y0, y1), std::swap(x0, x1);
-            const int first = static_cast<int>(std::clamp(std::ceil(y0), 0.0, double(m_Rows))),
-                      last = static_cast<int>(std::clamp(std::ceil(y1), 0.0, double(m_Rows)));
-            for (int y = first; y < last; ++y)
-                crossings[static_cast<std::size_t>(y)].push_back(x0 + (y - y0) / (y1 - y0) * (x1 - x0));
-        }
+        std::vector<double> crossings;
+        std::vector<std::uint8_t> isInside(static_cast<std::size_t>(m_Columns));
+        const auto show = [&](double from, double to) {
+            const auto column = [&](double x) {
+                return static_cast<std::ptrdiff_t>(std::clamp(x, 0.0, double(m_Columns)));
+            };
+            const auto first = column(std::ceil(from)), end = column(std::floor(to) + 1.0);
+            if (first < end) std::fill(isInside.begin() + first, isInside.begin() + end, std::uint8_t{1});
+        };
         for (int y = 0; y < m_Rows; ++y) {
-            std::vector<double>& row = crossings[static_cast<std::size_t>(y)];
-            std::sort(row.begin(), row.end());
-            std::size_t next = 0;
-            for (int x = 0; x < m_Columns; ++x) {
-                while (next < row.size() && row[next] <= x) ++next;
-                if (next % 2 == 0 && !(next > 0 && row[next - 1] == x)) m_Visible[index(x, y)] = 0;
+            crossings.clear();
+            std::fill(isInside.begin(), isInside.end(), std::uint8_t{0});
+            for (std::size_t i = 0; i < count; ++i) {
+                const std::size_t j = (i + 1) % count;
+                double y0 = vertices[2 * i] - 1.0, x0 = vertices[2 * i + 1] - 1.0, y1 = vertices[2 * j] - 1.0,
+                       x1 = vertices[2 * j + 1] - 1.0;
+                if (y0 > y1) std::swap(y0, y1), std::swap(x0, x1);
+                if (y0 <= y && y < y1) crossings.push_back(x0 + (y - y0) / (y1 - y0) * (x1 - x0));
+                // What the half-open edges leave out.
+                if (y1 == y) y0 == y ? show(std::min(x0, x1), std::max(x0, x1)) : show(x1, x1);
             }
+            std::sort(crossings.begin(), crossings.end());
+            for (std::size_t i = 0; i + 1 < crossings.size(); i += 2) show(crossings[i], crossings[i + 1]);
+            for (int x = 0; x < m_Columns; ++x)
+                m_Visible[index(x, y)] &= isInside[static_cast<std::size_t>(x)];
         }
     }
 
@@ -154,9 +162,9 @@ private:
 
 }  // namespace
 
-Layers ShutterLayers(const PresentationState& state, int rows, int columns) {
+Layers ShutterLayers(const PresentationState& state, int rows, int columns, double pixelRatio) {
     Layers layers;
     if (!state.set.Text(kShape).empty())
-        layers.push_back(std::make_unique<ShutterLayer>(state, rows, columns));
+        layers.push_back(std::make_unique<ShutterLayer>(state, rows, columns, pixelRatio));
     return layers;
 }

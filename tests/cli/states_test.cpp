@@ -839,6 +839,21 @@ TEST_F(States, ExplainNamesThePointThatItCannotTake) {
     }
     EXPECT_EQ(Ask("explain --json --at 15,15 --at 0,0 " + image)["points"].size(), 2U);
     EXPECT_EQ(Ask("explain --json " + image)["points"].size(), 0U);
+    // A pixel that the file lacks has no value and no level.
+    DicomDataSet cut = support::Ramp("MR", {});
+    cut.elements[tag::kPixelData].bytes.resize(cut.elements[tag::kPixelData].bytes.size() / 2);
+    support::WriteImage(image, cut);
+    const auto missing = Ask("explain --json --partial --at 15,15 " + image)["points"][0]["steps"];
+    ASSERT_EQ(missing.size(), 3U);
+    EXPECT_NE(missing[0]["text"].get<std::string>().find("cut short"), std::string::npos);
+    DicomDataSet colour = support::Ramp("MR", {});
+    colour.PutText(tag::kPhotometricInterpretation, "CS", "RGB");
+    colour.PutWord(tag::kSamplesPerPixel, "US", 3);
+    colour.elements[tag::kPixelData].bytes.resize(3 * 256, '\x07');
+    support::WriteImage(image, colour);
+    const auto steps = Ask("explain --json --at 0,0 --at 15,15 " + image)["points"];
+    EXPECT_EQ(steps[0]["steps"][0]["text"], "column 0, row 0: 0, 1, 2 as RGB");
+    EXPECT_EQ(steps[1]["steps"][0]["text"], "column 15, row 15: 7, 7, 7 as RGB");
 }
 
 /// Who inverted: the image, a state, or the user over either.
@@ -868,6 +883,78 @@ TEST_F(States, ExplainSaysWhoInverted) {
                                         [](const auto& step) { return step["step"] == "inversion"; });
         ASSERT_NE(found, steps.end());
         EXPECT_EQ((*found)["text"], row.text);
+    }
+}
+
+/// Overlays lie among the annotations, each in its graphic layer.
+TEST_F(States, GraphicLayersComeInTheirOrder) {
+    const std::string image = m_Directory / "image.dcm", path = m_Directory / "state.dcm";
+    DicomDataSet pixels = support::Ramp("MR", {}), set = state();
+    PutStudy(pixels);
+    support::WriteImage(image, pixels);
+    set.elements[DicomTag(0x0070, 0x0060)] = sequence({});
+    for (const int order : {1, 2, 3}) {
+        DicomDataSet layer;
+        layer.PutText(DicomTag(0x0070, 0x0002), "CS", "L" + std::to_string(order));
+        layer.PutText(DicomTag(0x0070, 0x0062), "IS", std::to_string(order));
+        layer.PutWord(DicomTag(0x0070, 0x0066), "US", 0x4000);
+        set.elements[DicomTag(0x0070, 0x0060)].items.push_back(layer);
+    }
+    for (const unsigned group : {0x6000U, 0x6002U}) {
+        set.PutWord(DicomTag(group, 0x0010), "US", 4);
+        set.PutWord(DicomTag(group, 0x0011), "US", 4);
+        set.elements[DicomTag(group, 0x3000)] = {"OW", "\xFF\xFF", {}};
+        set.PutText(DicomTag(group, 0x1001), "CS", group == 0x6000 ? "L3" : "L1");
+    }
+    DicomDataSet annotation, line;
+    line.PutText(DicomTag(0x0070, 0x0005), "CS", "PIXEL");
+    line.PutText(DicomTag(0x0070, 0x0023), "CS", "POLYLINE");
+    line.elements[DicomTag(0x0070, 0x0022)] = binary<float>("FL", {0.0F, 1.5F, 8.0F, 1.5F});
+    annotation.PutText(DicomTag(0x0070, 0x0002), "CS", "L2");
+    annotation.elements[DicomTag(0x0070, 0x0009)] = sequence({line});
+    set.elements[DicomTag(0x0070, 0x0001)] = sequence({annotation});
+    support::WriteImage(path, set);
+    std::vector<std::string> names;
+    const auto answer = Ask("explain --json --at 1,1 --at 7,3 --gsps " + path + " " + image);
+    for (const auto& steps : {answer["image"], answer["points"][0]["steps"], answer["points"][1]["steps"]}) {
+        for (const auto& step : steps) {
+            if (step["step"] == "layer") names.push_back(step["text"]);
+        }
+    }
+    // Layers of one colour: each is named where it covers a pixel.
+    EXPECT_EQ(names, (std::vector<std::string>{"overlay 6002", "annotations 'L2'", "overlay 6000",
+                                               "overlay 6002: #404040", "annotations 'L2': #404040",
+                                               "overlay 6000: #404040"}));
+}
+
+/// What whole numbers cut off a window is a cost, not a window of its own.
+TEST_F(States, ExplainHasTheWindowThatWasAskedFor) {
+    const std::string image = m_Directory / "image.dcm";
+    const struct {
+        const char *center, *width, *options, *text;
+        double cost;
+    } cases[] = {
+        {"7.5", "10.7", "", "centre 7.5, width 10.7", 0.85},
+        {"7.5", "10.7", "--center 8.25 --width 4", "centre 8.25, width 4", 0.25},
+        {"8", "10", "", "centre 8, width 10", 0.0},
+        {"8", "0", "", "the image's own, of width 0, is not a window", 0.5},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(std::string(row.center) + row.options);
+        support::WriteImage(
+            image, support::Ramp("MR", {{tag::kWindowCenter, row.center}, {tag::kWindowWidth, row.width}}));
+        const auto steps = Ask("explain --json --at 9,0 " + image + " " + row.options)["points"][0]["steps"];
+        for (const auto& step : steps) {
+            if (step["step"] == "window") {
+                EXPECT_NE(step["text"].get<std::string>().find(row.text), std::string::npos) << step;
+            }
+            if (step["step"] == "stored-window") {
+                EXPECT_NEAR(step["value"].get<double>(), row.cost, 1e-9);
+            }
+            if (step["step"] == "standard" && *row.options == '\0' && row.cost > 0.8) {
+                EXPECT_NEAR(step["value"].get<double>(), ((9.0 - 7.0) / 9.7 + 0.5) * 255.0, 1e-9);
+            }
+        }
     }
 }
 

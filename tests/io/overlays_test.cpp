@@ -63,8 +63,13 @@ TEST_F(Overlays, UnusedBitsOfThePixels) {
     ASSERT_EQ(file.Overlays().size(), 1U);
     EXPECT_EQ(file.Overlays()[0].bits, (std::vector<std::uint8_t>{0, 1, 0, 1}));
     EXPECT_EQ(Values(file), (std::vector<int>{5, 6, 7, 8}));
-    set.PutWord(DicomTag(0x6000, 0x0102), "US", 16);
-    EXPECT_EQ(Load(set).Notes().at(0).code, "overlay");
+    for (const auto& [position, isThere] :
+         {std::pair<int, bool>{0, false}, {11, false}, {12, true}, {16, false}}) {
+        set.PutWord(DicomTag(0x6000, 0x0102), "US", position);
+        const DicomFile other = Load(set);
+        EXPECT_EQ(other.Overlays().size(), isThere ? 1U : 0U) << position;
+        EXPECT_EQ(other.Notes().empty(), isThere) << position;
+    }
 }
 
 TEST_F(Overlays, DamagedPlanesCostANoteAndNoMore) {
@@ -123,6 +128,27 @@ TEST_F(Overlays, SupplementalPalettesGiveStoredValuesColours) {
     }
 }
 
+/// Segments without a length, copied again and again, would never end.
+TEST_F(Overlays, DamagedSupplementalPalettesCostANote) {
+    std::string empty(4 * 30000, '\0');
+    for (int i = 0; i < 30000; ++i) empty += BytesOf({2, 65535, 0, 0}, 2);
+    for (const std::string& data : {std::string(), std::string("\x05\0", 2), empty}) {
+        DicomDataSet set = support::Ramp("CT", {});
+        set.PutText(tag::kPixelPresentation, "CS", "COLOR");
+        for (unsigned channel = 0; channel < 3; ++channel) {
+            set.elements[tag::kPaletteDescriptor + channel] = {"US", BytesOf({8, 0, 16}, 2), {}};
+            set.elements[tag::kSegmentedPaletteData + channel] = {"OW", data, {}};
+        }
+        EXPECT_FALSE(Load(set).Supplement().has_value());
+        EXPECT_EQ(Load(set).Notes().at(0).code, "palette");
+    }
+    // A palette of stored values has nothing to say of reduced ones.
+    DicomDataSet deep = support::OneRow({0, 1000000}, 32, 32, 31, false);
+    deep.PutText(tag::kPixelPresentation, "CS", "COLOR");
+    deep.elements[tag::kPaletteDescriptor] = {"US", BytesOf({8, 0, 16}, 2), {}};
+    EXPECT_EQ(Load(deep).Notes().back().code, "palette");
+}
+
 template <class Number, class Bits>
 DicomDataSet real_image(const std::vector<Number>& values) {
     DicomDataSet set = support::OneRow(std::vector<std::uint32_t>(values.size()), 8, 8, 7, false);
@@ -139,6 +165,14 @@ DicomDataSet real_image(const std::vector<Number>& values) {
     set.elements[sizeof(Bits) == 4 ? tag::kFloatPixelData : tag::kDoubleFloatPixelData] = {
         sizeof(Bits) == 4 ? "OF" : "OD", bytes, {}};
     return set;
+}
+
+/// The ends of what a double holds, of which not even the distance is a number.
+TEST_F(Reals, TheFarthestValuesAreTheEndsOfTheRange) {
+    constexpr double kMost = std::numeric_limits<double>::max();
+    const DicomFile file = Load(real_image<double, std::uint64_t>({-kMost, kMost, 0.0, std::nan("")}));
+    EXPECT_EQ(Values(file), (std::vector<int>{1, 65535, 32768, 0}));
+    EXPECT_TRUE(std::isfinite(file.DataSet().Number(tag::kRescaleIntercept, kMost * 2.0)));
 }
 
 /// Every value comes back by the rescale, to half a step of 65,535 over the range.
@@ -178,6 +212,7 @@ TEST_F(Reals, ValuesComeBackByTheRescale) {
     padded.elements[tag::kFloatPixelPadding] = {"FL", BytesOf({0xC61C3C00}, 4), {}};
     const DicomFile file = Load(padded);
     EXPECT_EQ(file.Mono().Get(1), 0);
+    EXPECT_TRUE(file.HasValue(0) && !file.HasValue(1) && file.HasValue(2));
     EXPECT_EQ(file.Notes().back().code, "absent");
 }
 
@@ -185,6 +220,9 @@ TEST_F(Reals, WhatCannotBeRealIsRefused) {
     DicomDataSet set = real_image<float, std::uint32_t>({1.0F, 2.0F});
     set.PutWord(tag::kBitsAllocated, "US", 16);
     EXPECT_NE(Refusal(set).find("floating-point"), std::string::npos);
+    set = real_image<double, std::uint64_t>({-8e307, 8e307});
+    set.PutText(tag::kRescaleSlope, "DS", "1e10");
+    EXPECT_NE(Refusal(set).find("beyond all reason"), std::string::npos);
     set = real_image<double, std::uint64_t>({1.0, 2.0});
     set.PutWord(tag::kRows, "US", 65535);
     EXPECT_NE(Refusal(set).find("cut short"), std::string::npos);

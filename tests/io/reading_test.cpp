@@ -108,6 +108,7 @@ TEST_F(Reading, ModalityLutIsAppliedOnceAndTakesTheRescaleAway) {
     lut.PutWord(DicomTag(0x0028, 0x3002), "SS", 0);
     lut.elements[DicomTag(0x0028, 0x3002)].bytes = BytesOf({4, 0xFFFF, 10}, 2);
     lut.elements[DicomTag(0x0028, 0x3006)] = DicomElement{"OW", BytesOf({5, 6, 7, 1023}, 2), {}};
+    lut.PutText(tag::kModalityLutType, "LO", "OD");
     set.elements[DicomTag(0x0028, 0x3000)] = DicomElement{"SQ", "", {lut}};
     set.PutText(DicomTag(0x0028, 0x1053), "DS", "3");
     set.PutWord(DicomTag(0x0028, 0x0120), "SS", 99);
@@ -119,6 +120,7 @@ TEST_F(Reading, ModalityLutIsAppliedOnceAndTakesTheRescaleAway) {
     EXPECT_EQ(file.DataSet().Word(DicomTag(0x0028, 0x0103), 1), 0);
     for (unsigned element : {0x1053U, 0x3000U, 0x0120U})
         EXPECT_FALSE(file.DataSet().Has(DicomTag(0x0028, element)));
+    EXPECT_EQ(file.DataSet().Text(tag::kRescaleType), "OD");
 }
 
 TEST_F(Reading, ModalityLutSeesValuesBeforeTheirReduction) {

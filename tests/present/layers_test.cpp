@@ -89,6 +89,13 @@ TEST(Annotations, EachShapeGoesThroughItsPoints) {
         for (const auto& [x, y] : c.dark) EXPECT_EQ(sheet.At(x, y), 0) << x << "," << y;
         EXPECT_TRUE(notes.empty());
     }
+    // Round on a displayed area that is not square.
+    Sheet wide;
+    wide.canvas.area.bottom = 32;
+    wide.Draw(AnnotationLayers(state_with({graphic("CIRCLE", {0.5F, 0.5F, 0.5F, 0.75F}, "DISPLAY")}), "1", 0,
+                               nullptr));
+    EXPECT_GT(wide.At(40, 16), 60);
+    EXPECT_EQ(wide.At(48, 16), 0);
     // Twice as large and turned by a quarter: the line keeps its width.
     Sheet turned({0, -2, 64, 2, 0, 0});
     turned.Draw(AnnotationLayers(state_with({graphic("POLYLINE", {4, 16, 28, 16})}), "1", 0, nullptr));
@@ -107,6 +114,7 @@ TEST(Annotations, DamagedOnesAreLeftOutWithANote) {
                                                graphic("POLYLINE", {1, nan, 2, 2}),
                                                graphic("POLYLINE", {1e30F, 0, 2, 2}),
                                                graphic("SPIRAL", {1, 1, 2, 2}),
+                                               graphic("POLYLINE", {1, 1, 2, 2}, "MATRIX"),
                                                graphic("ELLIPSE", {1, 1, 2, 2, 3, 3}),
                                                graphic("POLYLINE", std::vector<float>(200000, 3.0F))};
     Sheet sheet;
@@ -114,7 +122,7 @@ TEST(Annotations, DamagedOnesAreLeftOutWithANote) {
     sheet.Draw(AnnotationLayers(state_with(damaged), "1", 0, &notes));
     EXPECT_EQ(sheet.Lit(), 0);
     ASSERT_EQ(notes.size(), 1U);
-    EXPECT_EQ(notes[0].text, "8 annotations of the presentation state cannot be drawn");
+    EXPECT_EQ(notes[0].text, "9 annotations of the presentation state cannot be drawn");
     // Far outside, and a zigzag over everything: within the picture, and done.
     std::vector<float> zigzag;
     for (int i = 0; i < 8000; ++i) zigzag.insert(zigzag.end(), {i % 2 ? 9e6F : -9e6F, float(i % 64)});
@@ -187,6 +195,12 @@ TEST(Shutters, CoverWhatTheyDoNotLeaveVisible) {
          {{tag(0x1620), "11\\11\\11\\51\\51\\11"}},
          {{12, 12}, {40, 12}, {20, 35}},
          {{40, 40}, {5, 12}}},
+        // The pixels of all four edges are visible, and those of the lowest vertex.
+        {"POLYGONAL",
+         {{tag(0x1620), "11\\11\\11\\20\\20\\20\\20\\11"}},
+         {{10, 10}, {19, 10}, {10, 19}, {15, 19}, {19, 19}},
+         {{9, 15}, {20, 15}, {15, 9}, {15, 20}}},
+        {"POLYGONAL", {{tag(0x1620), "3\\6\\6\\9\\9\\6\\6\\3"}}, {{5, 2}, {5, 8}}, {{5, 9}, {4, 8}}},
         {"RECTANGULAR\\CIRCULAR",
          {{tag(0x1602), "1"},
           {tag(0x1604), "20"},
@@ -207,6 +221,15 @@ TEST(Shutters, CoverWhatTheyDoNotLeaveVisible) {
         for (const auto& [x, y] : c.visible) EXPECT_EQ(sheet.At(x, y), 0) << x << "," << y;
         for (const auto& [x, y] : c.covered) EXPECT_EQ(sheet.At(x, y), 255) << x << "," << y;
     }
+    // The radius counts pixels along a row: half as many of twice the height.
+    PresentationState tall;
+    tall.set.PutText(tag(0x1600), "CS", "CIRCULAR");
+    tall.set.PutText(tag(0x1610), "IS", "30\\20");
+    tall.set.PutText(tag(0x1612), "IS", "10");
+    tall.set.PutWord(tag(0x1622), "US", 0xFFFF);
+    Sheet sheet;
+    sheet.Draw(ShutterLayers(tall, kSide, kSide, 2.0));
+    EXPECT_TRUE(sheet.At(29, 29) == 0 && sheet.At(19, 34) == 0 && sheet.At(19, 35) == 255);
     for (const char* shape : {"RECTANGULAR", "CIRCULAR", "POLYGONAL", "BITMAP"}) {
         PresentationState state;
         state.set.PutText(tag(0x1600), "CS", shape);
@@ -227,6 +250,10 @@ TEST(Overlays, ThinLinesStayVisible) {
     small.Draw(OverlayLayers({plane}, Ink()));
     EXPECT_EQ(small.Lit(), kSide / 8);
     EXPECT_GE(small.At(4, 3), 60);
+    // Also where 40 pixels share one.
+    Sheet tiny({0.025, 0, 0, 0, 0.025, 0});
+    tiny.Draw(OverlayLayers({plane}, Ink()));
+    EXPECT_GE(tiny.At(0, 0), 60);
     plane.left = -40000, plane.top = 32000;
     Sheet outside({1000.0, 0, 0, 0, 1000.0, 0});
     outside.Draw(OverlayLayers({plane}, Ink()));
