@@ -39,7 +39,6 @@ const drawTable = () => {
 
 const write = onceAFrame(() => {
     const { image, frame, opened, window, zoom, hover, pixels, places, selected, units } = viewer;
-    const percent = `${Math.round(zoom * 100)} %`;
     const at = places.findIndex((place) => place.image === image && place.frame === frame) + 1;
     const place = `${image && image.frames > 1 ? 'Frame' : 'Image'} ${at} of ${places.length}`;
     byId('name').textContent = image ? [[image.modality, image.seriesText].filter(Boolean).join('  '), image.name.split('/').pop()]
@@ -67,8 +66,7 @@ const write = onceAFrame(() => {
     cell('at', hover ? `x ${hover.x}  y ${hover.y}` : '');
     cell('stored', stored);
     cell('modality', modality);
-    cell('frame', opened ? place : '');
-    cell('zoom', opened ? percent : '');
+    cell('zoom', opened ? `${Math.round(zoom * 100)} %` : '');
 });
 
 const press = (/** @type {string} */ name, /** @type {boolean} */ isOn) => {

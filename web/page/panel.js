@@ -43,7 +43,7 @@ export function makePanel(viewer) {
         byId('notes').replaceChildren(...notes.map((/** @type {{text: string}} */ note) => element('li', {}, note.text)));
         if (!opened || !grey) return;
         for (const unit of document.querySelectorAll('.unit')) unit.textContent = viewer.units ? `(${viewer.units})` : '';
-        byId('own').textContent = `Reset to the window of the image: ${windowText(viewer.ownWindow)}`;
+        byId('own').replaceChildren('Reset to the window of the image', element('small', {}, windowText(viewer.ownWindow)));
         fill(byId('entries'), opened.entries.map((entry, i) => {
             const numbers = entry.function === 'table' ? 'table' : windowText(entry);
             const button = element('button', { type: 'button', title: `${entry.explanation ?? ''} (${entry.function})` },
