@@ -8,12 +8,13 @@ import { fillMaps, makePanel, makeSaving, windowText } from './panel.js';
 import { makeRegions } from './regions.js';
 import { makeColourBar, makeHistogram } from './scale.js';
 import { makeStrip } from './strip.js';
-import { shown, Viewer } from './view.js';
+import { modalityValue, shown, Viewer } from './view.js';
 
 const kNarrow = 900;  // CSS pixels, as in view.css
 const kListEvery = 500;  // ms between questions for images that are still being found
 
-const viewer = new Viewer(), stage = byId('stage'), canvas = byId('image'), drawer = makeDrawer(canvas);
+const viewer = new Viewer(), stage = byId('stage'), canvas = byId('image');
+let drawer = makeDrawer(canvas);
 const draw = onceAFrame(() => drawer.draw(viewer.toScreen));
 
 const drawImage = () => {
@@ -60,7 +61,8 @@ const write = onceAFrame(() => {
             stored = `RGB ${pixels.subarray(3 * index, 3 * index + 3).join(' ')}`;
         } else {
             stored = `stored ${shown(pixels[index])}`;
-            modality = `${shown(pixels[index] * opened.info.rescaleSlope + opened.info.rescaleIntercept)} ${units}`;
+            const value = modalityValue(pixels[index], opened.info);
+            modality = value === null ? '' : `${shown(value)} ${units}`;
         }
     }
     cell('at', hover ? `x ${hover.x}  y ${hover.y}` : '');
@@ -118,6 +120,17 @@ viewer.addEventListener('window', drawTable);
 for (const what of ['view', 'size']) viewer.addEventListener(what, draw);
 for (const what of ['image', 'window', 'view', 'regions', 'hover', 'size']) viewer.addEventListener(what, write);
 for (const what of ['image', 'window', 'tool']) viewer.addEventListener(what, mark);
+viewer.addEventListener('loading', () => { stage.ariaBusy = 'true'; });
+viewer.addEventListener('image', () => {
+    stage.ariaBusy = 'false';
+    viewer.setHover(null);
+    byId('probe').hidden = true;
+});
+canvas.addEventListener('webglcontextlost', (/** @type {Event} */ event) => event.preventDefault());
+canvas.addEventListener('webglcontextrestored', () => {
+    drawer = makeDrawer(canvas);
+    drawImage();
+});
 makeStrip(byId('strip'), viewer);
 makePanel(viewer);
 makeRegions(viewer, maps);

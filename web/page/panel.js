@@ -84,7 +84,7 @@ export function makePanel(viewer) {
             button.ariaPressed = String(preset ? region.preset === preset : region.voi === Number(voi));
         }
         for (const input of document.querySelectorAll('#maps input'))
-            /** @type {HTMLInputElement} */ (input).checked = /** @type {HTMLInputElement} */ (input).value === (table.colormap ?? '');
+            /** @type {HTMLInputElement} */ (input).checked = /** @type {HTMLInputElement} */ (input).value === (options.colormap ?? '');
         clearTimeout(spoken);
         const text = `Window ${windowText(window)} ${viewer.units}`;
         spoken = setTimeout(() => { if (byId('spoken').textContent !== text) byId('spoken').textContent = text; }, kSpokenAfter);

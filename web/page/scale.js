@@ -2,7 +2,7 @@
 
 import { histogram, latest } from './api.js';
 import { byId, draggable, fitted, onceAFrame } from './dom.js';
-import { shown } from './view.js';
+import { modalityValue, shown } from './view.js';
 
 /** Round values between two ends, at most about count of them. @param {number} low @param {number} high @param {number} count */
 export function ticks(low, high, count) {
@@ -22,6 +22,7 @@ export function makeColourBar(bar, viewer) {
         const font = parseFloat(getComputedStyle(bar).fontSize) * 0.86;
         const width = font, margin = font, height = bar.clientHeight - 2 * margin, left = bar.clientWidth - width;
         const { low, high } = table.window, { rescaleSlope, rescaleIntercept } = opened.info;
+        if (modalityValue(0, opened.info) === null) return;
         for (let y = 0; y < height; ++y) {
             const value = high - (y + 0.5) / height * (high - low);
             const index = Math.round((value - rescaleIntercept) / rescaleSlope) - table.first;

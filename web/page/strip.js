@@ -41,7 +41,9 @@ export function makeStrip(strip, viewer) {
             list.append(element('li', {}, buttonOf(image)));
         }
         if (!parts.length) parts.push(element('p', { className: 'quiet' }, 'No image yet'));
+        const focus = strip.contains(document.activeElement) ? /** @type {HTMLElement} */ (document.activeElement) : null;
         strip.replaceChildren(...parts);
+        focus?.focus();
         mark();
     };
 
@@ -50,7 +52,6 @@ export function makeStrip(strip, viewer) {
             const isShown = id === viewer.image?.id;
             button.ariaCurrent = String(isShown);
             button.tabIndex = isShown ? 0 : -1;
-            if (isShown) button.scrollIntoView({ block: 'nearest' });
         }
     };
 
@@ -63,5 +64,8 @@ export function makeStrip(strip, viewer) {
         event.stopPropagation();
     });
     viewer.addEventListener('images', fill);
-    viewer.addEventListener('image', mark);
+    viewer.addEventListener('image', () => {
+        mark();
+        if (viewer.image) buttons.get(viewer.image.id)?.scrollIntoView({ block: 'nearest' });
+    });
 }

@@ -26,13 +26,26 @@ export function draggedWindow(from, dx, dy, range) {
              width: Math.max(digits ? 10 ** -digits : 1, round(from.width + dx * step)) };
 }
 
+/** @param {import('./api.js').Table?} table */
+const windowOf = (table) => table && { center: table.window.center, width: table.window.width };
+
+/** The value after rescale; null where a Modality LUT has its place, as the ends of the frame's values show.
+ * @param {number} stored @param {any} info @returns {number?} */
+export function modalityValue(stored, info) {
+    const { storedRange, modalityRange, rescaleSlope: slope, rescaleIntercept: intercept } = info;
+    const off = storedRange && modalityRange
+        ? Math.abs((storedRange.min + storedRange.max) * slope + 2 * intercept - modalityRange.min - modalityRange.max) : 0;
+    const tolerance = 2 + Math.abs(slope);  // the intercept is a whole number here
+    return off > tolerance || !slope ? null : stored * slope + intercept;
+}
+
 /** A number of at most four significant decimals, with a true minus sign. @param {number} value */
 export function shown(value) {
     const size = Math.abs(value), digits = size >= 1000 ? 1 : size >= 10 ? 2 : 4;
     return String(Number(value.toFixed(digits))).replace('-', '\u2212');
 }
 
-/** Events: images, image, window (or another option), view, regions, tool, hover, size. */
+/** Events: images, loading, image, window (or another option), view, regions, tool, hover, size. */
 export class Viewer extends EventTarget {
     /** @type {ListedImage[]} */ images = [];
     /** @type {ListedImage?} */ image = null;
@@ -59,7 +72,7 @@ export class Viewer extends EventTarget {
     #ofImage = new Map();
     /** @type {Map<string, {opened: import('./api.js').Opened, pixels: import('./api.js').Pixels}>} */
     #cache = new Map();
-    /** The image and shapes that the labels on the page belong to. */
+    /** The image and shapes of the latest table, and so of the labels on the page. */
     #labelsOf = '';
     /** The image asked for last. @type {{image: ListedImage, frame: number}?} */
     #wanted = null;
@@ -87,15 +100,17 @@ export class Viewer extends EventTarget {
 
     /** @param {ListedImage[]} images */
     setImages(images) {
-        this.images = images;
+        const known = new Map(this.images.map((image) => [image.id, image]));
+        this.images = images.map((image) => known.get(image.id) ?? image);
         this.say('images');
-        const first = images.find((image) => !image.error);
-        if (!this.image && first) this.show(first, 0);
+        const first = this.images.find((image) => !image.error);
+        if (!this.#wanted && first) this.show(first, 0);
     }
 
     /** @param {ListedImage} image @param {number} frame */
     show(image, frame) {
         this.#wanted = { image, frame };
+        this.say('loading');
         this.#load(this.#wanted);
     }
 
@@ -115,51 +130,51 @@ export class Viewer extends EventTarget {
         return found;
     }
 
-    /** @param {{image: ListedImage, frame: number}} what */
+    /** Everything that belongs to an image changes at once, when all of it is there.
+     * @param {{image: ListedImage, frame: number}} what */
     async #loadNow({ image, frame }) {
-        const last = this.image;
-        const isNewSeries = !last || last.series !== image.series || !image.series && last.id !== image.id;
-        if (last && isNewSeries)
-            this.#ofSeries.set(last.series || String(last.id), { options: this.options, view: this.view });
+        const keyOf = (/** @type {ListedImage} */ of) => of.series || `image ${of.id}`;
+        const last = this.image, isNewSeries = !last || keyOf(last) !== keyOf(image);
+        const own = (isNewSeries ? this.#ofSeries.get(keyOf(image)) : this) ?? { options: {}, view: plainView() };
+        const { options, view } = own;
+        let found = { opened: null, pixels: null, table: null, window: null, fault: image.error ?? '' };
+        try {
+            if (!image.error) {
+                const { opened, pixels } = await this.#fetch(image, frame);
+                const table = opened.pixels.colour ? null : await this.#askTable(image, frame, options, true);
+                Object.assign(found, { opened, pixels, table, window: windowOf(table) });
+            }
+        } catch (error) {
+            found.fault = /** @type {Error} */ (error).message;
+        }
         if (isNewSeries) {
-            const { options, view } = this.#ofSeries.get(image.series || String(image.id)) ?? { options: {}, view: plainView() };
-            this.options = options;
-            this.view = view;
+            if (last) this.#ofSeries.set(keyOf(last), { options: this.options, view: this.view });
+            Object.assign(this, { options, view });
         }
         if (last?.id !== image.id) this.selected = -1;
-        this.image = image;
-        this.frame = frame;
-        try {
-            if (image.error) throw new Error(image.error);
-            const { opened, pixels } = await this.#fetch(image, frame);
-            const table = opened.pixels.colour ? null : await this.#askTable(true);
-            Object.assign(this, { opened, pixels, table, fault: '' });
-            this.window = table && { center: table.window.center, width: table.window.width };
-        } catch (error) {
-            Object.assign(this, { opened: null, pixels: null, table: null, window: null,
-                                  fault: /** @type {Error} */ (error).message });
-        }
+        Object.assign(this, found, { image, frame });
         this.say('image');
+        if (options !== this.options) this.#update(true);
     }
 
-    /** @param {boolean} isNew */
-    async #askTable(isNew) {
-        const { id } = /** @type {ListedImage} */ (this.image), regions = this.regions;
-        const shapes = `${id}:${this.frame} ${regions.map((region) => region.shape).join(' ')}`;
+    /** @param {ListedImage} image @param {number} frame @param {Options} options @param {boolean} isNew */
+    async #askTable(image, frame, options, isNew) {
+        const regions = this.#ofImage.get(image.id) ?? [];
+        const shapes = `${image.id}:${frame} ${regions.map((region) => region.shape).join(' ')}`;
         const labels = regions.length > 0 && (isNew || shapes !== this.#labelsOf);
-        const table = await api.table(id, this.frame, this.options, regions, labels);
-        this.#labelsOf = regions.length ? shapes : '';
+        const table = await api.table(image.id, frame, options, regions, labels);
+        this.#labelsOf = shapes;
         return table;
     }
 
     async #updateNow() {
         const { image, frame, options } = this;
-        if (!this.isGrey) return;
+        if (!image || !this.isGrey) return;
         try {
-            const table = await this.#askTable(false);
-            if (image !== this.image || frame !== this.frame || !this.opened) return;
+            const table = await this.#askTable(image, frame, options, false);
+            if (image !== this.image || frame !== this.frame) return;
             this.table = table;
-            if (options === this.options) this.window = { center: table.window.center, width: table.window.width };
+            if (options === this.options) this.window = windowOf(table);
             this.fault = '';
         } catch (error) {
             this.fault = /** @type {Error} */ (error).message;
