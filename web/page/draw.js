@@ -82,7 +82,7 @@ class GlDrawer {
             isColour: at('isColour'), hasLabels: at('hasLabels') };
     }
 
-    /** @param {number} unit @param {number} target @param {WebGLTexture} texture */
+    /** @param {number} unit @param {number} target @param {WebGLTexture?} texture */
     #texture(unit, target, texture) {
         const gl = this.gl;
         gl.activeTexture(gl.TEXTURE0 + unit);

@@ -123,7 +123,7 @@ export function makePointers(canvas, viewer) {
     canvas.addEventListener('pointerdown', (event) => {
         if (!viewer.opened) return;
         canvas.setPointerCapture(event.pointerId);
-        canvas.focus({ focusVisible: false, preventScroll: true });
+        canvas.focus({ preventScroll: true });
         const at = pointOf(event);
         down.set(event.pointerId, at);
         if (down.size > 2) return;

@@ -1,7 +1,7 @@
 /** What is shown and how: the one state of the page. Says by events what has changed. */
 
 import * as api from './api.js';
-import { imageToScreen, plainView, zoomOf } from './geometry.js';
+import { imageSize, imageToScreen, plainView, zoomOf } from './geometry.js';
 import { moved } from './shapes.js';
 
 /** @typedef {import('./api.js').ListedImage} ListedImage @typedef {import('./api.js').Options} Options
@@ -90,7 +90,10 @@ export class Viewer extends EventTarget {
         const range = this.opened?.info.modalityRange;
         return range && range.max > range.min ? range.max - range.min : 4096;
     }
-    get size() { return this.opened?.pixels ?? { width: 1, height: 1 }; }
+    get size() {
+        const { width, height } = this.opened?.pixels ?? { width: 1, height: 1 };
+        return imageSize(width, height, this.opened?.info.pixelSpacing ?? null);
+    }
     get zoom() { return zoomOf(this.view, this.size, this.screen); }
     get toScreen() { return imageToScreen(this.view, this.size, this.screen); }
     get units() { return this.table?.window.units ?? this.opened?.info.units ?? ''; }
