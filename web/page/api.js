@@ -1,0 +1,88 @@
+/** Requests to the server. Addresses are relative to the page's base, which holds the token. */
+
+/**
+ * @typedef {{center?: number, width?: number, auto?: boolean, preset?: string, voi?: number, gamma?: number,
+ *            invert?: boolean, colormap?: string, state?: boolean}} Options
+ * @typedef {{shape: string, options: Options}} Region
+ * @typedef {{id: number, name: string, study: string, series: string, studyText: string, seriesText: string,
+ *            modality: string, frames: number, rows: number, columns: number, error: string?}} ListedImage
+ * @typedef {{width: number, height: number, bits: number, signed: boolean, colour: boolean}} PixelFormat
+ * @typedef {{info: any, presets: {name: string, reason: string?}[], entries: any[], pixels: PixelFormat}} Opened
+ * @typedef {{center: number, width: number, source: string, units: string?, low: number, high: number}} Window
+ * @typedef {{entries: number, first: number, tables: number, labels: Uint8Array?, window: Window, gamma: number,
+ *            inverse: boolean, colormap: string?, colours: Uint8Array}} Table
+ * @typedef {Uint8Array | Int8Array | Uint16Array | Int16Array} Pixels
+ */
+
+/** @param {string} path @param {object=} body */
+async function request(path, body) {
+    const post = { method: 'POST', headers: { 'Content-Type': 'application/json' }, body: JSON.stringify(body) };
+    let answer;
+    try {
+        answer = await fetch(path, body ? post : {});
+    } catch {
+        throw new Error('The server does not answer: is zev view still running?');
+    }
+    if (answer.ok) return answer;
+    const fault = await answer.json().catch(() => ({}));
+    throw new Error(fault.error ?? `The server answered ${answer.status}.`);
+}
+
+export const list = async () => (await request('api/list')).json();
+export const colourMaps = async () => (await (await request('api/colormaps')).json()).maps;
+export const thumbAddress = (/** @type {number} */ id) => `api/thumb?id=${id}`;
+
+/** @param {number} id @param {number} frame @param {Options} options @returns {Promise<Opened>} */
+export const open = async (id, frame, options) => (await request('api/open', { id, frame, options })).json();
+
+/** @param {number} id @param {number} frame @returns {Promise<ArrayBuffer>} */
+export const pixels = async (id, frame) => (await request(`api/pixels?id=${id}&frame=${frame}`)).arrayBuffer();
+
+/** @param {number} id @param {number} frame @param {Options} options @param {number} x @param {number} y */
+export const explain = async (id, frame, options, x, y) =>
+    (await request('api/explain', { id, frame, options, at: [[x, y]] })).json();
+
+/** @param {number} id @param {number} frame @returns {Promise<{low: number, high: number, bins: number[]}>} */
+export const histogram = async (id, frame) => (await request(`api/histogram?id=${id}&frame=${frame}`)).json();
+
+/** @param {object} what @returns {Promise<string>} the name of the file */
+export const save = async (what) => (await (await request('api/save', what)).json()).saved;
+
+/** @param {number} id @param {number} frame @param {Options} options @param {Region[]} regions @param {boolean} labels */
+export async function table(id, frame, options, regions, labels) {
+    const answer = await request('api/table', { id, frame, options, regions, labels });
+    return parseTable(await answer.arrayBuffer());
+}
+
+/** @param {ArrayBuffer} buffer @returns {Table} */
+export function parseTable(buffer) {
+    const length = new DataView(buffer).getUint32(0, true);
+    const head = JSON.parse(new TextDecoder().decode(new Uint8Array(buffer, 4, length)));
+    const size = head.entries * head.tables * 4;
+    const colours = new Uint8Array(buffer, 4 + length, size);
+    return { ...head, colours, labels: head.labels ? new Uint8Array(buffer, 4 + length + size) : null };
+}
+
+/** The pixels in an array of their type. @param {ArrayBuffer} buffer @param {PixelFormat} format @returns {Pixels} */
+export function typedPixels(buffer, format) {
+    if (format.colour) return new Uint8Array(buffer);
+    if (format.bits <= 8) return format.signed ? new Int8Array(buffer) : new Uint8Array(buffer);
+    return format.signed ? new Int16Array(buffer) : new Uint16Array(buffer);
+}
+
+/**
+ * Runs a task one at a time: of the calls made meanwhile only the newest is carried out.
+ * @template T @param {(argument: T) => Promise<void>} task @returns {(argument: T) => void}
+ */
+export function latest(task) {
+    let isRunning = false;
+    /** @type {T[]} */
+    let waiting = [];
+    return async (argument) => {
+        waiting = [argument];
+        if (isRunning) return;
+        isRunning = true;
+        for (let next = waiting.pop(); next !== undefined; next = waiting.pop()) await task(next);
+        isRunning = false;
+    };
+}

@@ -1,0 +1,233 @@
+/** Mouse, touch and keys. */
+
+import { apply, flipped, inverse, plainView, turned, zoomAbout } from './geometry.js';
+import { explainPixel } from './panel.js';
+import { removeRegion } from './regions.js';
+import { between, contains, format } from './shapes.js';
+import { draggedWindow, withWindow } from './view.js';
+
+/** @typedef {{x: number, y: number}} Point */
+
+const kZoomStep = 1.25, kWheelNotch = 80, kCloseBy = 10, kKeyStep = 10;
+
+/** What the buttons and keys do. @param {import('./view.js').Viewer} viewer @returns {Record<string, () => void>} */
+export function actionsOf(viewer) {
+    const zoom = (/** @type {number} */ factor) => {
+        const { view, size, screen } = viewer;
+        viewer.setView(zoomAbout(view, size, screen, factor, screen.width / 2, screen.height / 2));
+    };
+    return {
+        auto: () => viewer.setWindow({ auto: true }),
+        own: () => viewer.setOptions(withWindow(viewer.options, {})),
+        invert: () => viewer.setOption('invert', viewer.options.invert ? undefined : true),
+        rotate: () => viewer.setView(turned(viewer.view)),
+        flip: () => viewer.setView(flipped(viewer.view)),
+        plus: () => zoom(kZoomStep),
+        minus: () => zoom(1 / kZoomStep),
+        fit: () => viewer.setView({ ...viewer.view, zoom: null, panX: 0, panY: 0 }),
+        one: () => zoom(1 / viewer.zoom),
+        reset: () => viewer.resetAll(),
+    };
+}
+
+/** @param {HTMLCanvasElement} canvas @param {import('./view.js').Viewer} viewer */
+export function makePointers(canvas, viewer) {
+    /** @type {Map<number, Point>} */
+    const down = new Map();
+    /** @type {{move?: (at: Point) => void, up?: (at: Point) => void}} */
+    let drag = {};
+    /** @type {Point[]} */
+    let corners = [];
+    let wheel = 0;
+
+    /** @param {MouseEvent} event @returns {Point} in pixels of the device */
+    const pointOf = (event) => {
+        const { left, top } = canvas.getBoundingClientRect();
+        return { x: (event.clientX - left) * devicePixelRatio, y: (event.clientY - top) * devicePixelRatio };
+    };
+    const inImage = (/** @type {Point} */ at) => apply(inverse(viewer.toScreen), at.x, at.y);
+
+    const panning = (/** @type {Point} */ from) => {
+        const { view } = viewer, { zoom } = viewer;
+        return { move: (/** @type {Point} */ at) =>
+            viewer.setView({ ...view, zoom, panX: view.panX + at.x - from.x, panY: view.panY + at.y - from.y }) };
+    };
+    const zooming = (/** @type {Point} */ from) => {
+        const { view, size, screen } = viewer;
+        return { move: (/** @type {Point} */ at) =>
+            viewer.setView(zoomAbout(view, size, screen, 2 ** ((from.y - at.y) / 150 / devicePixelRatio), from.x, from.y)) };
+    };
+    const windowing = (/** @type {Point} */ from) => {
+        const start = viewer.target, { range } = viewer;
+        return { move: (/** @type {Point} */ at) => {
+            if (start) viewer.setWindow(draggedWindow(start, (at.x - from.x) / devicePixelRatio, (at.y - from.y) / devicePixelRatio, range));
+        } };
+    };
+    const pinching = () => {
+        const spread = () => {
+            const [a, b] = [...down.values()];
+            return { x: (a.x + b.x) / 2, y: (a.y + b.y) / 2, apart: Math.max(1, Math.hypot(a.x - b.x, a.y - b.y)) };
+        };
+        const first = spread(), { view, size, screen } = viewer;
+        return { move: () => {
+            const now = spread(), zoomed = zoomAbout(view, size, screen, now.apart / first.apart, first.x, first.y);
+            viewer.setView({ ...zoomed, panX: zoomed.panX + now.x - first.x, panY: zoomed.panY + now.y - first.y });
+        } };
+    };
+    const selecting = (/** @type {Point} */ from) => {
+        const start = inImage(from);
+        const at = viewer.regions.findLastIndex((region) => contains(region.shape, start));
+        viewer.select(at);
+        let last = start;
+        return at < 0 ? {} : { move: (/** @type {Point} */ point) => {
+            const now = inImage(point), dx = Math.round(now.x - last.x), dy = Math.round(now.y - last.y);
+            if (dx || dy) viewer.moveRegion(at, dx, dy);
+            last = { x: last.x + dx, y: last.y + dy };
+        } };
+    };
+    const drawing = (/** @type {Point} */ from) => {
+        const shapeTo = (/** @type {Point} */ at) => between(viewer.tool, inImage(from), inImage(at)) ?? '';
+        return { move: (/** @type {Point} */ at) => viewer.setDraft(shapeTo(at)),
+                 up: (/** @type {Point} */ at) => { if (shapeTo(at)) viewer.addRegion(shapeTo(at)); } };
+    };
+    const closePolygon = () => {
+        if (corners.length > 2) viewer.addRegion(format('polygon', corners));
+        else viewer.setDraft('');
+        corners = [];
+    };
+    const addCorner = (/** @type {Point} */ from) => {
+        const first = corners[0] && apply(viewer.toScreen, corners[0].x, corners[0].y);
+        if (first && Math.hypot(first.x - from.x, first.y - from.y) < kCloseBy * devicePixelRatio) return closePolygon();
+        corners.push(inImage(from));
+        viewer.setDraft(format('polygon', corners));
+    };
+    viewer.addEventListener('tool', () => {
+        corners = [];
+        viewer.setDraft('');
+    });
+
+    /** @param {PointerEvent} event @param {Point} at */
+    const begin = (event, at) => {
+        if (event.button === 2 || event.ctrlKey) return zooming(at);
+        if (event.button === 1 || event.shiftKey) return panning(at);
+        if (!viewer.isGrey && viewer.tool !== 'probe') return {};
+        switch (viewer.tool) {
+            case 'probe': return { up: () => { if (viewer.hover) explainPixel(viewer, viewer.hover.x, viewer.hover.y); } };
+            case 'select': return selecting(at);
+            case 'polygon': addCorner(at); return {};
+            case 'rect': case 'ellipse': return drawing(at);
+            default: return windowing(at);
+        }
+    };
+
+    canvas.addEventListener('pointerdown', (event) => {
+        if (!viewer.opened) return;
+        canvas.setPointerCapture(event.pointerId);
+        canvas.focus({ preventScroll: true });
+        const at = pointOf(event);
+        down.set(event.pointerId, at);
+        if (down.size > 2) return;
+        viewer.setHover(inImage(at));
+        drag = down.size === 2 ? pinching() : begin(event, at);
+        event.preventDefault();
+    });
+    canvas.addEventListener('pointermove', (event) => {
+        const at = pointOf(event);
+        if (down.has(event.pointerId)) down.set(event.pointerId, at);
+        if (down.size) drag.move?.(at);
+        viewer.setHover(inImage(at));
+        if (corners.length && !down.size) viewer.setDraft(format('polygon', [...corners, inImage(at)]));
+    });
+    for (const what of /** @type {const} */ (['pointerup', 'pointercancel'])) canvas.addEventListener(what, (event) => {
+        if (down.delete(event.pointerId) && what === 'pointerup') drag.up?.(pointOf(event));
+        drag = {};
+    });
+    canvas.addEventListener('pointerleave', () => viewer.setHover(null));
+    canvas.addEventListener('contextmenu', (event) => event.preventDefault());
+    canvas.addEventListener('dblclick', () => {
+        if (viewer.tool === 'polygon') closePolygon();
+        else viewer.setView(plainView());
+    });
+    canvas.addEventListener('wheel', (event) => {
+        event.preventDefault();
+        const by = event.deltaY * (event.deltaMode ? 40 : 1);
+        if (event.ctrlKey) {
+            const { view, size, screen } = viewer, { x, y } = pointOf(event);
+            viewer.setView(zoomAbout(view, size, screen, 2 ** (-by / 300), x, y));
+            return;
+        }
+        wheel += by;
+        if (Math.abs(wheel) < kWheelNotch) return;
+        viewer.step(Math.sign(wheel));
+        wheel = 0;
+    }, { passive: false });
+    return { closePolygon };
+}
+
+/** @param {HTMLCanvasElement} canvas @param {import('./view.js').Viewer} viewer @param {Record<string, () => void>} actions
+ *  @param {{closePolygon: () => void}} pointers */
+export function makeKeys(canvas, viewer, actions, pointers) {
+    /** @type {Record<string, () => void>} */
+    const keys = {
+        a: actions.auto, i: actions.invert, r: actions.rotate, f: actions.flip, '+': actions.plus, '=': actions.plus,
+        '-': actions.minus, 0: actions.reset, '?': actions.help, ' ': actions.play,
+        w: () => viewer.setTool('window'), p: () => viewer.setTool('probe'), s: () => viewer.setTool('select'),
+        Delete: () => { if (viewer.selected >= 0) removeRegion(viewer, viewer.selected); },
+        Escape: () => { viewer.setTool(viewer.tool); viewer.select(-1); },
+    };
+    const arrows = /** @type {Record<string, number[]>} */ ({
+        ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] });
+
+    /** @param {KeyboardEvent} event @param {number} dx @param {number} dy */
+    const arrow = (event, dx, dy) => {
+        const isOnImage = document.activeElement === canvas;
+        if (event.shiftKey) {
+            if (viewer.target) viewer.setWindow(draggedWindow(viewer.target, dx * kKeyStep, dy * kKeyStep, viewer.range));
+        } else if (event.ctrlKey) {
+            const { view, zoom } = viewer;
+            viewer.setView({ ...view, zoom, panX: view.panX + dx * 4 * kKeyStep, panY: view.panY + dy * 4 * kKeyStep });
+        } else if (isOnImage && viewer.tool === 'probe') {
+            const { width, height } = viewer.size, from = viewer.hover ?? { x: width >> 1, y: height >> 1 };
+            viewer.setHover({ x: Math.max(0, Math.min(width - 1, from.x + dx)), y: Math.max(0, Math.min(height - 1, from.y + dy)) });
+        } else if (isOnImage && viewer.tool === 'select' && viewer.regions[viewer.selected]) {
+            viewer.moveRegion(viewer.selected, dx, dy);
+        } else if (dx) {
+            viewer.step(dx);
+        } else {
+            viewer.stepImage(dy);
+        }
+    };
+
+    const enter = () => {
+        const { width, height } = viewer.size, { tool, hover } = viewer;
+        if (tool === 'probe' && hover) explainPixel(viewer, hover.x, hover.y);
+        else if (tool === 'polygon') pointers.closePolygon();
+        else if (tool === 'rect' || tool === 'ellipse')
+            viewer.addRegion(/** @type {string} */ (between(tool, { x: Math.round(width * 0.35), y: Math.round(height * 0.35) },
+                                                            { x: Math.round(width * 0.65), y: Math.round(height * 0.65) })));
+    };
+
+    document.addEventListener('keydown', (event) => {
+        const target = /** @type {HTMLElement} */ (event.target), key = event.key.length === 1 ? event.key.toLowerCase() : event.key;
+        if (event.altKey || event.metaKey || document.querySelector('dialog[open]')) return;
+        if (target.matches('select, input:not([type=checkbox])')) return;
+        const isElsewhere = target !== document.body && target !== canvas;
+        const direction = arrows[key];
+        if (direction) {
+            if (isElsewhere && target.closest('#panel')) return;
+            arrow(event, direction[0], direction[1]);
+        } else if (event.ctrlKey) {
+            return;
+        } else if (key === 'Enter' && target === canvas) {
+            enter();
+        } else if (key >= '1' && key <= '9' && key.length === 1) {
+            const preset = viewer.opened?.presets[Number(key) - 1];
+            if (preset && !preset.reason) viewer.setWindow({ preset: preset.name });
+        } else if (keys[key] && !(key === ' ' && isElsewhere)) {
+            keys[key]();
+        } else {
+            return;
+        }
+        event.preventDefault();
+    });
+}

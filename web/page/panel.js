@@ -1,0 +1,148 @@
+/** The settings at the right: window, presets, grey levels, colour maps, notes, the trace of a pixel and saving. */
+
+import * as api from './api.js';
+import { byId, element, onceAFrame } from './dom.js';
+import { shown } from './view.js';
+
+const kSpokenAfter = 600;  // ms of rest before a screen reader hears the window
+const kSources = /** @type {Record<string, string>} */ ({
+    'voi-lut-entry': 'the image', 'raw-attributes': 'the image', automatic: 'measured', fallback: 'nothing is known of it',
+    'colormap-suv': 'the colour map', preset: 'preset', 'presentation-state': 'presentation state', saved: 'saved parameters',
+    option: 'set by hand' });
+
+/** @param {{center: number, width: number}} window */
+export const windowText = ({ center, width }) => `${shown(center)} / ${shown(width)}`;
+
+/** @param {import('./view.js').Viewer} viewer */
+export function makePanel(viewer) {
+    const center = byId('center'), width = byId('width'), gamma = byId('gamma');
+    let spoken = 0;
+
+    const typed = () => {
+        const window = { center: Number(center.value), width: Number(width.value) };
+        if (center.value === '' || !(window.width > 0)) return refresh();
+        viewer.select(-1);
+        viewer.setWindow(window);
+    };
+    center.onchange = width.onchange = typed;
+    gamma.oninput = () => viewer.setOption('gamma', Number((10 ** gamma.value).toFixed(2)));
+    byId('invert').onchange = () => viewer.setOption('invert', viewer.options.invert ? undefined : true);
+
+    /** @param {HTMLElement} where @param {HTMLElement[]} children @param {string} none */
+    const fill = (where, children, none) =>
+        where.replaceChildren(...(children.length ? children : [element('p', { className: 'quiet' }, none)]));
+
+    /** What changes with the image only. */
+    const rebuild = () => {
+        const { opened } = viewer, grey = viewer.isGrey;
+        for (const section of document.querySelectorAll('#panel section'))
+            if (section.querySelector('#window-title, #entries, #presets, #gamma, #maps, #regions'))
+                /** @type {HTMLElement} */ (section).hidden = !grey;
+        const notes = opened?.info.notes ?? [];
+        byId('notes-section').hidden = !notes.length;
+        byId('notes').replaceChildren(...notes.map((/** @type {{text: string}} */ note) => element('li', {}, note.text)));
+        if (!opened || !grey) return;
+        for (const unit of document.querySelectorAll('.unit')) unit.textContent = viewer.units ? `(${viewer.units})` : '';
+        byId('own').replaceChildren('Reset to the window of the image', element('small', {}, windowText(viewer.ownWindow)));
+        fill(byId('entries'), opened.entries.map((entry, i) => {
+            const numbers = entry.function === 'table' ? 'table' : windowText(entry);
+            const button = element('button', { type: 'button', title: `${entry.explanation ?? ''} (${entry.function})` },
+                entry.explanation || `Window ${i + 1}`, element('small', {}, numbers));
+            button.dataset.voi = String(i);
+            button.onclick = () => viewer.setWindow({ voi: i });
+            return button;
+        }), 'The image has none.');
+        fill(byId('presets'), opened.presets.map(({ name, reason }, i) => {
+            const button = element('button', { type: 'button', title: reason ?? `${name}${i < 9 ? ` (${i + 1})` : ''}` }, name);
+            button.dataset.preset = name;
+            if (reason) {
+                button.ariaDisabled = 'true';
+                button.append(element('span', { className: 'hidden' }, `: ${reason}`));
+            } else {
+                if (i < 9) button.append(element('small', { ariaHidden: 'true' }, String(i + 1)));
+                button.onclick = () => viewer.setWindow({ preset: name });
+            }
+            return button;
+        }), `None for ${opened.info.modality}.`);
+    };
+
+    const refresh = onceAFrame(() => {
+        const { window, table, options } = viewer;
+        if (!window || !table || !viewer.opened) return;
+        const digits = viewer.range >= 100 ? 1 : 4;
+        if (document.activeElement !== center || !center.matches(':focus-visible')) center.value = Number(window.center.toFixed(digits));
+        width.value = Number(window.width.toFixed(digits));
+        center.step = width.step = viewer.range >= 100 ? '1' : 'any';
+        byId('source').textContent = `From: ${options.preset ?? kSources[table.window.source] ?? table.window.source}`;
+        gamma.value = Math.log10(table.gamma);
+        byId('gamma-value').textContent = table.gamma.toFixed(2);
+        gamma.ariaValueText = table.gamma.toFixed(2);
+        byId('invert').checked = Boolean(options.invert);
+        const region = viewer.regions[viewer.selected]?.options ?? options;
+        for (const button of document.querySelectorAll('#presets button, #entries button')) {
+            const { preset, voi } = /** @type {HTMLElement} */ (button).dataset;
+            button.ariaPressed = String(preset ? region.preset === preset : region.voi === Number(voi));
+        }
+        for (const input of document.querySelectorAll('#maps input'))
+            /** @type {HTMLInputElement} */ (input).checked = /** @type {HTMLInputElement} */ (input).value === (options.colormap ?? '');
+        clearTimeout(spoken);
+        const text = `Window ${windowText(window)} ${viewer.units}`;
+        spoken = setTimeout(() => { if (byId('spoken').textContent !== text) byId('spoken').textContent = text; }, kSpokenAfter);
+    });
+    viewer.addEventListener('image', () => { rebuild(); refresh(); });
+    for (const what of ['window', 'regions']) viewer.addEventListener(what, refresh);
+}
+
+/** @param {import('./view.js').Viewer} viewer @param {{uid: string, name: string, colours: number[]}[]} maps */
+export function fillMaps(viewer, maps) {
+    const grey = { uid: '', name: 'As the image', colours: Array.from({ length: 256 }, (_, i) => i * 0x010101) };
+    byId('maps').replaceChildren(...[grey, ...maps].map(({ uid, name, colours }) => {
+        const bar = element('canvas', { width: 256, height: 1, ariaHidden: 'true' });
+        const context = bar.getContext('2d');
+        colours.forEach((colour, i) => {
+            context.fillStyle = `#${colour.toString(16).padStart(6, '0')}`;
+            context.fillRect(i, 0, 1, 1);
+        });
+        const input = element('input', { type: 'radio', name: 'map', value: uid, checked: !uid });
+        input.onchange = () => viewer.setOption('colormap', uid || undefined);
+        return element('label', {}, input, element('span', {}, name), bar);
+    }));
+}
+
+/** Why a pixel looks as it does. @param {import('./view.js').Viewer} viewer @param {number} x @param {number} y */
+export async function explainPixel(viewer, x, y) {
+    if (!viewer.image) return;
+    byId('probe').hidden = false;
+    const where = byId('trace');
+    try {
+        const answer = await api.explain(viewer.image.id, viewer.frame, viewer.options, x, y);
+        const list = (/** @type {any[]} */ steps) => element('ol', {}, ...steps.map((step) =>
+            element('li', {}, element('b', {}, step.step.replaceAll('-', ' ')), step.text,
+                    ...step.attributes.map((/** @type {string} */ text) => element('small', {}, text)))));
+        const [point] = answer.points, chip = element('span', { className: 'chip' });
+        chip.style.background = point.display ?? 'none';
+        where.replaceChildren(element('h3', {}, chip, `Column ${x}, row ${y}: ${point.display ?? 'not on the screen'}`),
+            list(point.steps), element('h3', {}, 'The whole image'), list(answer.image));
+    } catch (error) {
+        where.replaceChildren(/** @type {Error} */ (error).message);
+    }
+    byId('probe').scrollIntoView({ block: 'nearest' });
+}
+
+/** @param {import('./view.js').Viewer} viewer */
+export function makeSaving(viewer) {
+    byId('saving').hidden = false;
+    for (const button of document.querySelectorAll('[data-save]')) button.addEventListener('click', async () => {
+        const { image, frame, options, regions, screen, view } = viewer, said = byId('saved');
+        if (!image || !viewer.opened) return;
+        try {
+            const name = await api.save({
+                kind: /** @type {HTMLElement} */ (button).dataset.save, id: image.id, frame, options, regions,
+                view: { zoom: viewer.zoom, pan: [view.panX, view.panY], rotate: view.turns * 90, flip: view.flip ? 'h' : '',
+                        size: `${screen.width}x${screen.height}` } });
+            said.textContent = `Saved as ${name}`;
+        } catch (error) {
+            said.textContent = `Not saved: ${/** @type {Error} */ (error).message}`;
+        }
+    });
+}

@@ -1,0 +1,55 @@
+/** Outlines of regions as text: rect:x0,y0,x1,y1, ellipse:x,y,rx,ry, polygon:x,y x,y x,y, in image pixels. */
+
+/** @typedef {{x: number, y: number}} Point */
+
+const kCorner = '-?\\d+(\\.\\d+)?,-?\\d+(\\.\\d+)?';
+const kShape = new RegExp(`^((rect|ellipse):${kCorner},${kCorner}|polygon:${kCorner}( ${kCorner}){2,})$`);
+
+/** @param {string} text */
+export const isShape = (text) => kShape.test(text);
+
+/** @param {string} text @returns {{kind: string, points: Point[]}} the half axes of an ellipse are its second point */
+export function parse(text) {
+    const [kind, numbers] = text.split(':'), n = numbers.split(/[ ,]/).map(Number);
+    return { kind, points: Array.from({ length: n.length / 2 }, (_, i) => ({ x: n[2 * i], y: n[2 * i + 1] })) };
+}
+
+/** @param {string} kind @param {Point[]} points */
+export function format(kind, points) {
+    const round = (/** @type {number} */ value) => Math.round(value * 10) / 10;
+    return `${kind}:${points.map((p) => `${round(p.x)},${round(p.y)}`).join(kind === 'polygon' ? ' ' : ',')}`;
+}
+
+/** The shape between two corners of its box; null for one without an area. @param {string} kind @param {Point} a @param {Point} b */
+export function between(kind, a, b) {
+    const width = Math.abs(a.x - b.x), height = Math.abs(a.y - b.y);
+    if (width < 1 || height < 1) return null;
+    return kind === 'rect' ? format(kind, [a, b])
+        : format(kind, [{ x: (a.x + b.x) / 2, y: (a.y + b.y) / 2 }, { x: width / 2, y: height / 2 }]);
+}
+
+/** @param {string} text @param {number} dx @param {number} dy */
+export function moved(text, dx, dy) {
+    const { kind, points } = parse(text);
+    return format(kind, points.map((p, i) => (kind === 'ellipse' && i === 1 ? p : { x: p.x + dx, y: p.y + dy })));
+}
+
+/** @param {string} text @param {Point} at */
+export function contains(text, at) {
+    const { kind, points: p } = parse(text);
+    if (kind === 'ellipse') return ((at.x - p[0].x) / p[1].x) ** 2 + ((at.y - p[0].y) / p[1].y) ** 2 <= 1;
+    const corners = outline(text);
+    return corners.reduce((isIn, a, i) => {
+        const b = corners[(i + 1) % corners.length];
+        return (a.y > at.y) !== (b.y > at.y) && at.x < a.x + (at.y - a.y) * (b.x - a.x) / (b.y - a.y) ? !isIn : isIn;
+    }, false);
+}
+
+/** The corners to draw. @param {string} text @returns {Point[]} */
+export function outline(text) {
+    const { kind, points: p } = parse(text);
+    if (kind === 'rect') return [p[0], { x: p[1].x, y: p[0].y }, p[1], { x: p[0].x, y: p[1].y }];
+    if (kind !== 'ellipse') return p;
+    return Array.from({ length: 72 }, (_, i) => ({ x: p[0].x + p[1].x * Math.cos(i * Math.PI / 36),
+                                                   y: p[0].y + p[1].y * Math.sin(i * Math.PI / 36) }));
+}

@@ -1,0 +1,71 @@
+/** The strip of images: thumbnails in groups of a series. Only the image that is shown is a stop of the tab key. */
+
+import { thumbAddress } from './api.js';
+import { element } from './dom.js';
+
+/** @param {HTMLElement} strip @param {import('./view.js').Viewer} viewer */
+export function makeStrip(strip, viewer) {
+    /** @type {Map<number, HTMLButtonElement>} */
+    const buttons = new Map();
+
+    /** @param {import('./api.js').ListedImage} image */
+    const buttonOf = (image) => {
+        const old = buttons.get(image.id);
+        if (old) return old;
+        const name = image.name.split('/').pop() ?? image.name;
+        const button = element('button', { type: 'button', title: image.name, tabIndex: -1 });
+        if (image.error) {
+            button.classList.add('broken');
+            button.append(element('b', {}, name), image.error);
+        } else {
+            const frames = image.frames > 1 ? `${image.frames} frames` : '';
+            button.append(element('img', { src: thumbAddress(image.id), alt: '', loading: 'lazy', decoding: 'async' }),
+                element('span', { className: 'label' }, element('span', {}, name), element('span', {}, frames)));
+        }
+        button.onclick = () => viewer.show(image, 0);
+        buttons.set(image.id, button);
+        return button;
+    };
+
+    const fill = () => {
+        const parts = [];
+        let list = element('ul'), last = '';
+        for (const image of viewer.images) {
+            const group = `${image.study} ${image.series || image.seriesText}`;
+            if (!parts.length || group !== last) {
+                last = group;
+                const title = [image.modality, image.seriesText].filter(Boolean).join(' ') || 'Other files';
+                list = element('ul', { ariaLabel: title });
+                parts.push(element('h3', {}, title, element('small', {}, image.studyText)), list);
+            }
+            list.append(element('li', {}, buttonOf(image)));
+        }
+        if (!parts.length) parts.push(element('p', { className: 'quiet' }, 'No image yet'));
+        const focus = strip.contains(document.activeElement) ? /** @type {HTMLElement} */ (document.activeElement) : null;
+        strip.replaceChildren(...parts);
+        focus?.focus();
+        mark();
+    };
+
+    const mark = () => {
+        for (const [id, button] of buttons) {
+            const isShown = id === viewer.image?.id;
+            button.ariaCurrent = String(isShown);
+            button.tabIndex = isShown ? 0 : -1;
+        }
+    };
+
+    strip.addEventListener('keydown', (event) => {
+        const by = { ArrowDown: 1, ArrowRight: 1, ArrowUp: -1, ArrowLeft: -1 }[event.key];
+        if (!by || event.ctrlKey || event.altKey) return;
+        const all = viewer.images.map(buttonOf);
+        all[all.indexOf(/** @type {HTMLButtonElement} */ (document.activeElement)) + by]?.focus();
+        event.preventDefault();
+        event.stopPropagation();
+    });
+    viewer.addEventListener('images', fill);
+    viewer.addEventListener('image', () => {
+        mark();
+        if (viewer.image) buttons.get(viewer.image.id)?.scrollIntoView({ block: 'nearest' });
+    });
+}
