@@ -10,14 +10,20 @@ import { moved } from './shapes.js';
 const kWindowKeys = ['center', 'width', 'auto', 'preset', 'voi'];
 const kCacheBytes = 256 << 20;
 
-/** The options with another window in place of theirs. @param {Options} options @param {Options} window @returns {Options} */
+/**
+ * The options with another window in place of theirs.
+ * @param {Options} options
+ * @param {Options} window
+ * @returns {Options}
+ */
 export function withWindow(options, window) {
     const rest = Object.entries(options).filter(([key]) => !kWindowKeys.includes(key));
     return { ...Object.fromEntries(rest), ...window };
 }
 
 /** The window that a drag by (dx, dy) leads to: 1000 pixels sweep the range of the image's values.
- * @param {{center: number, width: number}} from @param {number} dx @param {number} dy @param {number} range */
+ * @param {{center: number, width: number}} from @param {number} dx @param {number} dy
+ * @param {number} range */
 export function draggedWindow(from, dx, dy, range) {
     const step = range / 1000;
     const digits = range >= 100 ? 0 : Math.min(6, 3 - Math.floor(Math.log10(range)));
@@ -34,9 +40,10 @@ const windowOf = (table) => table && { center: table.window.center, width: table
 export function modalityValue(stored, info) {
     const { storedRange, modalityRange, rescaleSlope: slope, rescaleIntercept: intercept } = info;
     const off = storedRange && modalityRange
-        ? Math.abs((storedRange.min + storedRange.max) * slope + 2 * intercept - modalityRange.min - modalityRange.max) : 0;
+        ? (storedRange.min + storedRange.max) * slope + 2 * intercept - modalityRange.min - modalityRange.max
+        : 0;
     const tolerance = 2 + Math.abs(slope);  // the intercept is a whole number here
-    return off > tolerance || !slope ? null : stored * slope + intercept;
+    return Math.abs(off) > tolerance || !slope ? null : stored * slope + intercept;
 }
 
 /** A number of at most four significant decimals, with a true minus sign. @param {number} value */
@@ -53,7 +60,8 @@ export class Viewer extends EventTarget {
     /** @type {import('./api.js').Opened?} */ opened = null;
     /** @type {import('./api.js').Pixels?} */ pixels = null;
     /** @type {import('./api.js').Table?} */ table = null;
-    /** The window, ahead of the table while it changes. @type {{center: number, width: number}?} */ window = null;
+    /** The window, ahead of the table while it changes. @type {{center: number, width: number}?} */
+    window = null;
     /** @type {Options} */ options = {};
     view = plainView();
     tool = 'window';
@@ -123,7 +131,8 @@ export class Viewer extends EventTarget {
         let found = this.#cache.get(key);
         this.#cache.delete(key);
         if (!found) {
-            const [opened, buffer] = await Promise.all([api.open(image.id, frame, {}), api.pixels(image.id, frame)]);
+            const asked = api.open(image.id, frame, {});
+            const [opened, buffer] = await Promise.all([asked, api.pixels(image.id, frame)]);
             found = { opened, pixels: api.typedPixels(buffer, opened.pixels) };
         }
         this.#cache.set(key, found);
@@ -138,8 +147,8 @@ export class Viewer extends EventTarget {
     async #loadNow({ image, frame }) {
         const keyOf = (/** @type {ListedImage} */ of) => of.series || `image ${of.id}`;
         const last = this.image, isNewSeries = !last || keyOf(last) !== keyOf(image);
-        const own = (isNewSeries ? this.#ofSeries.get(keyOf(image)) : this) ?? { options: {}, view: plainView() };
-        const { options, view } = own;
+        const own = isNewSeries ? this.#ofSeries.get(keyOf(image)) : this;
+        const { options, view } = own ?? { options: {}, view: plainView() };
         let found = { opened: null, pixels: null, table: null, window: null, fault: image.error ?? '' };
         try {
             if (!image.error) {
@@ -197,8 +206,8 @@ export class Viewer extends EventTarget {
 
     /** The window of the selected region, else of the image. */
     get target() {
-        const own = this.regions[this.selected]?.options;
-        return own?.center !== undefined && own.width !== undefined ? { center: own.center, width: own.width } : this.window;
+        const { center, width } = this.regions[this.selected]?.options ?? {};
+        return center !== undefined && width !== undefined ? { center, width } : this.window;
     }
 
     /** A window for the selected region, else for the image. @param {Options} window */
@@ -261,11 +270,16 @@ export class Viewer extends EventTarget {
         const { image } = this;
         if (!image) return [];
         if (image.frames > 1) return Array.from({ length: image.frames }, (_, frame) => ({ image, frame }));
-        return this.images.filter((other) => other === image || !other.error && image.series && other.series === image.series)
+        const isNear = (/** @type {ListedImage} */ other) => !other.error && other.series === image.series;
+        return this.images.filter((other) => other === image || image.series && isNear(other))
             .map((other) => ({ image: other, frame: 0 }));
     }
 
-    /** To another of the places. @param {number} by @param {boolean=} isRound from the last on to the first */
+    /**
+     * To another of the places.
+     * @param {number} by
+     * @param {boolean=} isRound from the last on to the first
+     */
     step(by, isRound = false) {
         const { places } = this, now = this.#wanted;
         const at = places.findIndex(({ image, frame }) => image === now?.image && frame === now.frame) + by;
