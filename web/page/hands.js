@@ -43,6 +43,8 @@ export function makePointers(canvas, viewer) {
     /** @type {Point[]} */
     let corners = [];
     let wheel = 0;
+    /** Where the pointer is. @type {Point?} */
+    let pointer = null;
 
     /** @param {MouseEvent} event @returns {Point} in pixels of the device */
     const pointOf = (event) => {
@@ -148,11 +150,13 @@ export function makePointers(canvas, viewer) {
     });
     // The middle button pans, it does not scroll the page.
     canvas.addEventListener('mousedown', (event) => { if (event.button === 1) event.preventDefault(); });
+    const hover = () => viewer.setHover(pointer && inImage(pointer));
+    for (const what of ['image', 'view']) viewer.addEventListener(what, hover);
     canvas.addEventListener('pointermove', (event) => {
-        const at = pointOf(event);
+        const at = pointer = pointOf(event);
         if (down.has(event.pointerId)) down.set(event.pointerId, at);
         if (down.size) drag.move?.(at);
-        viewer.setHover(inImage(at));
+        hover();
         if (corners.length && !down.size) viewer.setDraft(format('polygon', [...corners, inImage(at)]));
     });
     canvas.addEventListener('pointerup', (event) => {
@@ -163,7 +167,10 @@ export function makePointers(canvas, viewer) {
         down.delete(event.pointerId);
         drag = {};
     });
-    canvas.addEventListener('pointerleave', () => viewer.setHover(null));
+    canvas.addEventListener('pointerleave', () => {
+        pointer = null;
+        hover();
+    });
     canvas.addEventListener('contextmenu', (event) => event.preventDefault());
     canvas.addEventListener('dblclick', () => {
         if (viewer.tool === 'polygon') closePolygon();

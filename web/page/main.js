@@ -136,7 +136,6 @@ for (const what of ['image', 'window', 'tool']) viewer.addEventListener(what, ma
 viewer.addEventListener('loading', () => { stage.ariaBusy = 'true'; });
 viewer.addEventListener('image', () => {
     stage.ariaBusy = 'false';
-    viewer.setHover(null);
     byId('probe').hidden = true;
 });
 canvas.addEventListener('webglcontextlost', (/** @type {Event} */ event) => event.preventDefault());

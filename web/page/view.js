@@ -5,7 +5,8 @@ import { imageSize, imageToScreen, plainView, zoomOf } from './geometry.js';
 import { moved } from './shapes.js';
 
 /** @typedef {import('./api.js').ListedImage} ListedImage @typedef {import('./api.js').Options} Options
- *  @typedef {import('./geometry.js').View} View */
+ *  @typedef {import('./geometry.js').View} View
+ *  @typedef {{opened: import('./api.js').Opened, pixels: import('./api.js').Pixels}} Loaded */
 
 const kWindowKeys = ['center', 'width', 'auto', 'preset', 'voi'];
 const kCacheBytes = 256 << 20;
@@ -78,7 +79,7 @@ export class Viewer extends EventTarget {
     #ofSeries = new Map();
     /** @type {Map<number, import('./api.js').Region[]>} */
     #ofImage = new Map();
-    /** @type {Map<string, {opened: import('./api.js').Opened, pixels: import('./api.js').Pixels}>} */
+    /** @type {Map<string, {promise: Promise<Loaded>, bytes: number}>} */
     #cache = new Map();
     /** The image and shapes of the latest table, and so of the labels on the page. */
     #labelsOf = '';
@@ -125,21 +126,31 @@ export class Viewer extends EventTarget {
         this.#load(this.#wanted);
     }
 
-    /** @param {ListedImage} image @param {number} frame */
-    async #fetch(image, frame) {
-        const key = `${image.id}:${frame}`;
-        let found = this.#cache.get(key);
+    /** From the cache, where it becomes the newest. @param {ListedImage} image @param {number} frame
+     * @returns {Promise<Loaded>} */
+    #fetch(image, frame) {
+        const key = `${image.id}:${frame}`, old = this.#cache.get(key);
+        const promise = old?.promise ?? this.#fetchNow(image, frame, key);
         this.#cache.delete(key);
-        if (!found) {
+        this.#cache.set(key, { promise, bytes: old?.bytes ?? 0 });
+        return promise;
+    }
+
+    /** @param {ListedImage} image @param {number} frame @param {string} key @returns {Promise<Loaded>} */
+    async #fetchNow(image, frame, key) {
+        try {
             const asked = api.open(image.id, frame, {});
             const [opened, buffer] = await Promise.all([asked, api.pixels(image.id, frame)]);
-            found = { opened, pixels: api.typedPixels(buffer, opened.pixels) };
+            const entry = this.#cache.get(key);
+            if (entry) entry.bytes = buffer.byteLength;
+            let bytes = 0;
+            for (const [other, held] of [...this.#cache].reverse())
+                if ((bytes += held.bytes) > kCacheBytes && other !== key) this.#cache.delete(other);
+            return { opened, pixels: api.typedPixels(buffer, opened.pixels) };
+        } catch (error) {
+            this.#cache.delete(key);
+            throw error;
         }
-        this.#cache.set(key, found);
-        let bytes = 0;
-        for (const [old, { pixels }] of [...this.#cache].reverse())
-            if ((bytes += pixels.byteLength) > kCacheBytes && old !== key) this.#cache.delete(old);
-        return found;
     }
 
     /** Everything that belongs to an image changes at once, when all of it is there.
@@ -167,6 +178,9 @@ export class Viewer extends EventTarget {
         Object.assign(this, found, { image, frame });
         this.say('image');
         if (options !== this.options) this.#update(true);
+        const next = this.#placeBy(1, false);
+        // A failure shows when it is opened.
+        if (next) this.#fetch(next.image, next.frame).catch(() => {});
     }
 
     /** @param {ListedImage} image @param {number} frame @param {Options} options @param {boolean} isNew */
@@ -275,15 +289,17 @@ export class Viewer extends EventTarget {
             .map((other) => ({ image: other, frame: 0 }));
     }
 
-    /**
-     * To another of the places.
-     * @param {number} by
-     * @param {boolean=} isRound from the last on to the first
-     */
-    step(by, isRound = false) {
+    /** @param {number} by @param {boolean} isRound from the last on to the first */
+    #placeBy(by, isRound) {
         const { places } = this, now = this.#wanted;
         const at = places.findIndex(({ image, frame }) => image === now?.image && frame === now.frame) + by;
-        const next = places[isRound ? (at + places.length) % places.length : at];
+        return places[isRound ? (at + places.length) % places.length : at];
+    }
+
+    /** To another of the places. @param {number} by @param {boolean=} isRound from the last on to the first
+     */
+    step(by, isRound = false) {
+        const next = this.#placeBy(by, isRound);
         if (next) this.show(next.image, next.frame);
     }
 
