@@ -44,9 +44,11 @@ const write = onceAFrame(() => {
     const { window, units, selected, target, zoom } = viewer;
     const at = places.findIndex((place) => place.image === image && place.frame === frame) + 1;
     const place = `${image && image.frames > 1 ? 'Frame' : 'Image'} ${at} of ${places.length}`;
+    const { presentationState: state } = opened?.info ?? {};
     const file = image?.name.split('/').pop() ?? '';
     const kind = [image?.modality, image?.seriesText].filter(Boolean).join('  ');
-    byId('name').textContent = [kind, file].filter(Boolean).join('\n');
+    const stateText = state ? `Presentation state ${state.label ?? ''}` : '';
+    byId('name').textContent = [kind, file, stateText].filter(Boolean).join('\n');
     byId('place').textContent = opened ? `${place}\n${size.width} \u00d7 ${size.height}` : '';
     const ofRegion = selected >= 0 && target ? `Region ${selected + 1}: ${windowText(target)}\n` : '';
     byId('numbers').textContent = window ? `${ofRegion}C ${shown(window.center)}  W ${shown(window.width)}`
@@ -160,7 +162,10 @@ new ResizeObserver(([entry]) => {
     viewer.say('size');
 }).observe(canvas, { box: 'device-pixel-content-box' });
 
-const fail = (/** @type {Error} */ error) => { byId('fault').textContent = error.message; };
+const fail = (/** @type {Error} */ error) => {
+    viewer.fault = error.message;
+    write();
+};
 
 async function findImages() {
     for (let isDone = false, found = -1; !isDone;) {

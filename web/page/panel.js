@@ -30,6 +30,8 @@ export function makePanel(viewer) {
     };
     center.onchange = width.onchange = typed;
     gamma.oninput = () => viewer.setOption('gamma', Number((10 ** gamma.value).toFixed(2)));
+    const state = byId('state');
+    state.firstChild.onchange = () => viewer.setState(state.firstChild.checked);
     byId('invert').onchange = () => viewer.setOption('invert', viewer.options.invert ? undefined : true);
 
     /** @param {HTMLElement} where @param {HTMLElement[]} children @param {string} none */
@@ -47,6 +49,8 @@ export function makePanel(viewer) {
         byId('notes-section').hidden = !notes.length;
         byId('notes').replaceChildren(...notes.map(({ text }) => element('li', {}, text)));
         if (!opened || !grey) return;
+        state.hidden = !opened.info.presentationState && viewer.options.state !== false;
+        state.firstChild.checked = viewer.options.state !== false;
         const unit = viewer.units ? `(${viewer.units})` : '';
         for (const label of document.querySelectorAll('.unit')) label.textContent = unit;
         byId('own').replaceChildren('Reset to the window of the image',

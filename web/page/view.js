@@ -127,19 +127,20 @@ export class Viewer extends EventTarget {
     }
 
     /** From the cache, where it becomes the newest. @param {ListedImage} image @param {number} frame
-     * @returns {Promise<Loaded>} */
-    #fetch(image, frame) {
-        const key = `${image.id}:${frame}`, old = this.#cache.get(key);
-        const promise = old?.promise ?? this.#fetchNow(image, frame, key);
+     * @param {boolean | undefined} state @returns {Promise<Loaded>} */
+    #fetch(image, frame, state) {
+        const key = `${image.id}:${frame}:${state}`, old = this.#cache.get(key);
+        const promise = old?.promise ?? this.#fetchNow(image, frame, state, key);
         this.#cache.delete(key);
         this.#cache.set(key, { promise, bytes: old?.bytes ?? 0 });
         return promise;
     }
 
-    /** @param {ListedImage} image @param {number} frame @param {string} key @returns {Promise<Loaded>} */
-    async #fetchNow(image, frame, key) {
+    /** @param {ListedImage} image @param {number} frame @param {boolean | undefined} state
+     * @param {string} key @returns {Promise<Loaded>} */
+    async #fetchNow(image, frame, state, key) {
         try {
-            const asked = api.open(image.id, frame, {});
+            const asked = api.open(image.id, frame, { state });
             const [opened, buffer] = await Promise.all([asked, api.pixels(image.id, frame)]);
             const entry = this.#cache.get(key);
             if (entry) entry.bytes = buffer.byteLength;
@@ -163,7 +164,7 @@ export class Viewer extends EventTarget {
         let found = { opened: null, pixels: null, table: null, window: null, fault: image.error ?? '' };
         try {
             if (!image.error) {
-                const { opened, pixels } = await this.#fetch(image, frame);
+                const { opened, pixels } = await this.#fetch(image, frame, options.state);
                 const table = opened.pixels.colour ? null : await this.#askTable(image, frame, options, true);
                 Object.assign(found, { opened, pixels, table, window: windowOf(table) });
             }
@@ -180,7 +181,7 @@ export class Viewer extends EventTarget {
         if (options !== this.options) this.#update(true);
         const next = this.#placeBy(1, false);
         // A failure shows when it is opened.
-        if (next) this.#fetch(next.image, next.frame).catch(() => {});
+        if (next) this.#fetch(next.image, next.frame, options.state).catch(() => {});
     }
 
     /** @param {ListedImage} image @param {number} frame @param {Options} options @param {boolean} isNew */
@@ -240,7 +241,14 @@ export class Viewer extends EventTarget {
 
     resetAll() {
         this.setView(plainView());
-        this.setOptions({});
+        if (this.options.state === undefined) this.setOptions({});
+        else this.setState(true);
+    }
+
+    /** Opens the image anew, with its presentation states or without. @param {boolean} isUsed */
+    setState(isUsed) {
+        this.options = isUsed ? {} : { state: false };
+        if (this.image) this.show(this.image, this.frame);
     }
 
     /** @param {View} view */
