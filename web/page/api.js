@@ -7,16 +7,19 @@
  * @typedef {{id: number, name: string, study: string, series: string, studyText: string, seriesText: string,
  *            modality: string, frames: number, rows: number, columns: number, error: string?}} ListedImage
  * @typedef {{width: number, height: number, bits: number, signed: boolean, colour: boolean}} PixelFormat
- * @typedef {{info: any, presets: {name: string, reason: string?}[], entries: any[], pixels: PixelFormat}} Opened
- * @typedef {{center: number, width: number, source: string, units: string?, low: number, high: number}} Window
- * @typedef {{entries: number, first: number, tables: number, labels: Uint8Array?, window: Window, gamma: number,
- *            inverse: boolean, colormap: string?, colours: Uint8Array}} Table
+ * @typedef {{info: any, presets: {name: string, reason: string?}[], entries: any[],
+ *            pixels: PixelFormat}} Opened
+ * @typedef {{center: number, width: number, source: string, units: string?,
+ *            low: number, high: number}} Window
+ * @typedef {{entries: number, first: number, tables: number, labels: Uint8Array?, window: Window,
+ *            gamma: number, inverse: boolean, colormap: string?, colours: Uint8Array}} Table
  * @typedef {Uint8Array | Int8Array | Uint16Array | Int16Array} Pixels
  */
 
 /** @param {string} path @param {object=} body */
 async function request(path, body) {
-    const post = { method: 'POST', headers: { 'Content-Type': 'application/json' }, body: JSON.stringify(body) };
+    const headers = { 'Content-Type': 'application/json' };
+    const post = { method: 'POST', headers, body: JSON.stringify(body) };
     let answer;
     try {
         answer = await fetch(path, body ? post : {});
@@ -36,19 +39,30 @@ export const thumbAddress = (/** @type {number} */ id) => `api/thumb?id=${id}`;
 export const open = async (id, frame, options) => (await request('api/open', { id, frame, options })).json();
 
 /** @param {number} id @param {number} frame @returns {Promise<ArrayBuffer>} */
-export const pixels = async (id, frame) => (await request(`api/pixels?id=${id}&frame=${frame}`)).arrayBuffer();
+export const pixels = async (id, frame) =>
+    (await request(`api/pixels?id=${id}&frame=${frame}`)).arrayBuffer();
 
 /** @param {number} id @param {number} frame @param {Options} options @param {number} x @param {number} y */
 export const explain = async (id, frame, options, x, y) =>
     (await request('api/explain', { id, frame, options, at: [[x, y]] })).json();
 
-/** @param {number} id @param {number} frame @returns {Promise<{low: number, high: number, bins: number[]}>} */
+/**
+ * @param {number} id
+ * @param {number} frame
+ * @returns {Promise<{low: number, high: number, bins: number[]}>}
+ */
 export const histogram = async (id, frame) => (await request(`api/histogram?id=${id}&frame=${frame}`)).json();
 
 /** @param {object} what @returns {Promise<string>} the name of the file */
 export const save = async (what) => (await (await request('api/save', what)).json()).saved;
 
-/** @param {number} id @param {number} frame @param {Options} options @param {Region[]} regions @param {boolean} labels */
+/**
+ * @param {number} id
+ * @param {number} frame
+ * @param {Options} options
+ * @param {Region[]} regions
+ * @param {boolean} labels
+ */
 export async function table(id, frame, options, regions, labels) {
     const answer = await request('api/table', { id, frame, options, regions, labels });
     return parseTable(await answer.arrayBuffer());
@@ -63,7 +77,12 @@ export function parseTable(buffer) {
     return { ...head, colours, labels: head.labels ? new Uint8Array(buffer, 4 + length + size) : null };
 }
 
-/** The pixels in an array of their type. @param {ArrayBuffer} buffer @param {PixelFormat} format @returns {Pixels} */
+/**
+ * The pixels in an array of their type.
+ * @param {ArrayBuffer} buffer
+ * @param {PixelFormat} format
+ * @returns {Pixels}
+ */
 export function typedPixels(buffer, format) {
     if (format.colour) return new Uint8Array(buffer);
     if (format.bits <= 8) return format.signed ? new Int8Array(buffer) : new Uint8Array(buffer);

@@ -10,7 +10,11 @@ export function element(tag, properties, ...children) {
     return made;
 }
 
-/** Fits the bitmap of a canvas to its box. @param {HTMLCanvasElement} canvas @returns {CanvasRenderingContext2D} in CSS pixels */
+/**
+ * Fits the bitmap of a canvas to its box.
+ * @param {HTMLCanvasElement} canvas
+ * @returns {CanvasRenderingContext2D} in CSS pixels
+ */
 export function fitted(canvas) {
     const scale = devicePixelRatio;
     canvas.width = Math.round(canvas.clientWidth * scale);
@@ -20,17 +24,26 @@ export function fitted(canvas) {
     return context;
 }
 
-/** Drags with capture of the pointer. @param {HTMLElement} where @param {(event: PointerEvent) => void} move */
+/**
+ * Drags with capture of the pointer.
+ * @param {HTMLElement} where
+ * @param {(event: PointerEvent) => void} move
+ */
 export function draggable(where, move) {
     where.addEventListener('pointerdown', (event) => {
         where.setPointerCapture(event.pointerId);
         where.focus();
         event.preventDefault();
     });
-    where.addEventListener('pointermove', (event) => { if (where.hasPointerCapture(event.pointerId)) move(event); });
+    where.addEventListener('pointermove', (event) => {
+        if (where.hasPointerCapture(event.pointerId)) move(event);
+    });
 }
 
-/** Runs a function once before the next frame is drawn, however often it is asked for. @param {() => void} run */
+/**
+ * Runs a function once before the next frame is drawn, however often it is asked for.
+ * @param {() => void} run
+ */
 export function onceAFrame(run) {
     let isWaiting = false;
     return () => {

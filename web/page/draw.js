@@ -43,7 +43,8 @@ void main() {
 /** @param {HTMLCanvasElement} canvas @returns {GlDrawer | CanvasDrawer} */
 export function makeDrawer(canvas) {
     const gl = canvas.getContext('webgl2', {
-        alpha: false, antialias: false, depth: false, premultipliedAlpha: false, preserveDrawingBuffer: true });
+        alpha: false, antialias: false, depth: false, premultipliedAlpha: false, preserveDrawingBuffer: true,
+    });
     return gl ? new GlDrawer(gl) : new CanvasDrawer(canvas);
 }
 
@@ -76,8 +77,8 @@ class GlDrawer {
         if (!gl.getProgramParameter(program, gl.LINK_STATUS))
             throw new Error(`shader: ${gl.getProgramInfoLog(program)}`);
         gl.useProgram(program);
-        ['pixels', 'labels', 'table'].forEach((name, unit) => gl.uniform1i(gl.getUniformLocation(program, name), unit));
         const at = (/** @type {string} */ name) => gl.getUniformLocation(program, name);
+        ['pixels', 'labels', 'table'].forEach((name, unit) => gl.uniform1i(at(name), unit));
         return { program, toImage: at('toImage'), screenHeight: at('screenHeight'), first: at('first'),
             isColour: at('isColour'), hasLabels: at('hasLabels') };
     }
@@ -90,12 +91,15 @@ class GlDrawer {
         gl.texParameteri(target, gl.TEXTURE_MIN_FILTER, gl.NEAREST);
         gl.texParameteri(target, gl.TEXTURE_MAG_FILTER, gl.NEAREST);
         // Each sampler needs a complete texture of integers, whether it is read or not.
-        if (target === gl.TEXTURE_2D) this.#image(unit, gl.R8UI, 1, 1, gl.RED_INTEGER, gl.UNSIGNED_BYTE, new Uint8Array(1));
-        else gl.texImage3D(target, 0, gl.RGBA8UI, 1, 1, 1, 0, gl.RGBA_INTEGER, gl.UNSIGNED_BYTE, new Uint8Array(4));
+        const type = gl.UNSIGNED_BYTE, none = new Uint8Array(4);
+        if (target === gl.TEXTURE_2D) this.#image(unit, gl.R8UI, 1, 1, gl.RED_INTEGER, type, none);
+        else gl.texImage3D(target, 0, gl.RGBA8UI, 1, 1, 1, 0, gl.RGBA_INTEGER, type, none);
     }
 
-    /** @param {number} unit @param {number} form @param {number} width @param {number} height @param {number} order
-     *  @param {number} type @param {Pixels} data */
+    /**
+     * @param {number} unit @param {number} form @param {number} width @param {number} height
+     * @param {number} order @param {number} type @param {Pixels} data
+     */
     #image(unit, form, width, height, order, type, data) {
         this.gl.activeTexture(this.gl.TEXTURE0 + unit);
         this.gl.texImage2D(this.gl.TEXTURE_2D, 0, form, width, height, 0, order, type, data);
@@ -120,7 +124,8 @@ class GlDrawer {
         if (entries % kTableWidth) {
             data = new Uint8Array(rows * kTableWidth * 4 * tables);
             for (let i = 0; i < tables; ++i)
-                data.set(colours.subarray(i * entries * 4, (i + 1) * entries * 4), i * rows * kTableWidth * 4);
+                data.set(colours.subarray(i * entries * 4, (i + 1) * entries * 4),
+                         i * rows * kTableWidth * 4);
         }
         gl.activeTexture(gl.TEXTURE2);
         gl.texImage3D(gl.TEXTURE_2D_ARRAY, 0, gl.RGBA8UI, kTableWidth, rows, tables, 0, gl.RGBA_INTEGER,
@@ -160,7 +165,9 @@ class CanvasDrawer {
     #context;
 
     /** @param {HTMLCanvasElement} canvas */
-    constructor(canvas) { this.#context = /** @type {CanvasRenderingContext2D} */ (canvas.getContext('2d', { alpha: false })); }
+    constructor(canvas) {
+        this.#context = /** @type {CanvasRenderingContext2D} */ (canvas.getContext('2d', { alpha: false }));
+    }
 
     /** @param {Pixels} pixels @param {PixelFormat} format */
     setPixels(pixels, format) {

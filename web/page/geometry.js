@@ -1,10 +1,12 @@
 /**
- * Where the image lies on the screen: it is flipped left to right, turned by quarter turns clockwise, magnified,
- * and its centre moved by pan from the centre of the screen. Screen pixels are those of the device.
+ * Where the image lies on the screen: it is flipped left to right, turned by quarter turns clockwise,
+ * magnified, and its centre moved by pan from the centre of the screen, in pixels of the device.
  * @typedef {{zoom: number?, panX: number, panY: number, turns: number, flip: boolean}} View zoom null: fitted
  * @typedef {{width: number, height: number}} Size
- * @typedef {{width: number, height: number, stretchX: number, stretchY: number}} ImageSize pixels, and the sides of one
- * @typedef {{a: number, b: number, c: number, d: number, e: number, f: number}} Affine x' = a x + c y + e, y' = b x + d y + f
+ * @typedef {{width: number, height: number, stretchX: number, stretchY: number}} ImageSize
+ *     in pixels, and the sides of a pixel
+ * @typedef {{a: number, b: number, c: number, d: number, e: number, f: number}} Affine
+ *     x' = a x + c y + e, y' = b x + d y + f
  */
 
 export const kSmallestZoom = 0.02, kLargestZoom = 64;
@@ -12,7 +14,8 @@ const kMostAspect = 100;  // a larger ratio is taken for a mistake
 const kCos = [1, 0, -1, 0], kSin = [0, 1, 0, -1];
 
 /** The size of an image whose pixels are as wide and high as their spacing says.
- * @param {number} width @param {number} height @param {number[]?} spacing of rows and columns @returns {ImageSize} */
+ * @param {number} width @param {number} height @param {number[]?} spacing of rows and columns
+ * @returns {ImageSize} */
 export function imageSize(width, height, spacing) {
     const ratio = spacing ? spacing[0] / spacing[1] : 1;
     const [stretchX, stretchY] = !(ratio >= 1 / kMostAspect && ratio <= kMostAspect) ? [1, 1]
@@ -53,8 +56,9 @@ export function inverse(m) {
 /** @param {Affine} m @param {number} x @param {number} y */
 export const apply = (m, x, y) => ({ x: m.a * x + m.c * y + m.e, y: m.b * x + m.d * y + m.f });
 
-/** The view magnified by a factor, with the point (x, y) of the screen at rest. @param {View} view @param {ImageSize} image
- * @param {Size} screen @param {number} factor @param {number} x @param {number} y @returns {View} */
+/** The view magnified by a factor, with the point (x, y) of the screen at rest.
+ * @param {View} view @param {ImageSize} image @param {Size} screen
+ * @param {number} factor @param {number} x @param {number} y @returns {View} */
 export function zoomAbout(view, image, screen, factor, x, y) {
     const before = zoomOf(view, image, screen);
     const zoom = Math.max(kSmallestZoom, Math.min(kLargestZoom, before * factor)), ratio = zoom / before;
@@ -62,8 +66,12 @@ export function zoomAbout(view, image, screen, factor, x, y) {
     return { ...view, zoom, panX: dx - (dx - view.panX) * ratio, panY: dy - (dy - view.panY) * ratio };
 }
 
+/** @param {View} view @param {number} dx @param {number} dy @returns {View} */
+export const panned = (view, dx, dy) => ({ ...view, panX: view.panX + dx, panY: view.panY + dy });
+
 /** A quarter turn clockwise. @param {View} view @returns {View} */
 export const turned = (view) => ({ ...view, turns: (view.turns + 1) % 4, panX: -view.panY, panY: view.panX });
 
 /** Left to right on the screen, however the image is turned. @param {View} view @returns {View} */
-export const flipped = (view) => ({ ...view, flip: !view.flip, turns: (4 - view.turns) % 4, panX: -view.panX });
+export const flipped = (view) =>
+    ({ ...view, flip: !view.flip, turns: (4 - view.turns) % 4, panX: -view.panX });

@@ -1,6 +1,6 @@
 /** Mouse, touch and keys. */
 
-import { apply, flipped, inverse, plainView, turned, zoomAbout } from './geometry.js';
+import { apply, flipped, inverse, panned, plainView, turned, zoomAbout } from './geometry.js';
 import { explainPixel } from './panel.js';
 import { removeRegion } from './regions.js';
 import { between, contains, format } from './shapes.js';
@@ -8,9 +8,13 @@ import { draggedWindow, withWindow } from './view.js';
 
 /** @typedef {{x: number, y: number}} Point */
 
-const kZoomStep = 1.25, kWheelNotch = 80, kCloseBy = 10, kKeyStep = 10;
+const kZoomStep = 1.25, kDoubleOver = 150, kWheelNotch = 80, kCloseBy = 10, kKeyStep = 10, kKeyPan = 40;
 
-/** What the buttons and keys do. @param {import('./view.js').Viewer} viewer @returns {Record<string, () => void>} */
+/**
+ * What the buttons and keys do.
+ * @param {import('./view.js').Viewer} viewer
+ * @returns {Record<string, () => void>}
+ */
 export function actionsOf(viewer) {
     const zoom = (/** @type {number} */ factor) => {
         const { view, size, screen } = viewer;
@@ -34,11 +38,13 @@ export function actionsOf(viewer) {
 export function makePointers(canvas, viewer) {
     /** @type {Map<number, Point>} */
     const down = new Map();
-    /** @type {{move?: (at: Point) => void, up?: (at: Point) => void}} */
+    /** @type {Drag} */
     let drag = {};
     /** @type {Point[]} */
     let corners = [];
     let wheel = 0;
+    /** Where the pointer is. @type {Point?} */
+    let pointer = null;
 
     /** @param {MouseEvent} event @returns {Point} in pixels of the device */
     const pointOf = (event) => {
@@ -47,48 +53,58 @@ export function makePointers(canvas, viewer) {
     };
     const inImage = (/** @type {Point} */ at) => apply(inverse(viewer.toScreen), at.x, at.y);
 
-    const panning = (/** @type {Point} */ from) => {
-        const { view } = viewer, { zoom } = viewer;
-        return { move: (/** @type {Point} */ at) =>
-            viewer.setView({ ...view, zoom, panX: view.panX + at.x - from.x, panY: view.panY + at.y - from.y }) };
+    /** @typedef {{move?: (at: Point) => void, up?: (at: Point) => void}} Drag */
+
+    /** @param {Point} from @returns {Drag} */
+    const panning = (from) => {
+        const { view, zoom } = viewer;
+        return { move: (at) => viewer.setView(panned({ ...view, zoom }, at.x - from.x, at.y - from.y)) };
     };
-    const zooming = (/** @type {Point} */ from) => {
-        const { view, size, screen } = viewer;
-        return { move: (/** @type {Point} */ at) =>
-            viewer.setView(zoomAbout(view, size, screen, 2 ** ((from.y - at.y) / 150 / devicePixelRatio), from.x, from.y)) };
+    /** @param {Point} from @returns {Drag} */
+    const zooming = (from) => {
+        const { view, size, screen } = viewer, double = kDoubleOver * devicePixelRatio;
+        return { move: (at) =>
+            viewer.setView(zoomAbout(view, size, screen, 2 ** ((from.y - at.y) / double), from.x, from.y)) };
     };
-    const windowing = (/** @type {Point} */ from) => {
-        const start = viewer.target, { range } = viewer;
-        return { move: (/** @type {Point} */ at) => {
-            if (start) viewer.setWindow(draggedWindow(start, (at.x - from.x) / devicePixelRatio, (at.y - from.y) / devicePixelRatio, range));
-        } };
+    /** @param {Point} from @returns {Drag} */
+    const windowing = (from) => {
+        const start = viewer.target, range = viewer.range / devicePixelRatio;
+        const move = (/** @type {Point} */ at) => {
+            if (start) viewer.setWindow(draggedWindow(start, at.x - from.x, at.y - from.y, range));
+        };
+        return { move };
     };
+    /** @returns {Drag} */
     const pinching = () => {
         const spread = () => {
-            const [a, b] = [...down.values()];
-            return { x: (a.x + b.x) / 2, y: (a.y + b.y) / 2, apart: Math.max(1, Math.hypot(a.x - b.x, a.y - b.y)) };
+            const [a, b] = [...down.values()], apart = Math.max(1, Math.hypot(a.x - b.x, a.y - b.y));
+            return { x: (a.x + b.x) / 2, y: (a.y + b.y) / 2, apart };
         };
         const first = spread(), { view, size, screen } = viewer;
-        return { move: () => {
-            const now = spread(), zoomed = zoomAbout(view, size, screen, now.apart / first.apart, first.x, first.y);
-            viewer.setView({ ...zoomed, panX: zoomed.panX + now.x - first.x, panY: zoomed.panY + now.y - first.y });
-        } };
+        const move = () => {
+            const now = spread();
+            const zoomed = zoomAbout(view, size, screen, now.apart / first.apart, first.x, first.y);
+            viewer.setView(panned(zoomed, now.x - first.x, now.y - first.y));
+        };
+        return { move };
     };
-    const selecting = (/** @type {Point} */ from) => {
+    /** @param {Point} from @returns {Drag} */
+    const selecting = (from) => {
         const start = inImage(from);
         const at = viewer.regions.findLastIndex((region) => contains(region.shape, start));
         viewer.select(at);
         let last = start;
-        return at < 0 ? {} : { move: (/** @type {Point} */ point) => {
+        return at < 0 ? {} : { move: (point) => {
             const now = inImage(point), dx = Math.round(now.x - last.x), dy = Math.round(now.y - last.y);
             if (dx || dy) viewer.moveRegion(at, dx, dy);
             last = { x: last.x + dx, y: last.y + dy };
         } };
     };
-    const drawing = (/** @type {Point} */ from) => {
+    /** @param {Point} from @returns {Drag} */
+    const drawing = (from) => {
         const shapeTo = (/** @type {Point} */ at) => between(viewer.tool, inImage(from), inImage(at)) ?? '';
-        return { move: (/** @type {Point} */ at) => viewer.setDraft(shapeTo(at)),
-                 up: (/** @type {Point} */ at) => { if (shapeTo(at)) viewer.addRegion(shapeTo(at)); } };
+        return { move: (at) => viewer.setDraft(shapeTo(at)),
+                 up: (at) => { if (shapeTo(at)) viewer.addRegion(shapeTo(at)); } };
     };
     const closePolygon = () => {
         if (corners.length > 2) viewer.addRegion(format('polygon', corners));
@@ -97,7 +113,8 @@ export function makePointers(canvas, viewer) {
     };
     const addCorner = (/** @type {Point} */ from) => {
         const first = corners[0] && apply(viewer.toScreen, corners[0].x, corners[0].y);
-        if (first && Math.hypot(first.x - from.x, first.y - from.y) < kCloseBy * devicePixelRatio) return closePolygon();
+        const near = kCloseBy * devicePixelRatio;
+        if (first && Math.hypot(first.x - from.x, first.y - from.y) < near) return closePolygon();
         corners.push(inImage(from));
         viewer.setDraft(format('polygon', corners));
     };
@@ -106,13 +123,15 @@ export function makePointers(canvas, viewer) {
         viewer.setDraft('');
     });
 
-    /** @param {PointerEvent} event @param {Point} at */
+    const explain = () => { if (viewer.hover) explainPixel(viewer, viewer.hover.x, viewer.hover.y); };
+
+    /** @param {PointerEvent} event @param {Point} at @returns {Drag} */
     const begin = (event, at) => {
         if (event.button === 2 || event.ctrlKey) return zooming(at);
         if (event.button === 1 || event.shiftKey) return panning(at);
         if (!viewer.isGrey && viewer.tool !== 'probe') return {};
         switch (viewer.tool) {
-            case 'probe': return { up: () => { if (viewer.hover) explainPixel(viewer, viewer.hover.x, viewer.hover.y); } };
+            case 'probe': return { up: explain };
             case 'select': return selecting(at);
             case 'polygon': addCorner(at); return {};
             case 'rect': case 'ellipse': return drawing(at);
@@ -123,26 +142,35 @@ export function makePointers(canvas, viewer) {
     canvas.addEventListener('pointerdown', (event) => {
         if (!viewer.opened) return;
         canvas.setPointerCapture(event.pointerId);
-        canvas.focus({ preventScroll: true });
         const at = pointOf(event);
         down.set(event.pointerId, at);
         if (down.size > 2) return;
         viewer.setHover(inImage(at));
         drag = down.size === 2 ? pinching() : begin(event, at);
-        event.preventDefault();
     });
+    // The middle button pans, it does not scroll the page.
+    canvas.addEventListener('mousedown', (event) => { if (event.button === 1) event.preventDefault(); });
+    const hover = () => viewer.setHover(pointer && inImage(pointer));
+    for (const what of ['image', 'view']) viewer.addEventListener(what, hover);
     canvas.addEventListener('pointermove', (event) => {
-        const at = pointOf(event);
+        const at = pointer = pointOf(event);
         if (down.has(event.pointerId)) down.set(event.pointerId, at);
         if (down.size) drag.move?.(at);
-        viewer.setHover(inImage(at));
+        hover();
         if (corners.length && !down.size) viewer.setDraft(format('polygon', [...corners, inImage(at)]));
     });
-    for (const what of /** @type {const} */ (['pointerup', 'pointercancel'])) canvas.addEventListener(what, (event) => {
-        if (down.delete(event.pointerId) && what === 'pointerup') drag.up?.(pointOf(event));
+    canvas.addEventListener('pointerup', (event) => {
+        if (down.delete(event.pointerId)) drag.up?.(pointOf(event));
         drag = {};
     });
-    canvas.addEventListener('pointerleave', () => viewer.setHover(null));
+    canvas.addEventListener('pointercancel', (event) => {
+        down.delete(event.pointerId);
+        drag = {};
+    });
+    canvas.addEventListener('pointerleave', () => {
+        pointer = null;
+        hover();
+    });
     canvas.addEventListener('contextmenu', (event) => event.preventDefault());
     canvas.addEventListener('dblclick', () => {
         if (viewer.tool === 'polygon') closePolygon();
@@ -164,14 +192,16 @@ export function makePointers(canvas, viewer) {
     return { closePolygon };
 }
 
-/** @param {HTMLCanvasElement} canvas @param {import('./view.js').Viewer} viewer @param {Record<string, () => void>} actions
- *  @param {{closePolygon: () => void}} pointers */
+/**
+ * @param {HTMLCanvasElement} canvas @param {import('./view.js').Viewer} viewer
+ * @param {Record<string, () => void>} actions @param {{closePolygon: () => void}} pointers
+ */
 export function makeKeys(canvas, viewer, actions, pointers) {
     /** @type {Record<string, () => void>} */
     const keys = {
-        a: actions.auto, i: actions.invert, r: actions.rotate, f: actions.flip, '+': actions.plus, '=': actions.plus,
-        '-': actions.minus, 0: actions.reset, '?': actions.help, ' ': actions.play,
-        w: () => viewer.setTool('window'), p: () => viewer.setTool('probe'), s: () => viewer.setTool('select'),
+        a: actions.auto, i: actions.invert, r: actions.rotate, f: actions.flip, '+': actions.plus,
+        '=': actions.plus, '-': actions.minus, 0: actions.reset, '?': actions.help, ' ': actions.play,
+        w: actions.window, p: actions.probe, s: actions.select,
         Delete: () => { if (viewer.selected >= 0) removeRegion(viewer, viewer.selected); },
         Escape: () => { viewer.setTool(viewer.tool); viewer.select(-1); },
     };
@@ -180,15 +210,15 @@ export function makeKeys(canvas, viewer, actions, pointers) {
 
     /** @param {KeyboardEvent} event @param {number} dx @param {number} dy */
     const arrow = (event, dx, dy) => {
-        const isOnImage = document.activeElement === canvas;
+        const isOnImage = document.activeElement === canvas, { target, view, zoom, size } = viewer;
         if (event.shiftKey) {
-            if (viewer.target) viewer.setWindow(draggedWindow(viewer.target, dx * kKeyStep, dy * kKeyStep, viewer.range));
+            if (target) viewer.setWindow(draggedWindow(target, dx * kKeyStep, dy * kKeyStep, viewer.range));
         } else if (event.ctrlKey) {
-            const { view, zoom } = viewer;
-            viewer.setView({ ...view, zoom, panX: view.panX + dx * 4 * kKeyStep, panY: view.panY + dy * 4 * kKeyStep });
+            viewer.setView(panned({ ...view, zoom }, dx * kKeyPan, dy * kKeyPan));
         } else if (isOnImage && viewer.tool === 'probe') {
-            const { width, height } = viewer.size, from = viewer.hover ?? { x: width >> 1, y: height >> 1 };
-            viewer.setHover({ x: Math.max(0, Math.min(width - 1, from.x + dx)), y: Math.max(0, Math.min(height - 1, from.y + dy)) });
+            const from = viewer.hover ?? { x: size.width >> 1, y: size.height >> 1 };
+            viewer.setHover({ x: Math.max(0, Math.min(size.width - 1, from.x + dx)),
+                              y: Math.max(0, Math.min(size.height - 1, from.y + dy)) });
         } else if (isOnImage && viewer.tool === 'select' && viewer.regions[viewer.selected]) {
             viewer.moveRegion(viewer.selected, dx, dy);
         } else if (dx) {
@@ -202,13 +232,16 @@ export function makeKeys(canvas, viewer, actions, pointers) {
         const { width, height } = viewer.size, { tool, hover } = viewer;
         if (tool === 'probe' && hover) explainPixel(viewer, hover.x, hover.y);
         else if (tool === 'polygon') pointers.closePolygon();
-        else if (tool === 'rect' || tool === 'ellipse')
-            viewer.addRegion(/** @type {string} */ (between(tool, { x: Math.round(width * 0.35), y: Math.round(height * 0.35) },
-                                                            { x: Math.round(width * 0.65), y: Math.round(height * 0.65) })));
+        if (tool !== 'rect' && tool !== 'ellipse') return;
+        /** @param {number} of */
+        const part = (of) => ({ x: Math.round(width * of), y: Math.round(height * of) });
+        const shape = between(tool, part(0.35), part(0.65));
+        if (shape) viewer.addRegion(shape);
     };
 
     document.addEventListener('keydown', (event) => {
-        const target = /** @type {HTMLElement} */ (event.target), key = event.key.length === 1 ? event.key.toLowerCase() : event.key;
+        const target = /** @type {HTMLElement} */ (event.target);
+        const key = event.key.length === 1 ? event.key.toLowerCase() : event.key;
         if (event.altKey || event.metaKey || document.querySelector('dialog[open]')) return;
         if (target.matches('select, input:not([type=checkbox])')) return;
         const isElsewhere = target !== document.body && target !== canvas;

@@ -10,6 +10,7 @@ import { makeColourBar, makeHistogram } from './scale.js';
 import { makeStrip } from './strip.js';
 import { modalityValue, shown, Viewer } from './view.js';
 
+const kTools = ['window', 'probe', 'select', 'rect', 'ellipse', 'polygon'];
 const kNarrow = 900;  // CSS pixels, as in view.css
 const kListEvery = 500;  // ms between questions for images that are still being found
 
@@ -24,7 +25,7 @@ const drawImage = () => {
         if (table) drawer.setTable(table, opened.pixels);
     } else {
         drawer.clear();
-        if (opened) viewer.fault = `The image is too large to draw here: ${opened.pixels.width} x ${opened.pixels.height} pixels.`;
+        if (opened) viewer.fault = `More than ${drawer.maxSide} pixels a side cannot be drawn here.`;
     }
     draw();
 };
@@ -39,17 +40,22 @@ const drawTable = () => {
 };
 
 const write = onceAFrame(() => {
-    const { image, frame, opened, window, zoom, hover, pixels, places, selected, units } = viewer;
+    const { image, frame, places, opened, pixels, size, hover } = viewer;
+    const { window, units, selected, target, zoom } = viewer;
     const at = places.findIndex((place) => place.image === image && place.frame === frame) + 1;
     const place = `${image && image.frames > 1 ? 'Frame' : 'Image'} ${at} of ${places.length}`;
-    byId('name').textContent = image ? [[image.modality, image.seriesText].filter(Boolean).join('  '), image.name.split('/').pop()]
-        .filter(Boolean).join('\n') : '';
-    byId('place').textContent = opened ? `${place}\n${opened.pixels.width} \u00d7 ${opened.pixels.height}` : '';
-    byId('numbers').textContent = opened && window
-        ? `${selected >= 0 && viewer.target ? `Region ${selected + 1}  ${windowText(viewer.target)}\n` : ''}C ${shown(window.center)}  W ${shown(window.width)}` : '';
+    const { presentationState: state } = opened?.info ?? {};
+    const file = image?.name.split('/').pop() ?? '';
+    const kind = [image?.modality, image?.seriesText].filter(Boolean).join('  ');
+    const stateText = state ? `Presentation state ${state.label ?? ''}` : '';
+    byId('name').textContent = [kind, file, stateText].filter(Boolean).join('\n');
+    byId('place').textContent = opened ? `${place}\n${size.width} \u00d7 ${size.height}` : '';
+    const ofRegion = selected >= 0 && target ? `Region ${selected + 1}: ${windowText(target)}\n` : '';
+    byId('numbers').textContent = window ? `${ofRegion}C ${shown(window.center)}  W ${shown(window.width)}`
+        : opened ? 'In colour, without a window' : '';
     byId('described').textContent = image ? `${image.name}. ${place}.` : 'No image';
     byId('fault').textContent = viewer.fault;
-    document.title = image ? `${image.name.split('/').pop()} - zev view` : 'zev view';
+    document.title = file ? `${file} - zev view` : 'zev view';
 
     const cell = (/** @type {string} */ name, /** @type {string} */ text) => {
         /** @type {HTMLElement} */ (document.querySelector(`#status .${name}`)).textContent = text;
@@ -72,7 +78,7 @@ const write = onceAFrame(() => {
 });
 
 const press = (/** @type {string} */ name, /** @type {boolean} */ isOn) => {
-    for (const button of document.querySelectorAll(`#tools [data-do="${name}"]`)) button.ariaPressed = String(isOn);
+    document.querySelector(`#tools [data-do="${name}"]`)?.setAttribute('aria-pressed', String(isOn));
 };
 
 let playing = 0;
@@ -90,7 +96,11 @@ const play = () => {
 };
 byId('rate').addEventListener('change', () => { if (playing) { stop(); play(); } });
 
-/** Opens or closes the images or the settings; on a narrow page one of them at a time. @param {string} name @param {boolean} isOpen */
+/**
+ * Opens or closes the images or the settings; on a narrow page one of them at a time.
+ * @param {string} name
+ * @param {boolean} isOpen
+ */
 const show = (name, isOpen) => {
     document.body.dataset[name] = isOpen ? 'open' : 'closed';
     document.querySelector(`#tools [data-do="${name}"]`)?.setAttribute('aria-expanded', String(isOpen));
@@ -100,17 +110,21 @@ const toggle = (/** @type {string} */ name) => () => show(name, document.body.da
 for (const name of ['strip', 'panel']) show(name, innerWidth > kNarrow);
 
 /** @type {Record<string, () => void>} */
-const actions = { ...actionsOf(viewer), play, help: () => byId('help').showModal(), strip: toggle('strip'), panel: toggle('panel') };
-for (const tool of ['window', 'probe', 'select', 'rect', 'ellipse', 'polygon']) actions[tool] = () => viewer.setTool(tool);
+const actions = {
+    ...actionsOf(viewer), play, help: () => byId('help').showModal(),
+    strip: toggle('strip'), panel: toggle('panel'),
+};
+for (const tool of kTools) actions[tool] = () => viewer.setTool(tool);
 for (const button of document.querySelectorAll('[data-do]'))
     button.addEventListener('click', () => actions[/** @type {HTMLElement} */ (button).dataset.do ?? '']());
 
 const mark = () => {
-    for (const tool of ['window', 'probe', 'select', 'rect', 'ellipse', 'polygon']) press(tool, tool === viewer.tool);
+    for (const tool of kTools) press(tool, tool === viewer.tool);
     press('invert', Boolean(viewer.options.invert));
     canvas.dataset.tool = viewer.tool;
     const isStill = viewer.places.length < 2;
-    for (const field of document.querySelectorAll('#cine button, #cine input')) /** @type {HTMLInputElement} */ (field).disabled = isStill;
+    for (const field of document.querySelectorAll('#cine button, #cine input'))
+        /** @type {HTMLInputElement} */ (field).disabled = isStill;
 };
 
 /** @type {{uid: string, name: string, colours: number[]}[]} */
@@ -118,12 +132,12 @@ const maps = [];
 viewer.addEventListener('image', drawImage);
 viewer.addEventListener('window', drawTable);
 for (const what of ['view', 'size']) viewer.addEventListener(what, draw);
-for (const what of ['image', 'window', 'view', 'regions', 'hover', 'size']) viewer.addEventListener(what, write);
+for (const what of ['image', 'window', 'view', 'regions', 'hover', 'size'])
+    viewer.addEventListener(what, write);
 for (const what of ['image', 'window', 'tool']) viewer.addEventListener(what, mark);
 viewer.addEventListener('loading', () => { stage.ariaBusy = 'true'; });
 viewer.addEventListener('image', () => {
     stage.ariaBusy = 'false';
-    viewer.setHover(null);
     byId('probe').hidden = true;
 });
 canvas.addEventListener('webglcontextlost', (/** @type {Event} */ event) => event.preventDefault());
@@ -148,7 +162,10 @@ new ResizeObserver(([entry]) => {
     viewer.say('size');
 }).observe(canvas, { box: 'device-pixel-content-box' });
 
-const fail = (/** @type {Error} */ error) => { byId('fault').textContent = error.message; };
+const fail = (/** @type {Error} */ error) => {
+    viewer.fault = error.message;
+    write();
+};
 
 async function findImages() {
     for (let isDone = false, found = -1; !isDone;) {

@@ -1,4 +1,7 @@
-/** The settings at the right: window, presets, grey levels, colour maps, notes, the trace of a pixel and saving. */
+/**
+ * The settings at the right: window, presets, grey levels, colour maps, notes, the trace of a pixel,
+ * saving.
+ */
 
 import * as api from './api.js';
 import { byId, element, onceAFrame } from './dom.js';
@@ -6,9 +9,10 @@ import { shown } from './view.js';
 
 const kSpokenAfter = 600;  // ms of rest before a screen reader hears the window
 const kSources = /** @type {Record<string, string>} */ ({
-    'voi-lut-entry': 'the image', 'raw-attributes': 'the image', automatic: 'measured', fallback: 'nothing is known of it',
-    'colormap-suv': 'the colour map', preset: 'preset', 'presentation-state': 'presentation state', saved: 'saved parameters',
-    option: 'set by hand' });
+    'voi-lut-entry': 'the image', 'raw-attributes': 'the image', automatic: 'measured', option: 'set by hand',
+    fallback: 'nothing is known of it', 'colormap-suv': 'the colour map', preset: 'preset',
+    'presentation-state': 'presentation state', saved: 'saved parameters',
+});
 
 /** @param {{center: number, width: number}} window */
 export const windowText = ({ center, width }) => `${shown(center)} / ${shown(width)}`;
@@ -26,6 +30,8 @@ export function makePanel(viewer) {
     };
     center.onchange = width.onchange = typed;
     gamma.oninput = () => viewer.setOption('gamma', Number((10 ** gamma.value).toFixed(2)));
+    const state = byId('state');
+    state.firstChild.onchange = () => viewer.setState(state.firstChild.checked);
     byId('invert').onchange = () => viewer.setOption('invert', viewer.options.invert ? undefined : true);
 
     /** @param {HTMLElement} where @param {HTMLElement[]} children @param {string} none */
@@ -38,22 +44,29 @@ export function makePanel(viewer) {
         for (const section of document.querySelectorAll('#panel section'))
             if (section.querySelector('#window-title, #entries, #presets, #gamma, #maps, #regions'))
                 /** @type {HTMLElement} */ (section).hidden = !grey;
+        /** @type {{text: string}[]} */
         const notes = opened?.info.notes ?? [];
         byId('notes-section').hidden = !notes.length;
-        byId('notes').replaceChildren(...notes.map((/** @type {{text: string}} */ note) => element('li', {}, note.text)));
+        byId('notes').replaceChildren(...notes.map(({ text }) => element('li', {}, text)));
         if (!opened || !grey) return;
-        for (const unit of document.querySelectorAll('.unit')) unit.textContent = viewer.units ? `(${viewer.units})` : '';
-        byId('own').replaceChildren('Reset to the window of the image', element('small', {}, windowText(viewer.ownWindow)));
+        state.hidden = !opened.info.presentationState && viewer.options.state !== false;
+        state.firstChild.checked = viewer.options.state !== false;
+        const unit = viewer.units ? `(${viewer.units})` : '';
+        for (const label of document.querySelectorAll('.unit')) label.textContent = unit;
+        byId('own').replaceChildren('Reset to the window of the image',
+            element('small', {}, windowText(viewer.ownWindow)));
         fill(byId('entries'), opened.entries.map((entry, i) => {
             const numbers = entry.function === 'table' ? 'table' : windowText(entry);
-            const button = element('button', { type: 'button', title: `${entry.explanation ?? ''} (${entry.function})` },
+            const title = `${entry.explanation ?? ''} (${entry.function})`;
+            const button = element('button', { type: 'button', title },
                 entry.explanation || `Window ${i + 1}`, element('small', {}, numbers));
             button.dataset.voi = String(i);
             button.onclick = () => viewer.setWindow({ voi: i });
             return button;
         }), 'The image has none.');
         fill(byId('presets'), opened.presets.map(({ name, reason }, i) => {
-            const button = element('button', { type: 'button', title: reason ?? `${name}${i < 9 ? ` (${i + 1})` : ''}` }, name);
+            const title = reason ?? (i < 9 ? `${name} (${i + 1})` : name);
+            const button = element('button', { type: 'button', title }, name);
             button.dataset.preset = name;
             if (reason) {
                 button.ariaDisabled = 'true';
@@ -70,10 +83,11 @@ export function makePanel(viewer) {
         const { window, table, options } = viewer;
         if (!window || !table || !viewer.opened) return;
         const digits = viewer.range >= 100 ? 1 : 4;
-        if (document.activeElement !== center || !center.matches(':focus-visible')) center.value = Number(window.center.toFixed(digits));
+        center.value = Number(window.center.toFixed(digits));
         width.value = Number(window.width.toFixed(digits));
         center.step = width.step = viewer.range >= 100 ? '1' : 'any';
-        byId('source').textContent = `From: ${options.preset ?? kSources[table.window.source] ?? table.window.source}`;
+        const { source } = table.window;
+        byId('source').textContent = `From: ${options.preset ?? kSources[source] ?? source}`;
         gamma.value = Math.log10(table.gamma);
         byId('gamma-value').textContent = table.gamma.toFixed(2);
         gamma.ariaValueText = table.gamma.toFixed(2);
@@ -83,19 +97,25 @@ export function makePanel(viewer) {
             const { preset, voi } = /** @type {HTMLElement} */ (button).dataset;
             button.ariaPressed = String(preset ? region.preset === preset : region.voi === Number(voi));
         }
-        for (const input of document.querySelectorAll('#maps input'))
-            /** @type {HTMLInputElement} */ (input).checked = /** @type {HTMLInputElement} */ (input).value === (options.colormap ?? '');
+        /** @type {NodeListOf<HTMLInputElement>} */
+        const maps = document.querySelectorAll('#maps input');
+        for (const input of maps)
+            input.checked = input.value === (options.colormap ?? '');
         clearTimeout(spoken);
         const text = `Window ${windowText(window)} ${viewer.units}`;
-        spoken = setTimeout(() => { if (byId('spoken').textContent !== text) byId('spoken').textContent = text; }, kSpokenAfter);
+        spoken = setTimeout(() => { byId('spoken').textContent = text; }, kSpokenAfter);
     });
     viewer.addEventListener('image', () => { rebuild(); refresh(); });
     for (const what of ['window', 'regions']) viewer.addEventListener(what, refresh);
 }
 
-/** @param {import('./view.js').Viewer} viewer @param {{uid: string, name: string, colours: number[]}[]} maps */
+/**
+ * @param {import('./view.js').Viewer} viewer
+ * @param {{uid: string, name: string, colours: number[]}[]} maps
+ */
 export function fillMaps(viewer, maps) {
-    const grey = { uid: '', name: 'As the image', colours: Array.from({ length: 256 }, (_, i) => i * 0x010101) };
+    const greys = Array.from({ length: 256 }, (_, i) => i * 0x010101);
+    const grey = { uid: '', name: 'As the image', colours: greys };
     byId('maps').replaceChildren(...[grey, ...maps].map(({ uid, name, colours }) => {
         const bar = element('canvas', { width: 256, height: 1, ariaHidden: 'true' });
         const context = bar.getContext('2d');
@@ -109,7 +129,12 @@ export function fillMaps(viewer, maps) {
     }));
 }
 
-/** Why a pixel looks as it does. @param {import('./view.js').Viewer} viewer @param {number} x @param {number} y */
+/**
+ * Why a pixel looks as it does.
+ * @param {import('./view.js').Viewer} viewer
+ * @param {number} x
+ * @param {number} y
+ */
 export async function explainPixel(viewer, x, y) {
     if (!viewer.image) return;
     byId('probe').hidden = false;
@@ -121,7 +146,8 @@ export async function explainPixel(viewer, x, y) {
                     ...step.attributes.map((/** @type {string} */ text) => element('small', {}, text)))));
         const [point] = answer.points, chip = element('span', { className: 'chip' });
         chip.style.background = point.display ?? 'none';
-        where.replaceChildren(element('h3', {}, chip, `Column ${x}, row ${y}: ${point.display ?? 'not on the screen'}`),
+        const title = `Column ${x}, row ${y}: ${point.display ?? 'not on the screen'}`;
+        where.replaceChildren(element('h3', {}, chip, title),
             list(point.steps), element('h3', {}, 'The whole image'), list(answer.image));
     } catch (error) {
         where.replaceChildren(/** @type {Error} */ (error).message);
@@ -132,17 +158,19 @@ export async function explainPixel(viewer, x, y) {
 /** @param {import('./view.js').Viewer} viewer */
 export function makeSaving(viewer) {
     byId('saving').hidden = false;
-    for (const button of document.querySelectorAll('[data-save]')) button.addEventListener('click', async () => {
-        const { image, frame, options, regions, screen, view } = viewer, said = byId('saved');
+    const save = async (/** @type {string} */ kind) => {
+        const { image, frame, options, regions, screen, zoom } = viewer, said = byId('saved');
+        const { panX, panY, turns, flip } = viewer.view;
         if (!image || !viewer.opened) return;
+        const view = { zoom, pan: [panX, panY], rotate: turns * 90, flip: flip ? 'h' : '',
+                       size: `${screen.width}x${screen.height}` };
         try {
-            const name = await api.save({
-                kind: /** @type {HTMLElement} */ (button).dataset.save, id: image.id, frame, options, regions,
-                view: { zoom: viewer.zoom, pan: [view.panX, view.panY], rotate: view.turns * 90, flip: view.flip ? 'h' : '',
-                        size: `${screen.width}x${screen.height}` } });
+            const name = await api.save({ kind, id: image.id, frame, options, regions, view });
             said.textContent = `Saved as ${name}`;
         } catch (error) {
             said.textContent = `Not saved: ${/** @type {Error} */ (error).message}`;
         }
-    });
+    };
+    for (const button of /** @type {NodeListOf<HTMLElement>} */ (document.querySelectorAll('[data-save]')))
+        button.addEventListener('click', () => save(button.dataset.save ?? ''));
 }

@@ -5,6 +5,9 @@ import { apply } from './geometry.js';
 import { isShape, outline, parse } from './shapes.js';
 import { withWindow } from './view.js';
 
+/** @type {Record<string, string>} */
+const kKinds = { rect: 'Rectangle', ellipse: 'Ellipse', polygon: 'Polygon' };
+
 /** @param {import('./view.js').Viewer} viewer @param {{uid: string, name: string}[]} maps filled in later */
 export function makeRegions(viewer, maps) {
     const marks = byId('marks'), list = byId('regions');
@@ -24,20 +27,27 @@ export function makeRegions(viewer, maps) {
             const top = corners.reduce((best, p) => (p.y < best.y ? p : best));
             const text = svg('text', { x: top.x / scale + 4, y: top.y / scale - 5 });
             text.textContent = name;
-            return [svg('polygon', { points, class: 'under' }), svg('polygon', { points, class: kind }), text];
+            const under = svg('polygon', { points, class: 'under' });
+            return [under, svg('polygon', { points, class: kind }), text];
         };
-        const parts = viewer.isGrey
-            ? viewer.regions.flatMap(({ shape }, i) => mark(shape, i === viewer.selected ? 'selected' : '', String(i + 1))) : [];
+        const { regions, selected, hover } = viewer;
+        const parts = regions.flatMap(({ shape }, i) =>
+            mark(shape, i === selected ? 'selected' : '', String(i + 1)));
         if (viewer.draft) parts.push(...mark(viewer.draft, 'draft', ''));
-        if (viewer.hover && viewer.tool === 'probe') {
-            const { x, y } = apply(toScreen, viewer.hover.x + 0.5, viewer.hover.y + 0.5), [cx, cy] = [x / scale, y / scale];
-            const d = `M${cx - 12} ${cy}h8m8 0h8M${cx} ${cy - 12}v8m0 8v8`;
+        if (hover && viewer.tool === 'probe') {
+            const at = apply(toScreen, hover.x + 0.5, hover.y + 0.5), x = at.x / scale, y = at.y / scale;
+            const d = `M${x - 12} ${y}h8m8 0h8M${x} ${y - 12}v8m0 8v8`;
             parts.push(svg('path', { d, class: 'under' }), svg('path', { d }));
         }
         marks.replaceChildren(...parts);
     });
 
-    /** @param {string} key @param {string} label @param {HTMLElement} field @param {(value: string) => void} change */
+    /**
+     * @param {string} key
+     * @param {string} label
+     * @param {HTMLElement} field
+     * @param {(value: string) => void} change
+     */
     const labelled = (key, label, field, change) => {
         field.dataset.key = key;
         field.onchange = () => change(/** @type {HTMLInputElement} */ (field).value);
@@ -45,7 +55,8 @@ export function makeRegions(viewer, maps) {
     };
     /** @param {string[][]} choices value and text @param {string} value */
     const select = (choices, value) => {
-        const made = element('select', {}, ...choices.map(([value, text]) => element('option', { value }, text)));
+        const options = choices.map(([value, text]) => element('option', { value }, text));
+        const made = element('select', {}, ...options);
         made.value = value;
         return made;
     };
@@ -53,16 +64,20 @@ export function makeRegions(viewer, maps) {
     /** @param {number} at */
     const fieldsOf = (at) => {
         const region = viewer.regions[at], { options } = region;
-        const set = (/** @type {import('./api.js').Options} */ options) => viewer.setRegion(at, { ...region, options });
+        /** @param {import('./api.js').Options} options */
+        const set = (options) => viewer.setRegion(at, { ...region, options });
+        /** @param {number} value */
+        const number = (value) => element('input', { type: 'number', step: 'any', value });
         const own = viewer.target ?? { center: 0, width: 1 };
-        const number = (/** @type {number} */ value) => element('input', { type: 'number', step: 'any', value });
-        const presets = (viewer.opened?.presets ?? []).filter((preset) => !preset.reason).map(({ name }) => [name, name]);
+        const usable = (viewer.opened?.presets ?? []).filter((preset) => !preset.reason);
+        const presets = [['', 'None'], ...usable.map(({ name }) => [name, name])];
+        const shape = element('input', { type: 'text', value: region.shape, spellcheck: false });
         const colours = [['', 'As the image'], ...maps.map(({ uid, name }) => [uid, name])];
         const invert = element('input', { type: 'checkbox', checked: Boolean(options.invert) });
         invert.dataset.key = 'invert';
         invert.onchange = () => set({ ...options, invert: invert.checked });
         return [
-            labelled('shape', 'Shape', element('input', { type: 'text', value: region.shape, spellcheck: false }), (shape) => {
+            labelled('shape', 'Shape', shape, (shape) => {
                 if (isShape(shape)) viewer.setRegion(at, { ...region, shape });
                 else fill();
             }),
@@ -71,7 +86,7 @@ export function makeRegions(viewer, maps) {
                     set(withWindow(options, { center: Number(value), width: own.width }))),
                 labelled('width', 'Width', number(own.width), (value) =>
                     set(withWindow(options, { center: own.center, width: Math.max(1e-4, Number(value)) }))),
-                labelled('preset', 'Preset', select([['', 'None'], ...presets], options.preset ?? ''), (preset) =>
+                labelled('preset', 'Preset', select(presets, options.preset ?? ''), (preset) =>
                     set(withWindow(options, preset ? { preset } : { ...own }))),
                 labelled('map', 'Colour map', select(colours, options.colormap ?? ''), (colormap) => {
                     const { colormap: _, ...rest } = options;
@@ -82,32 +97,38 @@ export function makeRegions(viewer, maps) {
 
     const fill = onceAFrame(() => {
         const { regions, selected } = viewer;
-        const focus = /** @type {HTMLElement?} */ (list.contains(document.activeElement) ? document.activeElement : null)?.dataset.key;
+        const focus = list.querySelector(':focus')?.dataset.key;
         const rows = regions.map(({ shape }, i) => {
             const swap = (/** @type {number} */ by) => {
                 const next = [...regions];
+                if (!next[i + by]) return;
                 [next[i], next[i + by]] = [next[i + by], next[i]];
                 viewer.setRegions(next, i + by);
             };
-            const small = (/** @type {string} */ key, /** @type {string} */ text, /** @type {string} */ label, /** @type {() => void} */ onclick) => {
-                const made = element('button', { type: 'button', className: 'small', title: label, ariaLabel: label, onclick }, text);
+            /** @param {string} key @param {string} text @param {string} title @param {() => void} onclick */
+            const small = (key, text, title, onclick) => {
+                const look = { type: 'button', className: 'small', title, ariaLabel: title, onclick };
+                const made = element('button', look, text);
                 made.dataset.key = `${key}${i}`;
                 return made;
             };
-            const kind = { rect: 'Rectangle', ellipse: 'Ellipse', polygon: 'Polygon' }[parse(shape).kind] ?? '';
+            const kind = kKinds[parse(shape).kind];
             const header = element('header', {},
-                small('select', `${i + 1}  ${kind}`, `Select region ${i + 1}, ${kind}`, () => viewer.select(i === selected ? -1 : i)),
-                small('up', '\u2191', `Region ${i + 1}: one up`, () => { if (i + 1 < regions.length) swap(1); }),
-                small('down', '\u2193', `Region ${i + 1}: one down`, () => { if (i > 0) swap(-1); }),
+                small('select', `${i + 1}  ${kind}`, `Select region ${i + 1}, ${kind}`,
+                      () => viewer.select(i === selected ? -1 : i)),
+                small('up', '\u2191', `Region ${i + 1}: one up`, () => swap(1)),
+                small('down', '\u2193', `Region ${i + 1}: one down`, () => swap(-1)),
                 small('delete', '\u00d7', `Delete region ${i + 1}`, () => removeRegion(viewer, i)));
             header.firstChild.ariaPressed = String(i === selected);
-            return element('li', { className: i === selected ? 'selected' : '' }, header, ...(i === selected ? fieldsOf(i) : []));
+            return i === selected ? element('li', { className: 'selected' }, header, ...fieldsOf(i))
+                : element('li', {}, header);
         });
         if (!rows.length) rows.push(element('li', { className: 'none' }, 'Draw one with the tools above.'));
         list.replaceChildren(...rows.reverse());
         if (focus) list.querySelector(`[data-key="${focus}"]`)?.focus();
     });
-    for (const what of ['image', 'view', 'regions', 'size', 'hover', 'tool']) viewer.addEventListener(what, drawMarks);
+    for (const what of ['image', 'view', 'regions', 'size', 'hover', 'tool'])
+        viewer.addEventListener(what, drawMarks);
     for (const what of ['image', 'regions']) viewer.addEventListener(what, fill);
 }
 

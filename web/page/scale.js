@@ -4,7 +4,15 @@ import { histogram, latest } from './api.js';
 import { byId, draggable, fitted, onceAFrame } from './dom.js';
 import { modalityValue, shown } from './view.js';
 
-/** Round values between two ends, at most about count of them. @param {number} low @param {number} high @param {number} count */
+/** @type {Record<string, number>} */
+const kKeys = { ArrowLeft: -1, ArrowDown: -1, ArrowRight: 1, ArrowUp: 1, PageDown: -10, PageUp: 10 };
+
+/**
+ * Round values between two ends, at most about count of them.
+ * @param {number} low
+ * @param {number} high
+ * @param {number} count
+ */
 export function ticks(low, high, count) {
     const rough = (high - low) / count;
     if (!(rough > 0) || !Number.isFinite(rough)) return [];
@@ -20,7 +28,8 @@ export function makeColourBar(bar, viewer) {
         const context = fitted(bar), { table, opened } = viewer;
         if (!table || !opened) return;
         const font = parseFloat(getComputedStyle(bar).fontSize) * 0.86;
-        const width = font, margin = font, height = bar.clientHeight - 2 * margin, left = bar.clientWidth - width;
+        const width = font, margin = font;
+        const height = bar.clientHeight - 2 * margin, left = bar.clientWidth - width;
         const { low, high } = table.window, { rescaleSlope, rescaleIntercept } = opened.info;
         if (modalityValue(0, opened.info) === null) return;
         for (let y = 0; y < height; ++y) {
@@ -50,7 +59,8 @@ export function makeColourBar(bar, viewer) {
             write(shown(tick), y);
         }
     });
-    for (const what of ['image', 'window', 'size']) viewer.addEventListener(what, draw);
+    for (const what of ['image', 'window']) viewer.addEventListener(what, draw);
+    new ResizeObserver(draw).observe(bar);
 }
 
 /** @param {import('./view.js').Viewer} viewer */
@@ -67,30 +77,33 @@ export function makeHistogram(viewer) {
     });
 
     const draw = onceAFrame(() => {
-        const context = fitted(canvas), { clientWidth: width, clientHeight: height } = canvas, window = viewer.window;
+        const context = fitted(canvas), { window } = viewer;
+        const { clientWidth: width, clientHeight: height } = canvas;
         box.parentElement.hidden = !viewer.isGrey;
         byId('least').textContent = data ? shown(data.low) : '';
         byId('most').textContent = data ? `${shown(data.high)} ${viewer.units}` : '';
         for (const end of ends) end.hidden = !data || !window;
         if (!data || !window) return;
         const { low, high, bins } = data, style = getComputedStyle(canvas);
-        const place = (/** @type {number} */ value) => Math.max(0, Math.min(1, (value - low) / (high - low || 1)));
+        /** @param {number} value */
+        const place = (value) => Math.max(0, Math.min(1, (value - low) / (high - low || 1)));
         const edges = [window.center - window.width / 2, window.center + window.width / 2];
         context.fillStyle = style.getPropertyValue('--accent');
         context.globalAlpha = 0.18;
         context.fillRect(place(edges[0]) * width, 0, (place(edges[1]) - place(edges[0])) * width, height);
         context.globalAlpha = 1;
         context.fillStyle = style.getPropertyValue('--quiet');
-        // By the square root, so that air does not hide everything else.
-        const most = Math.sqrt(Math.max(1, ...bins));
+        // By the logarithm, so that air does not hide everything else.
+        const most = Math.log1p(Math.max(1, ...bins));
         bins.forEach((count, i) => {
-            const bar = Math.sqrt(count) / most * (height - 4);
+            const bar = Math.log1p(count) / most * (height - 4);
             context.fillRect(i * width / bins.length, height - bar, width / bins.length + 0.3, bar);
         });
         ends.forEach((end, i) => {
             end.style.left = `${place(edges[i]) * 100}%`;
-            const [least, most] = i ? [edges[0], Math.max(high, edges[1])] : [Math.min(low, edges[0]), edges[1]];
-            Object.assign(end, { ariaValueMin: shown(least), ariaValueMax: shown(most), ariaValueNow: String(edges[i]),
+            Object.assign(end, { ariaValueMin: String(i ? edges[0] : Math.min(low, edges[0])),
+                                 ariaValueMax: String(i ? Math.max(high, edges[1]) : edges[1]),
+                                 ariaValueNow: String(edges[i]),
                                  ariaValueText: `${shown(edges[i])} ${viewer.units}` });
         });
     });
@@ -98,9 +111,10 @@ export function makeHistogram(viewer) {
     /** @param {number} i @param {number} value */
     const moveTo = (i, value) => {
         if (!viewer.window || !data) return;
-        const { center, width } = viewer.window, step = (data.high - data.low) / 1000, other = center + (i ? -width : width) / 2;
-        const digits = data.high - data.low >= 100 ? 0 : 4;
-        const end = Number((i ? Math.max(value, other + step) : Math.min(value, other - step)).toFixed(digits));
+        const { center, width } = viewer.window, range = data.high - data.low, step = range / 1000;
+        const other = center + (i ? -width : width) / 2;
+        const kept = i ? Math.max(value, other + step) : Math.min(value, other - step);
+        const end = Number(kept.toFixed(range >= 100 ? 0 : 4));
         viewer.select(-1);
         viewer.setWindow({ center: (end + other) / 2, width: Math.abs(other - end) });
     };
@@ -110,7 +124,7 @@ export function makeHistogram(viewer) {
             if (data) moveTo(i, data.low + (event.clientX - left) / width * (data.high - data.low));
         });
         end.addEventListener('keydown', (event) => {
-            const by = { ArrowLeft: -1, ArrowDown: -1, ArrowRight: 1, ArrowUp: 1, PageDown: -10, PageUp: 10 }[event.key];
+            const by = kKeys[event.key];
             if (!by || !viewer.window || !data) return;
             const { center, width } = viewer.window;
             moveTo(i, center + (i ? width : -width) / 2 + by * Math.max((data.high - data.low) / 256, 1e-4));
@@ -128,6 +142,6 @@ export function makeHistogram(viewer) {
         draw();
     });
     viewer.addEventListener('window', draw);
-    viewer.addEventListener('size', draw);
+    new ResizeObserver(draw).observe(canvas);
     matchMedia('(prefers-color-scheme: dark)').addEventListener('change', draw);
 }

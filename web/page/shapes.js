@@ -8,10 +8,14 @@ const kShape = new RegExp(`^((rect|ellipse):${kCorner},${kCorner}|polygon:${kCor
 /** @param {string} text */
 export const isShape = (text) => kShape.test(text);
 
-/** @param {string} text @returns {{kind: string, points: Point[]}} the half axes of an ellipse are its second point */
+/**
+ * @param {string} text
+ * @returns {{kind: string, points: Point[]}} the half axes of an ellipse are its second point
+ */
 export function parse(text) {
     const [kind, numbers] = text.split(':'), n = numbers.split(/[ ,]/).map(Number);
-    return { kind, points: Array.from({ length: n.length / 2 }, (_, i) => ({ x: n[2 * i], y: n[2 * i + 1] })) };
+    const points = Array.from({ length: n.length / 2 }, (_, i) => ({ x: n[2 * i], y: n[2 * i + 1] }));
+    return { kind, points };
 }
 
 /** @param {string} kind @param {Point[]} points */
@@ -20,7 +24,12 @@ export function format(kind, points) {
     return `${kind}:${points.map((p) => `${round(p.x)},${round(p.y)}`).join(kind === 'polygon' ? ' ' : ',')}`;
 }
 
-/** The shape between two corners of its box; null for one without an area. @param {string} kind @param {Point} a @param {Point} b */
+/**
+ * The shape between two corners of its box; null for one without an area.
+ * @param {string} kind
+ * @param {Point} a
+ * @param {Point} b
+ */
 export function between(kind, a, b) {
     const width = Math.abs(a.x - b.x), height = Math.abs(a.y - b.y);
     if (width < 1 || height < 1) return null;
@@ -31,7 +40,8 @@ export function between(kind, a, b) {
 /** @param {string} text @param {number} dx @param {number} dy */
 export function moved(text, dx, dy) {
     const { kind, points } = parse(text);
-    return format(kind, points.map((p, i) => (kind === 'ellipse' && i === 1 ? p : { x: p.x + dx, y: p.y + dy })));
+    const isAxes = (/** @type {number} */ i) => kind === 'ellipse' && i === 1;
+    return format(kind, points.map((p, i) => (isAxes(i) ? p : { x: p.x + dx, y: p.y + dy })));
 }
 
 /** @param {string} text @param {Point} at */
@@ -41,7 +51,8 @@ export function contains(text, at) {
     const corners = outline(text);
     return corners.reduce((isIn, a, i) => {
         const b = corners[(i + 1) % corners.length];
-        return (a.y > at.y) !== (b.y > at.y) && at.x < a.x + (at.y - a.y) * (b.x - a.x) / (b.y - a.y) ? !isIn : isIn;
+        const isCut = (a.y > at.y) !== (b.y > at.y);
+        return isCut && at.x < a.x + (at.y - a.y) * (b.x - a.x) / (b.y - a.y) ? !isIn : isIn;
     }, false);
 }
 

@@ -1,4 +1,6 @@
-/** The strip of images: thumbnails in groups of a series. Only the image that is shown is a stop of the tab key. */
+/**
+ * The strip of images: thumbnails in groups of a series. The tab key stops at the image that is shown only.
+ */
 
 import { thumbAddress } from './api.js';
 import { element } from './dom.js';
@@ -19,8 +21,10 @@ export function makeStrip(strip, viewer) {
             button.append(element('b', {}, name), image.error);
         } else {
             const frames = image.frames > 1 ? `${image.frames} frames` : '';
-            button.append(element('img', { src: thumbAddress(image.id), alt: '', loading: 'lazy', decoding: 'async' }),
-                element('span', { className: 'label' }, element('span', {}, name), element('span', {}, frames)));
+            const look = { src: thumbAddress(image.id), alt: '', loading: 'lazy', decoding: 'async' };
+            button.append(element('img', look),
+                element('span', { className: 'label' },
+                    element('span', {}, name), element('span', {}, frames)));
         }
         button.onclick = () => viewer.show(image, 0);
         buttons.set(image.id, button);
@@ -41,7 +45,7 @@ export function makeStrip(strip, viewer) {
             list.append(element('li', {}, buttonOf(image)));
         }
         if (!parts.length) parts.push(element('p', { className: 'quiet' }, 'No image yet'));
-        const focus = strip.contains(document.activeElement) ? /** @type {HTMLElement} */ (document.activeElement) : null;
+        const focus = /** @type {HTMLElement?} */ (strip.querySelector(':focus'));
         strip.replaceChildren(...parts);
         focus?.focus();
         mark();

@@ -5,19 +5,26 @@ import { imageSize, imageToScreen, plainView, zoomOf } from './geometry.js';
 import { moved } from './shapes.js';
 
 /** @typedef {import('./api.js').ListedImage} ListedImage @typedef {import('./api.js').Options} Options
- *  @typedef {import('./geometry.js').View} View */
+ *  @typedef {import('./geometry.js').View} View
+ *  @typedef {{opened: import('./api.js').Opened, pixels: import('./api.js').Pixels}} Loaded */
 
 const kWindowKeys = ['center', 'width', 'auto', 'preset', 'voi'];
 const kCacheBytes = 256 << 20;
 
-/** The options with another window in place of theirs. @param {Options} options @param {Options} window @returns {Options} */
+/**
+ * The options with another window in place of theirs.
+ * @param {Options} options
+ * @param {Options} window
+ * @returns {Options}
+ */
 export function withWindow(options, window) {
     const rest = Object.entries(options).filter(([key]) => !kWindowKeys.includes(key));
     return { ...Object.fromEntries(rest), ...window };
 }
 
 /** The window that a drag by (dx, dy) leads to: 1000 pixels sweep the range of the image's values.
- * @param {{center: number, width: number}} from @param {number} dx @param {number} dy @param {number} range */
+ * @param {{center: number, width: number}} from @param {number} dx @param {number} dy
+ * @param {number} range */
 export function draggedWindow(from, dx, dy, range) {
     const step = range / 1000;
     const digits = range >= 100 ? 0 : Math.min(6, 3 - Math.floor(Math.log10(range)));
@@ -34,9 +41,10 @@ const windowOf = (table) => table && { center: table.window.center, width: table
 export function modalityValue(stored, info) {
     const { storedRange, modalityRange, rescaleSlope: slope, rescaleIntercept: intercept } = info;
     const off = storedRange && modalityRange
-        ? Math.abs((storedRange.min + storedRange.max) * slope + 2 * intercept - modalityRange.min - modalityRange.max) : 0;
+        ? (storedRange.min + storedRange.max) * slope + 2 * intercept - modalityRange.min - modalityRange.max
+        : 0;
     const tolerance = 2 + Math.abs(slope);  // the intercept is a whole number here
-    return off > tolerance || !slope ? null : stored * slope + intercept;
+    return Math.abs(off) > tolerance || !slope ? null : stored * slope + intercept;
 }
 
 /** A number of at most four significant decimals, with a true minus sign. @param {number} value */
@@ -53,7 +61,8 @@ export class Viewer extends EventTarget {
     /** @type {import('./api.js').Opened?} */ opened = null;
     /** @type {import('./api.js').Pixels?} */ pixels = null;
     /** @type {import('./api.js').Table?} */ table = null;
-    /** The window, ahead of the table while it changes. @type {{center: number, width: number}?} */ window = null;
+    /** The window, ahead of the table while it changes. @type {{center: number, width: number}?} */
+    window = null;
     /** @type {Options} */ options = {};
     view = plainView();
     tool = 'window';
@@ -70,7 +79,7 @@ export class Viewer extends EventTarget {
     #ofSeries = new Map();
     /** @type {Map<number, import('./api.js').Region[]>} */
     #ofImage = new Map();
-    /** @type {Map<string, {opened: import('./api.js').Opened, pixels: import('./api.js').Pixels}>} */
+    /** @type {Map<string, {promise: Promise<Loaded>, bytes: number}>} */
     #cache = new Map();
     /** The image and shapes of the latest table, and so of the labels on the page. */
     #labelsOf = '';
@@ -117,20 +126,32 @@ export class Viewer extends EventTarget {
         this.#load(this.#wanted);
     }
 
-    /** @param {ListedImage} image @param {number} frame */
-    async #fetch(image, frame) {
-        const key = `${image.id}:${frame}`;
-        let found = this.#cache.get(key);
+    /** From the cache, where it becomes the newest. @param {ListedImage} image @param {number} frame
+     * @param {boolean | undefined} state @returns {Promise<Loaded>} */
+    #fetch(image, frame, state) {
+        const key = `${image.id}:${frame}:${state}`, old = this.#cache.get(key);
+        const promise = old?.promise ?? this.#fetchNow(image, frame, state, key);
         this.#cache.delete(key);
-        if (!found) {
-            const [opened, buffer] = await Promise.all([api.open(image.id, frame, {}), api.pixels(image.id, frame)]);
-            found = { opened, pixels: api.typedPixels(buffer, opened.pixels) };
+        this.#cache.set(key, { promise, bytes: old?.bytes ?? 0 });
+        return promise;
+    }
+
+    /** @param {ListedImage} image @param {number} frame @param {boolean | undefined} state
+     * @param {string} key @returns {Promise<Loaded>} */
+    async #fetchNow(image, frame, state, key) {
+        try {
+            const asked = api.open(image.id, frame, { state });
+            const [opened, buffer] = await Promise.all([asked, api.pixels(image.id, frame)]);
+            const entry = this.#cache.get(key);
+            if (entry) entry.bytes = buffer.byteLength;
+            let bytes = 0;
+            for (const [other, held] of [...this.#cache].reverse())
+                if ((bytes += held.bytes) > kCacheBytes && other !== key) this.#cache.delete(other);
+            return { opened, pixels: api.typedPixels(buffer, opened.pixels) };
+        } catch (error) {
+            this.#cache.delete(key);
+            throw error;
         }
-        this.#cache.set(key, found);
-        let bytes = 0;
-        for (const [old, { pixels }] of [...this.#cache].reverse())
-            if ((bytes += pixels.byteLength) > kCacheBytes && old !== key) this.#cache.delete(old);
-        return found;
     }
 
     /** Everything that belongs to an image changes at once, when all of it is there.
@@ -138,12 +159,12 @@ export class Viewer extends EventTarget {
     async #loadNow({ image, frame }) {
         const keyOf = (/** @type {ListedImage} */ of) => of.series || `image ${of.id}`;
         const last = this.image, isNewSeries = !last || keyOf(last) !== keyOf(image);
-        const own = (isNewSeries ? this.#ofSeries.get(keyOf(image)) : this) ?? { options: {}, view: plainView() };
-        const { options, view } = own;
+        const own = isNewSeries ? this.#ofSeries.get(keyOf(image)) : this;
+        const { options, view } = own ?? { options: {}, view: plainView() };
         let found = { opened: null, pixels: null, table: null, window: null, fault: image.error ?? '' };
         try {
             if (!image.error) {
-                const { opened, pixels } = await this.#fetch(image, frame);
+                const { opened, pixels } = await this.#fetch(image, frame, options.state);
                 const table = opened.pixels.colour ? null : await this.#askTable(image, frame, options, true);
                 Object.assign(found, { opened, pixels, table, window: windowOf(table) });
             }
@@ -158,6 +179,9 @@ export class Viewer extends EventTarget {
         Object.assign(this, found, { image, frame });
         this.say('image');
         if (options !== this.options) this.#update(true);
+        const next = this.#placeBy(1, false);
+        // A failure shows when it is opened.
+        if (next) this.#fetch(next.image, next.frame, options.state).catch(() => {});
     }
 
     /** @param {ListedImage} image @param {number} frame @param {Options} options @param {boolean} isNew */
@@ -197,8 +221,8 @@ export class Viewer extends EventTarget {
 
     /** The window of the selected region, else of the image. */
     get target() {
-        const own = this.regions[this.selected]?.options;
-        return own?.center !== undefined && own.width !== undefined ? { center: own.center, width: own.width } : this.window;
+        const { center, width } = this.regions[this.selected]?.options ?? {};
+        return center !== undefined && width !== undefined ? { center, width } : this.window;
     }
 
     /** A window for the selected region, else for the image. @param {Options} window */
@@ -217,7 +241,14 @@ export class Viewer extends EventTarget {
 
     resetAll() {
         this.setView(plainView());
-        this.setOptions({});
+        if (this.options.state === undefined) this.setOptions({});
+        else this.setState(true);
+    }
+
+    /** Opens the image anew, with its presentation states or without. @param {boolean} isUsed */
+    setState(isUsed) {
+        this.options = isUsed ? {} : { state: false };
+        if (this.image) this.show(this.image, this.frame);
     }
 
     /** @param {View} view */
@@ -261,15 +292,22 @@ export class Viewer extends EventTarget {
         const { image } = this;
         if (!image) return [];
         if (image.frames > 1) return Array.from({ length: image.frames }, (_, frame) => ({ image, frame }));
-        return this.images.filter((other) => other === image || !other.error && image.series && other.series === image.series)
+        const isNear = (/** @type {ListedImage} */ other) => !other.error && other.series === image.series;
+        return this.images.filter((other) => other === image || image.series && isNear(other))
             .map((other) => ({ image: other, frame: 0 }));
     }
 
-    /** To another of the places. @param {number} by @param {boolean=} isRound from the last on to the first */
-    step(by, isRound = false) {
+    /** @param {number} by @param {boolean} isRound from the last on to the first */
+    #placeBy(by, isRound) {
         const { places } = this, now = this.#wanted;
         const at = places.findIndex(({ image, frame }) => image === now?.image && frame === now.frame) + by;
-        const next = places[isRound ? (at + places.length) % places.length : at];
+        return places[isRound ? (at + places.length) % places.length : at];
+    }
+
+    /** To another of the places. @param {number} by @param {boolean=} isRound from the last on to the first
+     */
+    step(by, isRound = false) {
+        const next = this.#placeBy(by, isRound);
         if (next) this.show(next.image, next.frame);
     }
 
