@@ -14,5 +14,5 @@ esac
 if [ $# -gt 0 ]; then
     printf '%s\n' "$@"
 else
-    git ls-files 'src/*.cpp' 'io/*.cpp' 'present/*.cpp' 'cli/*.cpp'
+    git ls-files 'src/*.cpp' 'io/*.cpp' 'present/*.cpp' 'web/*.cpp' 'cli/*.cpp'
 fi | xargs -P "$(nproc)" -n 4 clang-tidy -p build/clang --quiet --checks="$checks" --warnings-as-errors='*'
