@@ -550,7 +550,7 @@ std::string ViewService::free_name(const std::string& start, const std::string& 
     namespace fs = std::filesystem;
     std::string name = start + end;
     for (int number = 2; fs::exists(fs::symlink_status(fs::path(m_Options.saveFolder) / name)); ++number)
-        name = start + "-" + std::to_string(number) + end;
+        name.assign(start).append("-").append(std::to_string(number)).append(end);
     return name;
 }
 
