@@ -50,7 +50,9 @@ const write = onceAFrame(() => {
     const stateText = state ? `Presentation state ${state.label ?? ''}` : '';
     byId('name').textContent = [kind, file, stateText].filter(Boolean).join('\n');
     byId('place').textContent = opened ? `${place}\n${size.width} \u00d7 ${size.height}` : '';
-    const ofRegion = selected >= 0 && target ? `Region ${selected + 1}: ${windowText(target)}\n` : '';
+    const { preset, auto } = viewer.regions[selected]?.options ?? {};
+    const regionText = preset ?? (auto ? 'automatic' : target && windowText(target));
+    const ofRegion = selected >= 0 ? `Region ${selected + 1}: ${regionText}\n` : '';
     byId('numbers').textContent = window ? `${ofRegion}C ${shown(window.center)}  W ${shown(window.width)}`
         : opened ? 'In colour, without a window' : '';
     byId('described').textContent = image ? `${image.name}. ${place}.` : 'No image';

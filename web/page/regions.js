@@ -66,8 +66,8 @@ export function makeRegions(viewer, maps) {
         const region = viewer.regions[at], { options } = region;
         /** @param {import('./api.js').Options} options */
         const set = (options) => viewer.setRegion(at, { ...region, options });
-        /** @param {number} value */
-        const number = (value) => element('input', { type: 'number', step: 'any', value });
+        /** @param {number | undefined} value */
+        const number = (value) => element('input', { type: 'number', step: 'any', value: value ?? '' });
         const own = viewer.target ?? { center: 0, width: 1 };
         const usable = (viewer.opened?.presets ?? []).filter((preset) => !preset.reason);
         const presets = [['', 'None'], ...usable.map(({ name }) => [name, name])];
@@ -82,9 +82,9 @@ export function makeRegions(viewer, maps) {
                 else fill();
             }),
             element('div', { className: 'pair' },
-                labelled('center', 'Centre', number(own.center), (value) =>
+                labelled('center', 'Centre', number(options.center), (value) =>
                     set(withWindow(options, { center: Number(value), width: own.width }))),
-                labelled('width', 'Width', number(own.width), (value) =>
+                labelled('width', 'Width', number(options.width), (value) =>
                     set(withWindow(options, { center: own.center, width: Math.max(1e-4, Number(value)) }))),
                 labelled('preset', 'Preset', select(presets, options.preset ?? ''), (preset) =>
                     set(withWindow(options, preset ? { preset } : { ...own }))),

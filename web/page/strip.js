@@ -2,7 +2,7 @@
  * The strip of images: thumbnails in groups of a series. The tab key stops at the image that is shown only.
  */
 
-import { thumbAddress } from './api.js';
+import { open, thumbAddress } from './api.js';
 import { element } from './dom.js';
 
 /** @param {HTMLElement} strip @param {import('./view.js').Viewer} viewer */
@@ -16,12 +16,19 @@ export function makeStrip(strip, viewer) {
         if (old) return old;
         const name = image.name.split('/').pop() ?? image.name;
         const button = element('button', { type: 'button', title: image.name, tabIndex: -1 });
-        if (image.error) {
+        const refuse = (/** @type {string} */ reason) => {
             button.classList.add('broken');
-            button.append(element('b', {}, name), image.error);
+            // The path is known from the name.
+            button.replaceChildren(element('b', {}, name), reason.replace(/^\/.*?: /, ''));
+        };
+        if (image.error) {
+            refuse(image.error);
         } else {
             const frames = image.frames > 1 ? `${image.frames} frames` : '';
-            const look = { src: thumbAddress(image.id), alt: '', loading: 'lazy', decoding: 'async' };
+            // What is wrong shows in the pixels at times, not before.
+            const onerror = () => open(image.id, 0, {}).catch((error) => refuse(error.message));
+            const src = thumbAddress(image.id);
+            const look = { src, alt: '', loading: 'lazy', decoding: 'async', onerror };
             button.append(element('img', look),
                 element('span', { className: 'label' },
                     element('span', {}, name), element('span', {}, frames)));
