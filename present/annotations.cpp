@@ -219,8 +219,8 @@ private:
     std::vector<std::size_t> m_Touched;
 };
 
-/// The inside of a closed outline by the even-odd rule, pixel centres. Row by row, since crossings of all rows
-/// at once would take memory without bounds.
+/// The inside of a closed outline by the even-odd rule, pixel centres. Row by row, since crossings of all
+/// rows at once would take memory without bounds.
 void fill(const Canvas& canvas, const std::vector<Point>& outline, const Ink& ink) {
     std::vector<double> crossings;
     const auto column = [&](double x) {

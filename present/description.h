@@ -9,8 +9,8 @@
 
 using Json = nlohmann::ordered_json;
 
-/// What `zev info --json` says of an image, without the "schema" number; docs/json.md has the keys. Texts of the
-/// file need not be UTF-8.
+/// What `zev info --json` says of an image, without the "schema" number; docs/json.md has the keys. Texts of
+/// the file need not be UTF-8.
 Json DescribeImage(OpenedImage& image);
 
 /// The members "image" and "points" of `zev explain --json`.

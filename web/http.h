@@ -19,8 +19,8 @@ struct WebReply {
     std::string body;
 };
 
-/// Listens on 127.0.0.1. It lies in a module that is loaded for `zev view` alone: what it links takes as long to
-/// load as a small image takes to draw.
+/// Listens on 127.0.0.1. It lies in a module that is loaded for `zev view` alone: what it links takes as long
+/// to load as a small image takes to draw.
 class HttpListener {
 public:
     using Answer = std::function<WebReply(const WebRequest&)>;
@@ -28,7 +28,8 @@ public:
     virtual ~HttpListener() = default;
     /// Takes the port, or for 0 a free one, and returns it; 0 where it cannot be had.
     virtual int Bind(int port) = 0;
-    /// Answers until Stop is called, in several threads at once. Bodies of more than 1 MiB are refused unread.
+    /// Answers until Stop is called, in several threads at once. Bodies of more than 1 MiB are refused
+    /// unread.
     virtual void Run(const Answer& answer) = 0;
     virtual void Stop() = 0;
 };

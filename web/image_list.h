@@ -22,6 +22,6 @@ struct ListedImage {
 /// Reads what is needed of one file, without its pixels. Errors are in the result.
 ListedImage ReadListed(const std::string& path, const std::string& name);
 
-/// The numbers of the images in the order in which they are shown: studies and series as they were found, in a
-/// series by position.
+/// The numbers of the images in the order in which they are shown: studies and series as they were found, in
+/// a series by position.
 std::vector<std::size_t> OrderOf(const std::vector<ListedImage>& images);

@@ -11,7 +11,7 @@ struct ServerOptions {
     bool opensBrowser = true;
 };
 
-/// Serves the page on 127.0.0.1 until the process gets SIGINT or SIGTERM. `started` is called with the address once
-/// it answers. Throws PresentError where the port is taken or the server cannot be loaded.
+/// Serves the page on 127.0.0.1 until the process gets SIGINT or SIGTERM. `started` is called with the
+/// address once it answers. Throws PresentError where the port is taken or the server cannot be loaded.
 void ServePage(ViewService& service, const ServerOptions& options,
                const std::function<void(const std::string& address)>& started);

@@ -29,7 +29,8 @@ struct ViewServiceOptions {
 
 /// What the page can ask: docs/view.md. It does not know how it is asked.
 ///
-/// Answers may be given by several threads at once; what reads and draws images is done by one after the other.
+/// Answers may be given by several threads at once; what reads and draws images is done by one after the
+/// other.
 class ViewService {
 public:
     ViewService(std::vector<ViewInput> inputs, ViewServiceOptions options);
