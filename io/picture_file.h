@@ -20,7 +20,8 @@ const char* SuffixOf(PictureFormat format);
 /// Whether a kGrey16 picture can be written.
 bool TakesSixteenBits(PictureFormat format);
 
-/// The bytes of the file, the same for the same picture on one machine. An RGB picture without colour is
+/// The bytes of the file. Those of a PNG may differ from one process to another, since the compressor's
+/// choices depend on where its memory lies; its pixels do not. An RGB picture without colour is
 /// written as 8-bit grey, except in PPM, which holds nothing but RGB. Throws std::runtime_error, whose text
 /// says what the format cannot hold.
 std::vector<std::uint8_t> EncodePicture(const Picture& picture, PictureFormat format);

@@ -86,7 +86,7 @@ private:
     isal_zstream m_Stream;
 };
 
-/// PNG filter 4 (PNG specification, 9.4): the difference to whichever of the left, upper and upper left
+/// PNG filter 4 (ISO/IEC 15948, 9.4): the difference to whichever of the left, upper and upper left
 /// byte is nearest to left + upper - upper left, modulo 256. `row` and `above` have `pixel` zeros before
 /// them.
 void filter_paeth(const std::uint8_t* row, const std::uint8_t* above, std::size_t size, std::size_t pixel,

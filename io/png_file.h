@@ -6,8 +6,7 @@
 
 #include "picture.h"
 
-/// The picture as a PNG file, in the form that it has. The same picture gives the same bytes on one
-/// machine.
+/// The picture as a PNG file, in the form that it has.
 std::vector<std::uint8_t> EncodePng(const Picture& picture);
 
 /// A picture without colour is written as grey. Throws PresentError when the file cannot be written; a file

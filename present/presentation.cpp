@@ -526,8 +526,8 @@ void OpenedImage::show_state_window() {
         ExactWindowOf(*State(), File().DataSet().Text(tag::kSopInstance), File().Frame());
     const bool hasCurve = !window && m_Params.GetVoiLutEntryCount() > 0;
     if (!window) {
-        const double first = raster_first();
-        const auto [low, high] = m_Rescale.Range({first, first + raster_size() - 1.0});
+        const double first = FirstValue();
+        const auto [low, high] = m_Rescale.Range({first, first + ValueCount() - 1.0});
         window = ExactWindow{low, high};
     }
     const bool hasTable = File().DataSet().FirstItem(tag::kPresentationLutSequence) != nullptr;
@@ -539,9 +539,6 @@ void OpenedImage::show_state_window() {
         set_ends(window->low, window->high);
     }
 }
-
-int OpenedImage::raster_size() const { return 1 << m_Source->raster.m_BitsPerPixel; }
-int OpenedImage::raster_first() const { return m_Source->raster.m_bSigned ? -raster_size() / 2 : 0; }
 
 /// Whether a window of whole numbers is within a level of it everywhere.
 bool OpenedImage::shows_as_whole(const ExactWindow& window) const {
@@ -574,7 +571,7 @@ void OpenedImage::show_levels(const ExactWindow& window) {
         return static_cast<std::uint16_t>(std::lround(std::min(entry / ((1 << own.bits) - 1), 1.0) * kTop));
     };
 
-    const int before = raster_first() - 1, after = raster_first() + raster_size();
+    const int before = FirstValue() - 1, after = FirstValue() + ValueCount();
     int low = before, high = after;
     if (own.entries.empty() && !window.isSigmoid) {
         const auto [from, to] = m_Rescale.StoredRange({window.low, window.high});
@@ -605,7 +602,7 @@ void OpenedImage::set_ends(double low, double high) {
     const auto is_whole = [](double value) { return value == std::floor(value); };
     auto [from, to] = m_Rescale.StoredRange({low, high});
     m_Asked = ModalityWindow{low / 2.0 + high / 2.0, high - low};
-    const bool isExact = !File().IsReduced() && m_Rescale.slope > 0.0 && from >= raster_first() &&
+    const bool isExact = !File().IsReduced() && m_Rescale.slope > 0.0 && from >= FirstValue() &&
                          is_whole(low) && is_whole(high) && is_whole(from) && is_whole(to) &&
                          is_whole(m_Rescale.intercept) &&
                          m_Rescale.slope == static_cast<double>(static_cast<float>(m_Rescale.slope));
@@ -629,7 +626,7 @@ void OpenedImage::set_ends(double low, double high) {
 
 void OpenedImage::init_ends(double from, double to) {
     // In stored values a table moves ends below its first entry up by one.
-    for (double* const end : {&from, &to}) *end -= !m_bUseRescale && *end < raster_first() ? 1.0 : 0.0;
+    for (double* const end : {&from, &to}) *end -= !m_bUseRescale && *end < FirstValue() ? 1.0 : 0.0;
     m_Params.SetVoiLutSelection(-1, false);
     m_Params.InitCenter(truncated((from + to) / 2.0));
     m_Params.InitWidth(truncated(to - from));

@@ -169,6 +169,9 @@ public:
     /// What a user must know of the picture.
     std::vector<Note> Notes() const;
     SPC_MeasurementUnitsParams& Units() { return m_Units; }
+    /// The pixel values that the raster can have: the least one, and how many.
+    int FirstValue() const { return m_Source->raster.m_bSigned ? -ValueCount() / 2 : 0; }
+    int ValueCount() const { return 1 << m_Source->raster.m_BitsPerPixel; }
     const Rescale& GetRescale() const { return m_Rescale; }
     const std::vector<WindowStep>& WindowSteps() const { return m_WindowSteps; }
 
@@ -229,9 +232,6 @@ private:
     void keep_saved_window();
     void apply_state();
     void show_state_window();
-    /// The stored values that the raster can have.
-    int raster_first() const;
-    int raster_size() const;
     bool shows_as_whole(const ExactWindow& window) const;
     void show_levels(const ExactWindow& window);
     void set_ends(double low, double high);

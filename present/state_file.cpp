@@ -316,9 +316,9 @@ private:
             put_numbers(item, step + 0.5, 1.0, "LINEAR");
             return;
         }
-        const auto [low, high] =
-            has_painted_table() ? table_ends() : std::make_pair(m_Source.low, m_Source.high);
-        put_ends(item, rescale.Value(low), rescale.Value(high));
+        std::pair<double, double> ends(m_Source.low, m_Source.high);
+        if (has_painted_table()) ends = table_ends();
+        put_ends(item, rescale.Value(ends.first), rescale.Value(ends.second));
     }
 
     /// LINEAR counts in whole modality units, and loses small fractions of them.
@@ -408,14 +408,12 @@ private:
         m_Set.elements[tag::kPresentationLutSequence] = DicomElement{"SQ", "", {item}};
     }
 
-    int raster_size() { return 1 << m_Image.Raster().m_BitsPerPixel; }
-    int raster_first() { return m_Image.Raster().m_bSigned ? -raster_size() / 2 : 0; }
     /// The stored values from black to white; of a ramp that is wider than a table, the raster's.
-    std::pair<int, int> table_ends() {
-        const int high = m_Source.high;
-        const std::int64_t low = std::int64_t{std::min(m_Source.low, high - 1)} - (has_gamma() ? 0 : 1);
-        if (high - low < static_cast<std::int64_t>(kMostEntries)) return {static_cast<int>(low), high};
-        return {raster_first(), raster_first() + raster_size() - 1};
+    std::pair<std::int64_t, std::int64_t> table_ends() {
+        const std::int64_t high = m_Source.high,
+                           low = std::min<std::int64_t>(m_Source.low, high - 1) - (has_gamma() ? 0 : 1);
+        if (high - low < static_cast<std::int64_t>(kMostEntries)) return {low, high};
+        return {m_Image.FirstValue(), m_Image.FirstValue() + m_Image.ValueCount() - 1};
     }
 
     /// One entry for each stored value from end to end, and one between any two of them, so that it makes no
@@ -424,11 +422,14 @@ private:
         const auto [low, high] = table_ends();
         const std::vector<std::uint8_t> painted =
             TableBytes(*BuildTable(m_Image, TableTarget{TableTarget::kTrueColour, 8}), m_Image.Raster(), 8);
-        const int last = high - low, times = 2 * last < static_cast<int>(kMostEntries) ? 2 : 1;
+        const std::int64_t last = high - low,
+                           times = 2 * last < static_cast<std::int64_t>(kMostEntries) ? 2 : 1;
+        const std::int64_t first = m_Image.FirstValue(), top = m_Image.ValueCount() - 1;
         std::vector<std::uint16_t> entries;
-        for (int i = 0; i <= times * last; ++i) {
-            const int step = (i + times - 1) / times, pixel = is_falling() ? high - step : low + step;
-            const int index = std::clamp(pixel - raster_first(), 0, raster_size() - 1);
+        for (std::int64_t i = 0; i <= times * last; ++i) {
+            const std::int64_t step = (i + times - 1) / times,
+                               pixel = is_falling() ? high - step : low + step;
+            const std::int64_t index = std::clamp<std::int64_t>(pixel - first, 0, top);
             entries.push_back(wide(painted[static_cast<std::size_t>(index)]));
         }
         char text[40] = "levels";

@@ -1,6 +1,7 @@
 #include "image_list.h"
 
 #include <algorithm>
+#include <exception>
 #include <map>
 #include <tuple>
 
@@ -58,8 +59,10 @@ ListedImage ReadListed(const std::string& path, const std::string& name) {
         image.frames = static_cast<int>(std::clamp(set.Number(tag::kNumberOfFrames, 1.0), 1.0, 1e6));
         image.position = position_of(set);
         if (!image.isImage) image.error = PresentError(name, "holds no image").what();
-    } catch (const PresentError& error) {
+    } catch (const std::exception& error) {
         image.error = error.what();
+    } catch (...) {
+        image.error = PresentError(name, "cannot be read").what();
     }
     return image;
 }

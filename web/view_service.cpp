@@ -194,19 +194,17 @@ ViewOptions view_of(const Json& body) {
 
 // ---- What an image gives
 
-int first_value(const KIT_Raster& raster) { return raster.m_bSigned ? -(1 << raster.m_BitsPerPixel) / 2 : 0; }
-
 /// Red, green, blue and 255 for each pixel value of the raster.
 std::string colours_of(OpenedImage& image) {
     const KIT_Raster& raster = image.Raster();
     const std::vector<std::uint8_t> entries = TableBytes(*BuildTable(image, PictureTarget(8)), raster, 32);
     const SupplementalPalette* const supplement = image.Supplement();
-    const std::size_t count = std::size_t{1} << raster.m_BitsPerPixel;
+    const std::size_t count = static_cast<std::size_t>(image.ValueCount());
     std::string colours(4 * count, '\xFF');
     for (std::size_t i = 0; i < count; ++i) {
         std::uint32_t colour =
             static_cast<std::uint32_t>(entries[4 * i] | entries[4 * i + 1] << 8 | entries[4 * i + 2] << 16);
-        const int value = static_cast<int>(i) + first_value(raster);
+        const int value = static_cast<int>(i) + image.FirstValue();
         if (supplement != nullptr && supplement->Has(value)) colour = supplement->At(value);
         for (unsigned c = 0; c < 3; ++c)
             colours[4 * i + c] = static_cast<char>(colour >> (16 - 8 * c) & 0xFF);
@@ -491,8 +489,8 @@ WebReply ViewService::table(const Json& body) {
         labels.assign(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), '\0');
     }
     const ZEV_ColorMap* const map = image->Params().GetColorMap();
-    const Json head = {{"entries", 1 << image->Raster().m_BitsPerPixel},
-                       {"first", first_value(image->Raster())},
+    const Json head = {{"entries", image->ValueCount()},
+                       {"first", image->FirstValue()},
                        {"tables", texts.size() + 1},
                        {"labels", hasLabels},
                        {"window", window_of(*image)},

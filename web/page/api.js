@@ -38,20 +38,28 @@ export const thumbAddress = (/** @type {number} */ id) => `api/thumb?id=${id}`;
 /** @param {number} id @param {number} frame @param {Options} options @returns {Promise<Opened>} */
 export const open = async (id, frame, options) => (await request('api/open', { id, frame, options })).json();
 
-/** @param {number} id @param {number} frame @returns {Promise<ArrayBuffer>} */
-export const pixels = async (id, frame) =>
-    (await request(`api/pixels?id=${id}&frame=${frame}`)).arrayBuffer();
+/** @param {number} id @param {number} frame @param {boolean=} state false: without presentation states */
+const frameOf = (id, frame, state) => `id=${id}&frame=${frame}&state=${state === false ? 0 : 1}`;
 
-/** @param {number} id @param {number} frame @param {Options} options @param {number} x @param {number} y */
-export const explain = async (id, frame, options, x, y) =>
-    (await request('api/explain', { id, frame, options, at: [[x, y]] })).json();
+/** @param {number} id @param {number} frame @param {boolean=} state @returns {Promise<ArrayBuffer>} */
+export const pixels = async (id, frame, state) =>
+    (await request(`api/pixels?${frameOf(id, frame, state)}`)).arrayBuffer();
+
+/**
+ * @param {number} id @param {number} frame @param {Options} options @param {Region[]} regions
+ * @param {number} x @param {number} y
+ */
+export const explain = async (id, frame, options, regions, x, y) =>
+    (await request('api/explain', { id, frame, options, regions, at: [[x, y]] })).json();
 
 /**
  * @param {number} id
  * @param {number} frame
+ * @param {boolean=} state
  * @returns {Promise<{low: number, high: number, bins: number[]}>}
  */
-export const histogram = async (id, frame) => (await request(`api/histogram?id=${id}&frame=${frame}`)).json();
+export const histogram = async (id, frame, state) =>
+    (await request(`api/histogram?${frameOf(id, frame, state)}`)).json();
 
 /** @param {object} what @returns {Promise<string>} the name of the file */
 export const save = async (what) => (await (await request('api/save', what)).json()).saved;

@@ -140,7 +140,8 @@ export async function explainPixel(viewer, x, y) {
     byId('probe').hidden = false;
     const where = byId('trace');
     try {
-        const answer = await api.explain(viewer.image.id, viewer.frame, viewer.options, x, y);
+        const { image, frame, options, regions } = viewer;
+        const answer = await api.explain(image.id, frame, options, regions, x, y);
         const list = (/** @type {any[]} */ steps) => element('ol', {}, ...steps.map((step) =>
             element('li', {}, element('b', {}, step.step.replaceAll('-', ' ')), step.text,
                     ...step.attributes.map((/** @type {string} */ text) => element('small', {}, text)))));

@@ -71,8 +71,8 @@ export function makeHistogram(viewer) {
     let data = null;
     let of = '';
     const ask = latest(async (/** @type {string} */ key) => {
-        const [id, frame] = key.split(' ').map(Number);
-        const found = await histogram(id, frame).catch(() => null);
+        const [id, frame, state] = key.split(' ').map(Number);
+        const found = await histogram(id, frame, state > 0).catch(() => null);
         if (key === of) { data = found; draw(); }
     });
 
@@ -133,7 +133,8 @@ export function makeHistogram(viewer) {
         });
     });
     viewer.addEventListener('image', () => {
-        const key = viewer.isGrey ? `${viewer.image?.id} ${viewer.frame}` : '';
+        const state = viewer.options.state === false ? 0 : 1;
+        const key = viewer.isGrey ? `${viewer.image?.id} ${viewer.frame} ${state}` : '';
         if (key !== of) {
             of = key;
             data = null;

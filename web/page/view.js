@@ -141,7 +141,7 @@ export class Viewer extends EventTarget {
     async #fetchNow(image, frame, state, key) {
         try {
             const asked = api.open(image.id, frame, { state });
-            const [opened, buffer] = await Promise.all([asked, api.pixels(image.id, frame)]);
+            const [opened, buffer] = await Promise.all([asked, api.pixels(image.id, frame, state)]);
             const entry = this.#cache.get(key);
             if (entry) entry.bytes = buffer.byteLength;
             let bytes = 0;
