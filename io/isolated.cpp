@@ -60,6 +60,10 @@ void BecomeIsolated(unsigned long long memoryLimit) {
     g_IsIsolated = true;
     // A decoder's abort must not reach the parent's handlers (a sanitizer's, a test runner's).
     for (int signal : {SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL}) std::signal(signal, SIG_DFL);
+    // An interrupt ends it, also where the parent puts it off.
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
     const int nowhere = open("/dev/null", O_WRONLY);
     if (nowhere >= 0) {
         dup2(nowhere, STDOUT_FILENO);

@@ -15,7 +15,8 @@ struct IsolatedResult {
 /// Runs the work in a child process and returns its result. A decoder for a dozen formats, given
 /// hostile bytes, may abort on its own checks, run for ever or eat all memory: here that ends the child, and
 /// the caller can say so. The child's standard output and error are discarded. memoryLimit is in bytes, the
-/// time limit in seconds of CPU time. An exception that leaves the work counts as kDied.
+/// time limit in seconds of CPU time. An exception that leaves the work counts as kDied. The child has but
+/// this thread: a lock that another thread holds now is never given back in it.
 IsolatedResult RunIsolated(const std::function<std::string()>& work, unsigned long long memoryLimit,
                            unsigned secondsLimit);
 

@@ -15,41 +15,13 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "channel.h"
+
 namespace {
 
 constexpr int kPollMilliseconds = 100;
 /// In place of a length: the request is done.
-constexpr std::uint32_t kDone = 0xFFFFFFFF;
-
-bool send_all(int channel, const void* bytes, std::size_t size) {
-    const auto* next = static_cast<const char*>(bytes);
-    while (size > 0) {
-        // A peer that is gone is an error, not a signal.
-        const ssize_t sent = send(channel, next, size, MSG_NOSIGNAL);
-        if (sent < 0 && errno == EINTR) continue;
-        if (sent <= 0) return false;
-        next += sent;
-        size -= static_cast<std::size_t>(sent);
-    }
-    return true;
-}
-
-bool receive_all(int channel, void* bytes, std::size_t size) {
-    auto* next = static_cast<char*>(bytes);
-    while (size > 0) {
-        const ssize_t got = recv(channel, next, size, 0);
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) return false;
-        next += got;
-        size -= static_cast<std::size_t>(got);
-    }
-    return true;
-}
-
-bool send_text(int channel, const std::string& text) {
-    const auto size = static_cast<std::uint32_t>(text.size());
-    return send_all(channel, &size, sizeof size) && send_all(channel, text.data(), text.size());
-}
+constexpr std::uint64_t kDone = UINT64_MAX;
 
 /// From here on, so much more.
 void allow_seconds(unsigned seconds) {
@@ -129,15 +101,13 @@ void WorkerPool::serve(int channel) const {
     std::signal(SIGTERM, SIG_IGN);
     int status = 0;
     try {
-        for (std::uint32_t size = 0; receive_all(channel, &size, sizeof size);) {
-            std::string request(size, '\0');
-            if (!receive_all(channel, request.data(), request.size())) break;
+        for (std::string request; ReceiveText(channel, &request);) {
             allow_seconds(m_Limits.seconds);
             m_Work(request, [&](const std::string& answer) {
-                if (!send_text(channel, answer)) _exit(1);
+                if (!SendText(channel, answer)) _exit(1);
                 allow_seconds(m_Limits.seconds);
             });
-            if (!send_all(channel, &kDone, sizeof kDone)) break;
+            if (!SendAll(channel, &kDone, sizeof kDone)) break;
         }
     } catch (...) {
         status = 1;
@@ -162,7 +132,7 @@ void WorkerPool::give(Worker& worker, const Events& events) {
     worker.request = std::move(*request);
     worker.isBusy = true;
     // A worker that is gone is noticed when its channel is read.
-    send_text(worker.channel, worker.request);
+    SendText(worker.channel, worker.request);
 }
 
 /// What has come. False at the end of the channel.
@@ -173,7 +143,7 @@ bool WorkerPool::read(Worker& worker, const Events& events) {
     if (got <= 0) return false;
     worker.received.append(block, static_cast<std::size_t>(got));
     std::size_t at = 0;
-    for (std::uint32_t size = 0; worker.received.size() - at >= sizeof size;) {
+    for (std::uint64_t size = 0; worker.received.size() - at >= sizeof size;) {
         std::memcpy(&size, worker.received.data() + at, sizeof size);
         if (size == kDone) {
             worker.isBusy = false;

@@ -28,10 +28,9 @@ public:
     virtual ~HttpListener() = default;
     /// Takes the port, or for 0 a free one, and returns it; 0 where it cannot be had.
     virtual int Bind(int port) = 0;
-    /// Answers until Stop is called, in several threads at once. Bodies of more than 1 MiB are refused
-    /// unread.
+    /// Answers as long as the process lives, in several threads at once. Bodies of more than 1 MiB are
+    /// refused unread.
     virtual void Run(const Answer& answer) = 0;
-    virtual void Stop() = 0;
 };
 
 /// The one symbol of the module: `HttpListener*()`.

@@ -21,12 +21,11 @@
 
 namespace {
 
-constexpr int kBadRequest = 400, kForbidden = 403, kNotFound = 404, kCannotPresent = 422, kBusy = 503;
+constexpr int kBadRequest = 400, kForbidden = 403, kNotFound = 404, kCannotPresent = 422;
+constexpr std::string_view kApi = "api/";
 constexpr int kThumbSide = 128;
 constexpr int kBins = 256;
 constexpr std::size_t kMostPoints = 1000, kMostRegions = 254;
-/// Requests that wait for one that works.
-constexpr int kMostWaiting = 32;
 /// Frames that are kept, whichever is reached first; the one in use is kept in any case.
 constexpr std::size_t kMostOpened = 16, kMostOpenedBytes = std::size_t{512} << 20;
 
@@ -232,28 +231,19 @@ void require_grey(const OpenedImage& image) {
 ViewService::ViewService(std::vector<ViewInput> inputs, ViewServiceOptions options)
     : m_Inputs(std::move(inputs)), m_Options(std::move(options)), m_Token(random_token()) {}
 
-ViewService::~ViewService() { Stop(); }
-
 void ViewService::Start(int port) {
     for (const char* name : {"127.0.0.1:", "localhost:"}) m_Hosts.push_back(name + std::to_string(port));
-    m_Reader = std::thread([this] { read_files(); });
-}
-
-void ViewService::Stop() {
-    m_bStopped = true;
-    if (m_Reader.joinable()) m_Reader.join();
 }
 
 /// Files take their numbers in the order in which they were found.
-void ViewService::read_files() {
-    for (const ViewInput& input : m_Inputs) {
-        if (m_bStopped) return;
-        const std::lock_guard<std::mutex> lock(m_Work);
-        m_Images.push_back(ReadListed(input.path, input.name));
-    }
+bool ViewService::ReadNext() {
+    if (m_Images.size() == m_Inputs.size()) return false;
+    const ViewInput& input = m_Inputs[m_Images.size()];
+    m_Images.push_back(ReadListed(input.path, input.name));
+    return m_Images.size() < m_Inputs.size();
 }
 
-WebReply ViewService::Answer(const WebRequest& request) {
+std::optional<WebReply> ViewService::AnswerAtDoor(const WebRequest& request) const {
     const bool isOurs = std::find(m_Hosts.begin(), m_Hosts.end(), request.host) != m_Hosts.end() &&
                         (request.origin.empty() || request.origin == "http://" + request.host);
     if (!isOurs) return error_reply(kForbidden, "another host asks");
@@ -267,24 +257,20 @@ WebReply ViewService::Answer(const WebRequest& request) {
         return error_reply(kBadRequest, "neither GET nor POST");
 
     const std::string name = isDoor ? "index.html" : request.path.substr(home.size());
-    constexpr const char* kApi = "api/";
-    if (name.rfind(kApi, 0) != 0) {
-        const auto file = PageFiles().find(name);
-        if (file == PageFiles().end()) return error_reply(kNotFound, "there is no " + name);
-        std::string body(file->second);
-        constexpr const char* kBase = "<!-- base -->";
-        if (const std::size_t at = body.find(kBase); isDoor && at != std::string::npos)
-            body.replace(at, std::char_traits<char>::length(kBase), "<base href=\"" + home + "\">");
-        return {200, type_of(name), body};
-    }
-    struct Waiting {
-        std::atomic<int>& count;
-        ~Waiting() { --count; }
-    } waiting{m_Waiting};
-    if (++m_Waiting > kMostWaiting) return error_reply(kBusy, "too many requests at once");
+    if (name.rfind(kApi, 0) == 0) return std::nullopt;
+    const auto file = PageFiles().find(name);
+    if (file == PageFiles().end()) return error_reply(kNotFound, "there is no " + name);
+    std::string body(file->second);
+    constexpr const char* kBase = "<!-- base -->";
+    if (const std::size_t at = body.find(kBase); isDoor && at != std::string::npos)
+        body.replace(at, std::char_traits<char>::length(kBase), "<base href=\"" + home + "\">");
+    return WebReply{200, type_of(name), body};
+}
+
+WebReply ViewService::Answer(const WebRequest& request) {
+    if (std::optional<WebReply> reply = AnswerAtDoor(request)) return *std::move(reply);
     try {
-        const std::lock_guard<std::mutex> lock(m_Work);
-        return answer_api(name.substr(4), request);
+        return answer_api(request.path.substr(m_Token.size() + 2 + kApi.size()), request);
     } catch (const Rejected& rejected) {
         return error_reply(rejected.status, rejected.reason);
     } catch (const Json::exception&) {

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <atomic>
 #include <deque>
 #include <memory>
-#include <mutex>
+#include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "http.h"
@@ -29,21 +27,23 @@ struct ViewServiceOptions {
 
 /// What the page can ask: docs/view.md. It does not know how it is asked.
 ///
-/// Answers may be given by several threads at once; what reads and draws images is done by one after the
-/// other.
+/// For one thread: files are decoded in processes of their own, and a fork in a program with more threads may
+/// leave the child waiting for a lock for ever.
 class ViewService {
 public:
     ViewService(std::vector<ViewInput> inputs, ViewServiceOptions options);
-    ~ViewService();
     ViewService(const ViewService&) = delete;
     ViewService& operator=(const ViewService&) = delete;
 
     /// 128 random bits in hexadecimal digits.
     const std::string& Token() const { return m_Token; }
-    /// Begins to read the files, and takes requests for this port from here on.
+    /// Takes requests for this port from here on.
     void Start(int port);
-    /// Ends what is read in the background.
-    void Stop();
+    /// Reads the next file for the list, and returns whether another one follows.
+    bool ReadNext();
+    /// What takes no image: the page itself, and refusals of those who may not ask. Any number of threads may
+    /// ask at once.
+    std::optional<WebReply> AnswerAtDoor(const WebRequest& request) const;
     /// Never throws.
     WebReply Answer(const WebRequest& request);
 
@@ -66,7 +66,6 @@ private:
     WebReply histogram(const WebRequest& request);
     WebReply save(const Json& body);
 
-    void read_files();
     const ListedImage& image_of(std::size_t id);
     std::shared_ptr<ImageSource> source_of(std::size_t id, int frame, bool withState);
     std::unique_ptr<OpenedImage> open_image(const Json& body, PresentationOptions* used = nullptr);
@@ -77,12 +76,6 @@ private:
     const ViewServiceOptions m_Options;
     const std::string m_Token;
     std::vector<std::string> m_Hosts;
-    std::thread m_Reader;
-    std::atomic<bool> m_bStopped{false};
-    std::atomic<int> m_Waiting{0};
-
-    /// Of all that follows.
-    std::mutex m_Work;
     std::vector<ListedImage> m_Images;
     std::deque<Opened> m_Opened;
 };

@@ -1,5 +1,6 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -21,6 +22,8 @@ protected:
         ASSERT_EQ(pipe(ends), 0);
         m_Process = fork();
         if (m_Process == 0) {
+            // Not longer than the test, whatever becomes of it.
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
             dup2(ends[1], STDOUT_FILENO);
             execl(ZEV_PROGRAM, "zev", "view", m_Directory.Path().c_str(), "--no-browser",
                   static_cast<char*>(nullptr));

@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <random>
-#include <thread>
 
 #include "../cli/app_test_support.h"
 #include "cli/sample_state.h"
@@ -30,8 +28,7 @@ protected:
         options.saveFolder = saveFolder;
         m_Service = std::make_unique<ViewService>(inputs, options);
         m_Service->Start(kPort);
-        while (!Json::parse(Get("list").body)["done"].get<bool>())
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        while (m_Service->ReadNext()) continue;
         return *m_Service;
     }
     WebReply Get(const std::string& name, std::map<std::string, std::string> query = {}) {

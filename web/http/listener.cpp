@@ -31,6 +31,11 @@ public:
         m_Server.set_keep_alive_timeout(kPatience);
         m_Server.set_keep_alive_max_count(1000);
         m_Server.set_tcp_nodelay(true);
+        // The library's own choice would share the port with other programs.
+        m_Server.set_socket_options([](socket_t socket) {
+            const int yes = 1;
+            setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        });
     }
 
     int Bind(int port) override {
@@ -58,8 +63,6 @@ public:
         });
         m_Server.listen_after_bind();
     }
-
-    void Stop() override { m_Server.stop(); }
 
 private:
     static void reply(const Answer& answer, const httplib::Request& request, httplib::Response& response) {
