@@ -90,6 +90,7 @@ public:
         if (m_Process == 0) {
             prctl(PR_SET_PDEATHSIG, SIGKILL);
             if (getppid() != parent) _exit(1);
+            close(ends[0]);
             serve(ends[1], door, port);
         }
         close(ends[1]);
@@ -132,9 +133,13 @@ private:
             if (++waiting > kMostWaiting)
                 return {503, "application/json", R"({"error": "too many requests at once"})"};
             const std::lock_guard<std::mutex> lock(asking);
-            WebReply reply;
-            if (!send_request(channel, request) || !receive_reply(channel, &reply)) _exit(1);
-            return reply;
+            try {
+                WebReply reply;
+                if (send_request(channel, request) && receive_reply(channel, &reply)) return reply;
+            } catch (const std::exception&) {
+            }
+            // What is left of this reply would be taken for the next one.
+            _exit(1);
         });
         _exit(1);
     }

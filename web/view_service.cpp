@@ -268,8 +268,8 @@ std::optional<WebReply> ViewService::AnswerAtDoor(const WebRequest& request) con
 }
 
 WebReply ViewService::Answer(const WebRequest& request) {
-    if (std::optional<WebReply> reply = AnswerAtDoor(request)) return *std::move(reply);
     try {
+        if (std::optional<WebReply> reply = AnswerAtDoor(request)) return *std::move(reply);
         return answer_api(request.path.substr(m_Token.size() + 2 + kApi.size()), request);
     } catch (const Rejected& rejected) {
         return error_reply(rejected.status, rejected.reason);
