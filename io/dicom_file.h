@@ -71,11 +71,13 @@ public:
     /// cannot be drawn, or not as a whole.
     const std::vector<Note>& Notes() const { return m_Notes; }
 
+    /// The pixel values stand for others, by a rescale that may have fractions.
+    bool IsReduced() const { return m_bReduced; }
+    /// The pixel values are the stored ones: neither reduced nor those of a Modality LUT.
+    bool IsAsStored() const { return m_bAsStored; }
     /// Smallest and largest pixel value of the frame, padding left out: of Mono(), and of the pixels as
     /// stored, before a Modality LUT and a reduction to 16 bits. Nothing for an image in colour or of nothing
     /// but padding.
-    /// The pixel values stand for others, by a rescale that may have fractions.
-    bool IsReduced() const { return m_bReduced; }
     ValueRange Range() const;
     ValueRange StoredRange() const { return m_bAsStored ? Range() : m_StoredRange; }
     /// Smallest and largest value over all frames, padding left out, on the scale of Mono(). Reads every

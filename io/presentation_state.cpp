@@ -70,6 +70,12 @@ PresentationState state_of(DicomDataSet set, const std::string& path) {
     throw PresentError(path, "is not a presentation state");
 }
 
+void newest_first(std::vector<PresentationState>& states) {
+    std::sort(states.begin(), states.end(), [](const PresentationState& a, const PresentationState& b) {
+        return std::make_pair(b.Created(), a.path) < std::make_pair(a.Created(), b.path);
+    });
+}
+
 }  // namespace
 
 std::string PresentationState::Label() const { return set.Text(tag::kContentLabel); }
@@ -156,9 +162,12 @@ PresentationStates::PresentationStates(const std::string& path) : m_Path(path) {
     }
     if (error) throw PresentError(path, error.message());
     if (m_States.empty()) throw PresentError(path, "holds no presentation state");
-    std::sort(m_States.begin(), m_States.end(), [](const PresentationState& a, const PresentationState& b) {
-        return std::make_pair(b.Created(), a.path) < std::make_pair(a.Created(), b.path);
-    });
+    newest_first(m_States);
+}
+
+PresentationStates::PresentationStates(std::vector<PresentationState> states)
+    : m_bFolder(true), m_States(std::move(states)) {
+    newest_first(m_States);
 }
 
 std::vector<const PresentationState*> PresentationStates::For(const std::string& instance, int frame) const {

@@ -46,6 +46,8 @@ PresentationState ReadPresentationState(const std::string& path);
 class PresentationStates {
 public:
     explicit PresentationStates(const std::string& path);
+    /// These, as if they came from a folder.
+    explicit PresentationStates(std::vector<PresentationState> states);
 
     const std::string& Path() const { return m_Path; }
     bool IsFolder() const { return m_bFolder; }

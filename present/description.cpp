@@ -163,6 +163,7 @@ void describe_window(OpenedImage& image, Json& info) {
     info["localizer"] = params.IsLocalizer();
     info["bitsPerPixel"] = image.Raster().m_BitsPerPixel;
     info["signed"] = image.Raster().m_bSigned;
+    info["modalityLut"] = !image.File().IsAsStored() && !image.File().IsReduced();
     info["storedRange"] = RangeOf(image.File().StoredRange());
     info["modalityRange"] = RangeOf(image.ModalityRange());
     info["windowSource"] = NameOf(image.GetWindowSource());
@@ -203,6 +204,34 @@ Json DescribeImage(OpenedImage& image) {
     for (const Note& note : image.Notes())
         info["notes"].push_back({{"code", note.code}, {"text", note.text}});
     return info;
+}
+
+Json DescribeValues(OpenedImage& image) {
+    Json list = Json::array();
+    const auto add = [&list](const std::string& name, const std::string& units, double slope,
+                             double intercept) -> Json& {
+        list.push_back({{"name", name},
+                        {"units", units},
+                        {"slope", slope},
+                        {"intercept", intercept},
+                        {"first", nullptr},
+                        {"last", nullptr},
+                        {"table", nullptr}});
+        return list.back();
+    };
+    const Rescale& rescale = image.GetRescale();
+    add("modality", image.UnitsText(), rescale.slope, rescale.intercept);
+    if (const std::optional<double> one = image.OneSuv())
+        add("SUV by body weight", "SUV", rescale.slope / *one, rescale.intercept / *one);
+    // They are of stored values: the data set has none where the pixel values are others.
+    for (const RealWorldMapping& mapping : ReadRealWorldMappings(image.File().DataSet())) {
+        Json& value = add(mapping.label.empty() ? mapping.explanation : mapping.label, mapping.unitsCode,
+                          mapping.slope, mapping.intercept);
+        value["first"] = mapping.first;
+        value["last"] = mapping.last;
+        if (!mapping.table.empty()) value["table"] = mapping.table;
+    }
+    return {{"stored", image.File().IsAsStored()}, {"list", std::move(list)}};
 }
 
 Json DescribeExplanations(const std::vector<Explanation>& explanations) {

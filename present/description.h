@@ -13,6 +13,9 @@ using Json = nlohmann::ordered_json;
 /// the file need not be UTF-8.
 Json DescribeImage(OpenedImage& image);
 
+/// What the pixel values of an image are, the modality value first: docs/view.md, `values`.
+Json DescribeValues(OpenedImage& image);
+
 /// The members "image" and "points" of `zev explain --json`.
 Json DescribeExplanations(const std::vector<Explanation>& explanations);
 

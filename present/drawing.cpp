@@ -61,10 +61,17 @@ Layers activated_overlays(const OpenedImage& image, const PresentationState& sta
     return layers;
 }
 
-/// What lies on the image, from the bottom: shutters, then overlays and annotations, those of a presentation
-/// state in the order of its graphic layers.
-Layers layers_of(const OpenedImage& image, const DrawingOptions& options, double pixelRatio,
-                 std::vector<Note>* notes) {
+Picture in_colour(const Picture& grey) {
+    Picture picture(grey.width, grey.height);
+    for (std::size_t i = 0; i < grey.bytes.size(); ++i)
+        std::fill_n(picture.bytes.begin() + static_cast<std::ptrdiff_t>(3 * i), 3, grey.bytes[i]);
+    return picture;
+}
+
+}  // namespace
+
+Layers LayersOf(const OpenedImage& image, const DrawingOptions& options, double pixelRatio,
+                std::vector<Note>* notes) {
     Layers layers;
     const auto add = [&layers](Layers more) {
         std::move(more.begin(), more.end(), std::back_inserter(layers));
@@ -78,21 +85,14 @@ Layers layers_of(const OpenedImage& image, const DrawingOptions& options, double
     add(ShutterLayers(*state, image.File().Rows(), image.File().Columns(), pixelRatio));
     const auto shutters = static_cast<std::ptrdiff_t>(layers.size());
     if (options.overlays) add(activated_overlays(image, *state, notes));
-    add(AnnotationLayers(*state, image.File().DataSet().Text(tag::kSopInstance), image.File().Frame(),
-                         notes));
+    if (options.annotations) {
+        add(AnnotationLayers(*state, image.File().DataSet().Text(tag::kSopInstance), image.File().Frame(),
+                             notes));
+    }
     std::stable_sort(layers.begin() + shutters, layers.end(),
                      [](const auto& a, const auto& b) { return a->order < b->order; });
     return layers;
 }
-
-Picture in_colour(const Picture& grey) {
-    Picture picture(grey.width, grey.height);
-    for (std::size_t i = 0; i < grey.bytes.size(); ++i)
-        std::fill_n(picture.bytes.begin() + static_cast<std::ptrdiff_t>(3 * i), 3, grey.bytes[i]);
-    return picture;
-}
-
-}  // namespace
 
 Picture DrawImage(OpenedImage& image, const DrawingOptions& options, std::vector<Note>* notes,
                   DrawingObserver* observer) {
@@ -104,7 +104,7 @@ Picture DrawImage(OpenedImage& image, const DrawingOptions& options, std::vector
     Picture picture = regions ? regions->Draw(options.bits) : Render(image, options.bits);
     if (observer != nullptr) observer->ImageDrawn(picture, placement, regions ? &*regions : nullptr);
 
-    const Layers layers = layers_of(image, options, placement.pixelRatio, notes);
+    const Layers layers = LayersOf(image, options, placement.pixelRatio, notes);
     const bool isColoured =
         std::any_of(layers.begin(), layers.end(), [](const auto& layer) { return layer->IsColoured(); });
     if (isColoured && picture.form == Picture::kGrey8) picture = in_colour(picture);

@@ -17,6 +17,8 @@ struct DrawingOptions {
     BrightnessOptions brightness;
     ViewOptions view;
     bool overlays = true;
+    /// Those of a presentation state.
+    bool annotations = true;
     std::string overlayColour = "white";
     int bits = 8;
     std::string fit;  ///< WxH, or empty
@@ -38,6 +40,11 @@ public:
     virtual void ImageDrawn(const Picture& picture, const Placement& placement, RegionView* regions) = 0;
     virtual void LayerDrawn(const Canvas& canvas, const Layer& layer) = 0;
 };
+
+/// What lies on the image, from the bottom: shutters, then overlays and annotations, those of a presentation
+/// state in the order of its graphic layers. `pixelRatio` is that of a placement.
+Layers LayersOf(const OpenedImage& image, const DrawingOptions& options, double pixelRatio,
+                std::vector<Note>* notes);
 
 /// Draws an image with all that lies on it: its regions, shutters, overlays and annotations.
 Picture DrawImage(OpenedImage& image, const DrawingOptions& options, std::vector<Note>* notes,

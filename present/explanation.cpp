@@ -157,13 +157,8 @@ public:
         Add("modality", text,
             {tag::kRescaleSlope, tag::kRescaleIntercept, tag::kRescaleType, tag::kModalityLutSequence},
             value);
-        SPC_MeasurementUnitsParams& measurement = m_Image.Units();
-        if (m_Image.Modality().GetModality() == SPC_Modality::MODALITY_PT &&
-            !measurement.IsDataMissingForMeasurement(SPC_UNITS_SUV_BW)) {
-            const auto one =
-                static_cast<double>(measurement.TranslateBackFromUnitsToPixel(1.0F, SPC_UNITS_SUV_BW));
-            if (one != 0.0) Add("suv", text_of(value / one) + " SUV by body weight", {}, value / one);
-        }
+        if (const std::optional<double> one = m_Image.OneSuv())
+            Add("suv", text_of(value / *one) + " SUV by body weight", {}, value / *one);
     }
 
     void Windows() {

@@ -49,11 +49,13 @@ std::optional<Size> size_of_pixel(const DicomDataSet& set, std::initializer_list
 /// What a presentation state says of where the image lies; the area in image coordinates.
 struct Wanted {
     Canvas::Area area{};
+    /// The state's own, also where the user's zoom or pan goes over it: annotations refer to it.
+    Canvas::Area annotated{};
     bool isWhole = true;
     /// Millimetres, where they are known; else only the ratio counts.
     std::optional<Size> pixel;
     bool isInMillimetres = false;
-    enum { kFit, kTrueSize, kMagnify } mode = kFit;
+    Placement::SizeMode mode = Placement::kFit;
     double magnification = 1.0;
     double rotation = 0.0;
     bool flip = false;
@@ -82,12 +84,12 @@ void take_area(const PresentationState& state, const DicomDataSet& item, Wanted&
     if (mode == "TRUE SIZE") {
         if (!wanted.isInMillimetres)
             throw PresentError(state.path, "asks for the true size and has no pixel spacing");
-        wanted.mode = Wanted::kTrueSize;
+        wanted.mode = Placement::kTrueSize;
     } else if (mode == "MAGNIFY") {
         const std::vector<double> ratio = item.Numbers(tag::kMagnificationRatio, 1);
         if (ratio.empty() || !(ratio[0] >= 0.001 && ratio[0] <= 1000.0))
             throw PresentError(state.path, "its magnification is not from 0.001 to 1000");
-        wanted.mode = Wanted::kMagnify;
+        wanted.mode = Placement::kMagnify;
         // The number that was meant, without the tail of a float.
         wanted.magnification = ParseNumber(NumberText(static_cast<float>(ratio[0]))).value_or(ratio[0]);
     }
@@ -97,6 +99,7 @@ Wanted wanted_of(const OpenedImage& image, const ViewOptions& options) {
     const DicomDataSet& set = image.File().DataSet();
     Wanted wanted;
     wanted.area = {0.0, 0.0, double(image.File().Columns()), double(image.File().Rows())};
+    wanted.annotated = wanted.area;
     wanted.pixel = size_of_pixel(set, {tag::kPixelSpacing, tag::kImagerPixelSpacing});
     wanted.isInMillimetres = wanted.pixel.has_value();
     if (!wanted.pixel) wanted.pixel = size_of_pixel(set, {tag::kPixelAspectRatio});
@@ -116,8 +119,15 @@ Wanted wanted_of(const OpenedImage& image, const ViewOptions& options) {
         wanted.pixel = ratio;
         wanted.isInMillimetres = false;
     }
-    if (!options.zoom && options.pan.empty()) take_area(*state, *area, wanted);
-    return wanted;
+    const bool isAsked = options.zoom || !options.pan.empty();
+    Wanted own = wanted;
+    try {
+        take_area(*state, *area, own);
+        wanted.annotated = own.annotated = own.area;
+    } catch (const PresentError&) {
+        if (!isAsked) throw;
+    }
+    return isAsked ? wanted : own;
 }
 
 /// Width and height of a pixel, the smaller side 1. Where no row and no column would be added they stay
@@ -163,9 +173,9 @@ Placement PlaceImage(const OpenedImage& image, const ViewOptions& options) {
     };
     const double most = std::max(kMostPixels, columns * pixel.width * rows * pixel.height);
     double zoom = options.zoom.value_or(1.0);
-    if (!options.zoom && wanted.mode == Wanted::kMagnify) {
+    if (!options.zoom && wanted.mode == Placement::kMagnify) {
         zoom = wanted.magnification;
-    } else if (!options.zoom && wanted.mode == Wanted::kTrueSize) {
+    } else if (!options.zoom && wanted.mode == Placement::kTrueSize) {
         zoom = wanted.pixel->width * options.resolution / kMillimetresPerInch / pixel.width;
     } else if (!options.zoom && image.State() != nullptr && !options.size.empty()) {
         zoom = fit(placement.width, placement.height);
@@ -209,13 +219,14 @@ Placement PlaceImage(const OpenedImage& image, const ViewOptions& options) {
                         placement.height == rows;
 
     placement.shown = wanted.area;
+    placement.mode = wanted.mode;
     placement.isFilled = options.size.empty() && options.pan.empty();
     const SPC_Affine toScreen = space.GetRaster2Screen();
     Canvas::Area& area = placement.area;
     constexpr double kMost = std::numeric_limits<double>::max();
     area = {kMost, kMost, -kMost, -kMost};
-    for (const double x : {wanted.area.left, wanted.area.right}) {
-        for (const double y : {wanted.area.top, wanted.area.bottom}) {
+    for (const double x : {wanted.annotated.left, wanted.annotated.right}) {
+        for (const double y : {wanted.annotated.top, wanted.annotated.bottom}) {
             area.left = std::min(area.left, toScreen.X(x, y));
             area.right = std::max(area.right, toScreen.X(x, y));
             area.top = std::min(area.top, toScreen.Y(x, y));

@@ -34,6 +34,9 @@ struct Placement {
     /// Where the displayed area lies, and which part of the image it is, in image coordinates.
     Canvas::Area area{};
     Canvas::Area shown{};
+    /// How large a presentation state wants it: fitted, or at the zoom of `space`.
+    enum SizeMode { kFit, kTrueSize, kMagnify };
+    SizeMode mode = kFit;
     /// The picture shows that part and nothing else.
     bool isFilled = true;
     /// One picture pixel per image pixel, in the order of the image.

@@ -300,6 +300,12 @@ std::string OpenedImage::UnitsText() const {
     return isHounsfield ? "HU" : "";
 }
 
+std::optional<double> OpenedImage::OneSuv() {
+    if (!can_show_suv()) return std::nullopt;
+    const auto one = static_cast<double>(m_Units.TranslateBackFromUnitsToPixel(1.0F, SPC_UNITS_SUV_BW));
+    return one == 0.0 ? std::nullopt : std::optional(one);
+}
+
 bool OpenedImage::can_show_suv() const {
     return m_Modality.GetModality() == SPC_Modality::MODALITY_PT &&
            !m_Units.IsDataMissingForMeasurement(SPC_UNITS_SUV_BW);

@@ -192,6 +192,8 @@ public:
     /// Smallest and largest pixel value of the frame in modality units, padding left out. Nothing for an
     /// image in colour or of nothing but padding.
     std::optional<std::pair<double, double>> ModalityRange();
+    /// The modality value of 1 SUV by body weight; nothing where it is not a PET image or lacks what SUV takes.
+    std::optional<double> OneSuv();
     /// The units of the values after rescale: the file's Rescale Type, Modality LUT Type or PT Units, else HU
     /// for CT; empty where unknown.
     std::string UnitsText() const;

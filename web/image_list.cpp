@@ -53,6 +53,7 @@ ListedImage ReadListed(const std::string& path, const std::string& name) {
         image.isImage = image.rows > 0 && image.columns > 0;
         image.study = set.Text(kStudyInstance);
         image.series = set.Text(kSeriesInstance);
+        image.instance = set.Text(tag::kSopInstance);
         image.studyText = joined({set.Text(kPatientName), set.Text(kStudyDate), set.Text(kStudyDescription)});
         image.seriesText = set.Text(kSeriesDescription);
         image.modality = set.Text(tag::kModality);

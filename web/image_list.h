@@ -7,7 +7,7 @@
 struct ListedImage {
     std::string path;
     std::string name;
-    std::string study, series;  ///< UIDs
+    std::string study, series, instance;  ///< UIDs
     std::string studyText, seriesText;
     std::string modality;
     int frames = 1, rows = 0, columns = 0;
@@ -17,6 +17,7 @@ struct ListedImage {
     double position = 0.0;
     /// False for a sound DICOM object without pixels.
     bool isImage = true;
+    bool isState = false;  ///< a presentation state
 };
 
 /// Reads what is needed of one file, without its pixels. Errors are in the result.

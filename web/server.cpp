@@ -197,10 +197,14 @@ void ServePage(ViewService& service, const ServerOptions& options,
     started(address);
     if (options.opensBrowser) open_browser(address);
 
-    // The files are read for the list between requests.
-    for (bool isReading = true;;) {
+    // Files are read for the list, and thumbnails drawn, while nobody has asked for something lately.
+    constexpr int kRest = 50;
+    int wait = 0;
+    for (bool hasWork = true;;) {
         pollfd ready[] = {{signals.File(), POLLIN, 0}, {http.Channel(), POLLIN, 0}};
-        poll(ready, 2, isReading ? 0 : -1);
+        const bool isIdle = poll(ready, 2, hasWork ? wait : -1) == 0;
+        wait = isIdle ? 0 : kRest;
+        if (isIdle) hasWork = service.ReadNext();
         if (ready[0].revents != 0) return;
         if (ready[1].revents != 0) {
             WebRequest request;
@@ -208,6 +212,5 @@ void ServePage(ViewService& service, const ServerOptions& options,
                 !send_reply(http.Channel(), service.Answer(request)))
                 throw PresentError("the page", "is no longer served: its process has ended");
         }
-        if (isReading) isReading = service.ReadNext();
     }
 }

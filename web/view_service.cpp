@@ -10,6 +10,7 @@
 #include <random>
 
 #include "io/atomic_file.h"
+#include "io/dicom_tags.h"
 #include "io/picture_file.h"
 #include "io/present_error.h"
 #include "page_files.h"
@@ -28,6 +29,9 @@ constexpr int kBins = 256;
 constexpr std::size_t kMostPoints = 1000, kMostRegions = 254;
 /// Frames that are kept, whichever is reached first; the one in use is kept in any case.
 constexpr std::size_t kMostOpened = 16, kMostOpenedBytes = std::size_t{512} << 20;
+/// Thumbnails that are kept; beyond it they begin anew.
+constexpr std::size_t kMostThumbBytes = std::size_t{64} << 20;
+constexpr double kMostScreenPixels = 1 << 26;
 
 /// A request that cannot be answered, for a reason that is not the image's.
 struct Rejected {
@@ -111,6 +115,16 @@ const Json& object_in(const Json& body, const char* key) {
     return body.at(key);
 }
 
+/// 4 bytes for the length of the JSON, the JSON, which ends where the 4 bytes of a number may begin, and then
+/// the rest.
+WebReply framed_reply(const Json& head, const std::string& rest) {
+    std::string text = head.dump(-1, ' ', false, Json::error_handler_t::replace);
+    text.resize((text.size() + 3) / 4 * 4, ' ');
+    std::string reply;
+    for (unsigned shift = 0; shift < 32; shift += 8) reply += static_cast<char>(text.size() >> shift & 0xFF);
+    return binary_reply(reply + text + rest);
+}
+
 int number_in(const std::map<std::string, std::string>& query, const char* key, int fallback) {
     const auto found = query.find(key);
     if (found == query.end()) return fallback;
@@ -179,8 +193,14 @@ ViewOptions view_of(const Json& body) {
     view.regions = regions_of(body);
     if (asked.contains("zoom")) view.zoom = number_in(asked, "zoom");
     if (asked.contains("rotate")) view.rotate = number_in(asked, "rotate");
-    if (asked.contains("flip")) view.flip = text_in(asked, "flip");
-    if (asked.contains("size")) view.size = text_in(asked, "size");
+    // A text without a letter of a flip: not flipped, whatever a presentation state says.
+    if (asked.contains("flip")) view.flip = text_in(asked, "flip").empty() ? "-" : text_in(asked, "flip");
+    if (asked.contains("size")) {
+        view.size = text_in(asked, "size");
+        const auto size = ParseSize(view.size);
+        if (!size || double(size->first) * size->second > kMostScreenPixels)
+            throw Rejected{kBadRequest, "size is not WIDTHxHEIGHT of at most 2^26 pixels"};
+    }
     view.pixels = flag_in(asked, "pixels", false);
     if (asked.contains("pan")) {
         if (!asked.at("pan").is_array() || asked.at("pan").size() != 2 || !asked.at("pan")[0].is_number() ||
@@ -221,6 +241,62 @@ Json window_of(OpenedImage& image) {
             {"high", center + width / 2.0}};
 }
 
+/// The presentation state's place for the image, as the page understands it.
+Json placement_of(const OpenedImage& image) {
+    ViewOptions view;
+    // The page knows what it fits to; an area in true size may be larger than any picture.
+    view.size = "1x1";
+    const Placement placement = PlaceImage(image, view);
+    const SPC_SpaceInfo& space = placement.space;
+    const int turns = static_cast<int>(std::lround(space.GetRotation() / 90.0)) % 4;
+    constexpr const char* kModes[] = {"fit", "true", "magnify"};
+    const Canvas::Area& shown = placement.shown;
+    return {{"turns", (turns + 4) % 4},
+            {"flip", space.IsFlippedHorizontally()},
+            {"area", {shown.left, shown.top, shown.right, shown.bottom}},
+            {"mode", kModes[placement.mode]},
+            {"zoom", placement.mode == Placement::kFit ? Json(nullptr) : Json(space.GetZoom())},
+            {"pixelRatio", placement.pixelRatio}};
+}
+
+/// The pixels of a picture that its layers touch, whatever their colours: those are drawn over the inverted
+/// picture as well, and no colour leaves both as they are.
+class TouchedPixels : public DrawingObserver {
+public:
+    void ImageDrawn(const Picture& picture, const Placement&, RegionView*) override {
+        m_Below = m_Inverted = picture;
+        for (std::uint8_t& sample : m_Inverted.bytes) sample = static_cast<std::uint8_t>(~sample);
+        m_Changed = m_Inverted;
+    }
+    void LayerDrawn(const Canvas& canvas, const Layer& layer) override {
+        layer.Draw({m_Changed, canvas.toScreen, canvas.toImage, canvas.area});
+    }
+
+    bool Has(const Picture& drawn, int x, int y) const {
+        if (!std::equal(m_Changed.At(x, y), m_Changed.At(x, y) + m_Changed.form, m_Inverted.At(x, y)))
+            return true;
+        for (int c = 0; c < drawn.form; ++c) {
+            if (drawn.At(x, y)[c] != m_Below.At(x, y)[m_Below.form == drawn.form ? c : 0]) return true;
+        }
+        return false;
+    }
+    /// What holds them all; empty where there is none.
+    KIT_Rect Box(const Picture& drawn) const {
+        KIT_Rect box{drawn.height, drawn.width, 0, 0};
+        for (int y = 0; y < drawn.height; ++y) {
+            for (int x = 0; x < drawn.width; ++x) {
+                if (!Has(drawn, x, y)) continue;
+                box.left = std::min(box.left, x), box.right = std::max(box.right, x + 1);
+                box.top = std::min(box.top, y), box.bottom = y + 1;
+            }
+        }
+        return box.right == 0 ? KIT_Rect{0, 0, 0, 0} : box;
+    }
+
+private:
+    Picture m_Below, m_Inverted, m_Changed;
+};
+
 void require_grey(const OpenedImage& image) {
     if (image.File().IsColour())
         throw PresentError(image.File().Path(), "is in colour and has no windowing table");
@@ -229,7 +305,9 @@ void require_grey(const OpenedImage& image) {
 }  // namespace
 
 ViewService::ViewService(std::vector<ViewInput> inputs, ViewServiceOptions options)
-    : m_Inputs(std::move(inputs)), m_Options(std::move(options)), m_Token(random_token()) {}
+    : m_Inputs(std::move(inputs)), m_Options(std::move(options)), m_Token(random_token()) {
+    if (m_Options.presentation.states != nullptr) m_States = m_Options.presentation.states->All();
+}
 
 void ViewService::Start(int port) {
     for (const char* name : {"127.0.0.1:", "localhost:"}) m_Hosts.push_back(name + std::to_string(port));
@@ -237,10 +315,29 @@ void ViewService::Start(int port) {
 
 /// Files take their numbers in the order in which they were found.
 bool ViewService::ReadNext() {
-    if (m_Images.size() == m_Inputs.size()) return false;
-    const ViewInput& input = m_Inputs[m_Images.size()];
-    m_Images.push_back(ReadListed(input.path, input.name));
-    return m_Images.size() < m_Inputs.size();
+    if (m_Images.size() < m_Inputs.size()) {
+        const ViewInput& input = m_Inputs[m_Images.size()];
+        m_Images.push_back(ReadListed(input.path, input.name));
+        if (!m_Images.back().isImage) {
+            try {
+                m_States.push_back(ReadPresentationState(input.path));
+                m_Images.back().isState = true;
+            } catch (const PresentError&) {
+            }
+        }
+        if (m_Images.size() == m_Inputs.size()) {
+            for (const std::size_t id : OrderOf(m_Images)) {
+                if (m_Images[id].error.empty()) m_ToDraw.push_back(id);
+            }
+        }
+    } else if (m_Drawn < m_ToDraw.size()) {
+        try {
+            thumb_of(m_ToDraw[m_Drawn++]);
+        } catch (const std::exception&) {
+            // Who asks for it learns why.
+        }
+    }
+    return m_Images.size() < m_Inputs.size() || m_Drawn < m_ToDraw.size();
 }
 
 std::optional<WebReply> ViewService::AnswerAtDoor(const WebRequest& request) const {
@@ -303,6 +400,7 @@ WebReply ViewService::answer_api(const std::string& name, const WebRequest& requ
     if (!body.is_object()) throw Rejected{kBadRequest, "the body is not a JSON object"};
     if (name == "open") return open(body);
     if (name == "table") return table(body);
+    if (name == "layers") return layers(body);
     if (name == "explain") return explain(body);
     if (name == "save") return save(body);
     throw Rejected{kNotFound, "there is no " + name};
@@ -315,9 +413,22 @@ const ListedImage& ViewService::image_of(std::size_t id) {
     return m_Images[id];
 }
 
-std::shared_ptr<ImageSource> ViewService::source_of(std::size_t id, int frame, bool withState) {
+int ViewService::checked_state(int state) const {
+    if (state < kProgramsState || (state >= 0 && static_cast<std::size_t>(state) >= m_States.size()))
+        throw Rejected{kNotFound, "there is no presentation state " + std::to_string(state)};
+    return state;
+}
+
+std::shared_ptr<const PresentationStates> ViewService::states_for(int state) const {
+    if (state == kProgramsState) return m_Options.presentation.states;
+    if (state == kNoState) return nullptr;
+    return std::make_shared<PresentationStates>(
+        std::vector<PresentationState>{m_States[static_cast<std::size_t>(state)]});
+}
+
+std::shared_ptr<ImageSource> ViewService::source_of(std::size_t id, int frame, int state) {
     const auto found = std::find_if(m_Opened.begin(), m_Opened.end(), [&](const Opened& opened) {
-        return opened.id == id && opened.frame == frame && opened.withState == withState;
+        return opened.id == id && opened.frame == frame && opened.state == state;
     });
     if (found != m_Opened.end()) {
         std::rotate(m_Opened.begin(), found, found + 1);
@@ -325,8 +436,8 @@ std::shared_ptr<ImageSource> ViewService::source_of(std::size_t id, int frame, b
     }
     PresentationOptions options = m_Options.presentation;
     options.frame = frame;
-    if (!withState) options.states = nullptr;
-    m_Opened.push_front({id, frame, withState, std::make_shared<ImageSource>(image_of(id).path, options)});
+    options.states = states_for(state);
+    m_Opened.push_front({id, frame, state, std::make_shared<ImageSource>(image_of(id).path, options)});
     std::size_t bytes = 0;
     for (std::size_t i = 0; i < m_Opened.size(); ++i) {
         bytes += 2 * m_Opened[i].source->raster.Bytes().size();
@@ -341,17 +452,21 @@ std::unique_ptr<OpenedImage> ViewService::open_image(const Json& body, Presentat
     const Json& asked = object_in(body, "options");
     PresentationOptions options = options_of(asked, m_Options.presentation);
     options.frame = frame;
-    const bool withState = flag_in(asked, "state", true) && options.states != nullptr;
-    if (!withState) options.states = nullptr;
+    const bool isNone = asked.contains("state") && asked.at("state") == false;
+    const int state = isNone ? kNoState : checked_state(whole_in(asked, "state", kProgramsState));
+    auto source = source_of(static_cast<std::size_t>(id), frame, state);
+    options.states = source->states;
     if (used != nullptr) *used = options;
-    return std::make_unique<OpenedImage>(source_of(static_cast<std::size_t>(id), frame, withState), options);
+    return std::make_unique<OpenedImage>(std::move(source), options);
 }
 
 std::shared_ptr<ImageSource> ViewService::source_of(const WebRequest& request) {
     const int id = number_in(request.query, "id", -1), frame = number_in(request.query, "frame", 0);
     if (id < 0 || frame < 0) throw Rejected{kBadRequest, "id and frame are numbers from 0"};
+    const auto state = request.query.find("state");
+    const bool isNone = state != request.query.end() && state->second == "none";
     return source_of(static_cast<std::size_t>(id), frame,
-                     number_in(request.query, "state", 1) != 0 && m_Options.presentation.states != nullptr);
+                     isNone ? kNoState : checked_state(number_in(request.query, "state", kProgramsState)));
 }
 
 // ---- Answers
@@ -360,7 +475,7 @@ WebReply ViewService::list() {
     Json images = Json::array();
     for (const std::size_t id : OrderOf(m_Images)) {
         const ListedImage& image = m_Images[id];
-        if (!image.isImage && m_Inputs[id].isFound) continue;
+        if (image.isState || (!image.isImage && m_Inputs[id].isFound)) continue;
         images.push_back({{"id", id},
                           {"name", image.name},
                           {"study", image.study},
@@ -375,20 +490,31 @@ WebReply ViewService::list() {
     }
     return json_reply({{"done", m_Images.size() == m_Inputs.size()},
                        {"found", m_Inputs.size()},
+                       {"read", m_Images.size()},
+                       {"states", m_States.size()},
+                       {"thumbs", m_Drawn},
                        {"canSave", !m_Options.saveFolder.empty()},
                        {"images", std::move(images)}});
 }
 
-WebReply ViewService::thumb(const WebRequest& request) {
-    const int id = number_in(request.query, "id", -1);
-    if (id < 0) throw Rejected{kBadRequest, "id is a number from 0"};
-    const ListedImage& image = image_of(static_cast<std::size_t>(id));
+const std::string& ViewService::thumb_of(std::size_t id) {
+    const ListedImage& image = image_of(id);
+    if (m_ThumbBytes > kMostThumbBytes) m_Thumbs.clear(), m_ThumbBytes = 0;
+    std::string& thumb = m_Thumbs[id];
+    if (!thumb.empty()) return thumb;
     DrawingOptions options;
     options.presentation = m_Options.presentation;
     options.fit = std::to_string(kThumbSide) + "x" + std::to_string(kThumbSide);
     const Picture picture = DrawFrame(image.path, options, image.frames / 2).picture;
     const std::vector<std::uint8_t> bytes = EncodePicture(picture, PictureFormat::kPng);
-    return {200, "image/png", std::string(bytes.begin(), bytes.end())};
+    m_ThumbBytes += bytes.size();
+    return thumb.assign(bytes.begin(), bytes.end());
+}
+
+WebReply ViewService::thumb(const WebRequest& request) {
+    const int id = number_in(request.query, "id", -1);
+    if (id < 0) throw Rejected{kBadRequest, "id is a number from 0"};
+    return {200, "image/png", thumb_of(static_cast<std::size_t>(id))};
 }
 
 WebReply ViewService::colour_maps() {
@@ -404,6 +530,36 @@ WebReply ViewService::colour_maps() {
         maps.push_back({{"uid", uid}, {"name", NameOf(map)}, {"colours", std::move(colours)}});
     });
     return json_reply({{"maps", std::move(maps)}});
+}
+
+/// Those that refer to the frame, the newest first.
+Json ViewService::states_of(const OpenedImage& image) const {
+    const std::string instance = image.File().DataSet().Text(tag::kSopInstance);
+    std::vector<std::size_t> ids;
+    for (std::size_t id = 0; id < m_States.size(); ++id) {
+        if (m_States[id].RefersTo(instance, image.File().Frame())) ids.push_back(id);
+    }
+    std::stable_sort(ids.begin(), ids.end(), [&](std::size_t a, std::size_t b) {
+        return m_States[a].Created() > m_States[b].Created();
+    });
+    Json list = Json::array();
+    for (const std::size_t id : ids) {
+        const PresentationState& state = m_States[id];
+        list.push_back({{"id", id},
+                        {"label", state.Label()},
+                        {"description", state.set.Text(tag::kContentDescription)},
+                        {"created", state.Created()},
+                        {"file", std::filesystem::path(state.path).filename().string()}});
+    }
+    return list;
+}
+
+Json ViewService::number_of_state(const OpenedImage& image) const {
+    if (image.State() == nullptr) return nullptr;
+    const auto found = std::find_if(m_States.begin(), m_States.end(), [&](const PresentationState& state) {
+        return state.path == image.State()->path;
+    });
+    return found - m_States.begin();
 }
 
 WebReply ViewService::open(const Json& body) {
@@ -425,11 +581,20 @@ WebReply ViewService::open(const Json& body) {
         }
         presets.push_back({{"name", NameOf(preset)}, {"reason", std::move(reason)}});
     });
+    DrawingOptions drawing;
+    drawing.presentation = options;
+    Json layers = Json::array();
+    for (const auto& layer : LayersOf(*image, drawing, 1.0, nullptr)) layers.push_back(layer->Name());
     const refhost::MemoryRaster& raster = image->Raster();
     const bool isColour = image->File().IsColour();
     return json_reply({{"info", info},
                        {"presets", std::move(presets)},
                        {"entries", isColour ? Json::array() : info["voiLutEntries"]},
+                       {"states", states_of(*image)},
+                       {"state", number_of_state(*image)},
+                       {"placement", placement_of(*image)},
+                       {"layers", std::move(layers)},
+                       {"values", isColour ? Json(nullptr) : DescribeValues(*image)},
                        {"pixels",
                         {{"width", raster.m_Width},
                          {"height", raster.m_Height},
@@ -456,6 +621,7 @@ WebReply ViewService::table(const Json& body) {
     for (std::string& text : regions_of(body)) texts.push_back(std::move(text));
     const bool hasLabels = flag_in(body, "labels", false);
     std::string tables = colours_of(*image), labels;
+    Json windows = Json::array({window_of(*image)});
     const int width = image->Raster().m_Width, height = image->Raster().m_Height;
     if (!texts.empty()) {
         ViewOptions view;
@@ -463,8 +629,11 @@ WebReply ViewService::table(const Json& body) {
         // Its own place, whatever a presentation state says.
         view.zoom = 1.0, view.rotate = 0.0, view.pan = {0.0, 0.0};
         RegionView regions(*image, options, ParseRegions(texts), PlaceImage(*image, view));
-        for (std::size_t i = 1; i <= texts.size(); ++i)
-            tables += colours_of(regions.ImageOf(static_cast<int>(i)));
+        for (std::size_t i = 1; i <= texts.size(); ++i) {
+            OpenedImage& region = regions.ImageOf(static_cast<int>(i));
+            tables += colours_of(region);
+            windows.push_back(window_of(region));
+        }
         if (hasLabels) {
             regions.Draw();
             for (int y = 0; y < height; ++y) {
@@ -479,15 +648,36 @@ WebReply ViewService::table(const Json& body) {
                        {"first", image->FirstValue()},
                        {"tables", texts.size() + 1},
                        {"labels", hasLabels},
-                       {"window", window_of(*image)},
+                       {"windows", std::move(windows)},
                        {"gamma", image->Params().GetGamma()},
                        {"inverse", image->ModalityInverse()},
                        {"colormap", map == nullptr ? Json(nullptr) : Json(UidOf(*map))}};
-    std::string text = head.dump(-1, ' ', false, Json::error_handler_t::replace);
-    text.resize((text.size() + 3) / 4 * 4, ' ');
-    std::string reply;
-    for (unsigned shift = 0; shift < 32; shift += 8) reply += static_cast<char>(text.size() >> shift & 0xFF);
-    return binary_reply(reply + text + tables + labels);
+    return framed_reply(head, tables + labels);
+}
+
+WebReply ViewService::layers(const Json& body) {
+    DrawingOptions options;
+    const std::unique_ptr<OpenedImage> image = open_image(body, &options.presentation);
+    options.view = view_of(body);
+    options.overlays = options.annotations = flag_in(body, "overlays", true);
+    TouchedPixels touched;
+    const Picture picture = DrawImage(*image, options, nullptr, &touched);
+    const KIT_Rect box = touched.Box(picture);
+    std::string colours;
+    for (int y = box.top; y < box.bottom; ++y) {
+        for (int x = box.left; x < box.right; ++x) {
+            const std::uint8_t* const pixel = picture.At(x, y);
+            const bool isTouched = touched.Has(picture, x, y);
+            for (int c = 0; c < 3; ++c) {
+                const std::uint8_t sample = pixel[picture.form == Picture::kRgb ? c : 0];
+                colours += isTouched ? static_cast<char>(sample) : '\0';
+            }
+            colours += isTouched ? '\xFF' : '\0';
+        }
+    }
+    const Json head = {
+        {"x", box.left}, {"y", box.top}, {"width", box.right - box.left}, {"height", box.bottom - box.top}};
+    return framed_reply(head, colours);
 }
 
 WebReply ViewService::explain(const Json& body) {
@@ -550,6 +740,7 @@ WebReply ViewService::save(const Json& body) {
         DrawingOptions drawing;
         drawing.presentation = options;
         drawing.view = view;
+        drawing.overlays = drawing.annotations = flag_in(body, "overlays", true);
         name = free_name(stem, ".png");
         const std::vector<std::uint8_t> file =
             EncodePicture(DrawImage(*image, drawing, nullptr), PictureFormat::kPng);

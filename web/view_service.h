@@ -1,6 +1,7 @@
 #pragma once
 
 #include <deque>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -39,7 +40,8 @@ public:
     const std::string& Token() const { return m_Token; }
     /// Takes requests for this port from here on.
     void Start(int port);
-    /// Reads the next file for the list, and returns whether another one follows.
+    /// Reads the next file for the list or, once all are read, makes the next thumbnail. Returns whether there
+    /// is more to do.
     bool ReadNext();
     /// What takes no image: the page itself, and refusals of those who may not ask. Any number of threads may
     /// ask at once.
@@ -48,10 +50,12 @@ public:
     WebReply Answer(const WebRequest& request);
 
 private:
+    /// Which presentation state is applied: that of the program's options, none, or one of m_States.
+    enum StateChoice : int { kProgramsState = -2, kNoState = -1 };
     struct Opened {
         std::size_t id;
         int frame;
-        bool withState;
+        int state;
         std::shared_ptr<ImageSource> source;
     };
 
@@ -62,12 +66,18 @@ private:
     WebReply open(const Json& body);
     WebReply pixels(const WebRequest& request);
     WebReply table(const Json& body);
+    WebReply layers(const Json& body);
     WebReply explain(const Json& body);
     WebReply histogram(const WebRequest& request);
     WebReply save(const Json& body);
 
     const ListedImage& image_of(std::size_t id);
-    std::shared_ptr<ImageSource> source_of(std::size_t id, int frame, bool withState);
+    const std::string& thumb_of(std::size_t id);
+    int checked_state(int state) const;
+    std::shared_ptr<const PresentationStates> states_for(int state) const;
+    Json states_of(const OpenedImage& image) const;
+    Json number_of_state(const OpenedImage& image) const;
+    std::shared_ptr<ImageSource> source_of(std::size_t id, int frame, int state);
     std::unique_ptr<OpenedImage> open_image(const Json& body, PresentationOptions* used = nullptr);
     std::shared_ptr<ImageSource> source_of(const WebRequest& request);
     std::string free_name(const std::string& start, const std::string& end) const;
@@ -77,5 +87,13 @@ private:
     const std::string m_Token;
     std::vector<std::string> m_Hosts;
     std::vector<ListedImage> m_Images;
+    /// Those of the options, and those among the inputs; their numbers stay.
+    std::vector<PresentationState> m_States;
+    /// By image; empty where it cannot be drawn.
+    std::map<std::size_t, std::string> m_Thumbs;
+    std::size_t m_ThumbBytes = 0;
+    /// The images to make thumbnails of in the background, and how many of them are done.
+    std::vector<std::size_t> m_ToDraw;
+    std::size_t m_Drawn = 0;
     std::deque<Opened> m_Opened;
 };

@@ -106,6 +106,10 @@ TEST_F(Server, HoldsAgainstAbuse) {
     Ask(std::string(100000, '\0'));
     EXPECT_EQ(Ask("GET /" + std::string(100000, 'a') + " HTTP/1.1\r\n\r\n"), 414);
 
+    const std::string second = std::string("timeout 20 " ZEV_PROGRAM " view --no-browser --port ") +
+                               std::to_string(m_Port) + " " + m_Directory / "ct.dcm" + " 2>&1";
+    EXPECT_EQ(std::system(second.c_str()), 1 << 8);
+
     // Connections that say nothing hold nobody up.
     std::vector<int> silent;
     for (int i = 0; i < 100; ++i) {

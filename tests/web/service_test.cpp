@@ -15,6 +15,13 @@ namespace {
 
 constexpr int kPort = 4711;
 
+std::vector<std::uint8_t> in_colour(const Picture& picture) {
+    if (picture.form == Picture::kRgb) return picture.bytes;
+    std::vector<std::uint8_t> bytes;
+    for (const std::uint8_t level : picture.bytes) bytes.insert(bytes.end(), 3, level);
+    return bytes;
+}
+
 class View : public testing::Test {
 protected:
     void SetUp() override { LoadConfiguration(""); }
@@ -42,13 +49,19 @@ protected:
     }
     WebReply Post(const std::string& name, const Json& body) { return Post(name, body.dump()); }
 
+    static Json HeadOf(const std::string& reply, std::size_t* length = nullptr) {
+        std::size_t size = 0;
+        for (unsigned i = 0; i < 4; ++i) size |= std::size_t{static_cast<unsigned char>(reply[i])} << (8 * i);
+        if (length != nullptr) *length = size;
+        return Json::parse(reply.substr(4, size));
+    }
+
     /// What the page makes of the answers: each pixel by its table.
     std::vector<std::uint8_t> Painted(const Json& request) {
         const std::string table = Post("table", request).body;
         const std::string pixels = Get("pixels", {{"id", request["id"].dump()}, {"frame", "0"}}).body;
         std::size_t size = 0;
-        for (unsigned i = 0; i < 4; ++i) size |= std::size_t{static_cast<unsigned char>(table[i])} << (8 * i);
-        const Json head = Json::parse(table.substr(4, size));
+        const Json head = HeadOf(table, &size);
         const auto entries = head["entries"].get<std::size_t>(), tables = head["tables"].get<std::size_t>();
         const char* const colours = table.data() + 4 + size;
         const char* const labels = colours + 4 * entries * tables;
@@ -69,17 +82,29 @@ protected:
         return painted;
     }
 
+    /// What lies on the image, over the picture below it.
+    std::vector<std::uint8_t> Covered(const Json& request, const Picture& below) {
+        const std::string reply = Post("layers", request).body;
+        const Json head = HeadOf(reply);
+        const std::size_t size =
+            reply.size() - 4 * head["width"].get<std::size_t>() * head["height"].get<std::size_t>();
+        std::vector<std::uint8_t> covered = in_colour(below);
+        const char* pixel = reply.data() + size;
+        for (int y = head["y"]; y < head["y"].get<int>() + head["height"].get<int>(); ++y) {
+            for (int x = head["x"]; x < head["x"].get<int>() + head["width"].get<int>(); ++x, pixel += 4) {
+                if (pixel[3] == 0) continue;
+                for (int c = 0; c < 3; ++c)
+                    covered[static_cast<std::size_t>(3 * (y * below.width + x) + c)] =
+                        static_cast<std::uint8_t>(pixel[c]);
+            }
+        }
+        return covered;
+    }
+
     support::TemporaryDirectory m_Directory;
     std::string m_Host = "127.0.0.1:" + std::to_string(kPort);
     std::unique_ptr<ViewService> m_Service;
 };
-
-std::vector<std::uint8_t> in_colour(const Picture& picture) {
-    if (picture.form == Picture::kRgb) return picture.bytes;
-    std::vector<std::uint8_t> bytes;
-    for (const std::uint8_t level : picture.bytes) bytes.insert(bytes.end(), 3, level);
-    return bytes;
-}
 
 /// The page draws what the program draws.
 TEST_F(View, TablesPaintWhatIsRendered) {
@@ -118,6 +143,106 @@ TEST_F(View, TablesPaintWhatIsRendered) {
                 continue;
             }
             EXPECT_EQ(Painted(request), in_colour(DrawFrame(paths[id], drawing, 0).picture));
+        }
+    }
+}
+
+/// The picture before anything was laid on it.
+struct Below : DrawingObserver {
+    void ImageDrawn(const Picture& drawn, const Placement&, RegionView*) override { picture = drawn; }
+    void LayerDrawn(const Canvas&, const Layer&) override {}
+    Picture picture;
+};
+
+TEST_F(View, WhatLiesOnTheImageIsAsRendered) {
+    WriteSamples(m_Directory.Path());
+    WriteSampleState(m_Directory.Path());
+    const std::string ct = m_Directory / "ct.dcm", state = m_Directory / "ct-state.dcm";
+    Serve({state, ct, m_Directory / "mr-overlay.dcm", m_Directory / "us.dcm"});
+    const Json opened = Json::parse(Post("open", Json{{"id", 1}}).body);
+    EXPECT_EQ(opened["states"][0]["label"], "LUNGS");
+    EXPECT_EQ(opened["states"][0]["file"], "ct-state.dcm");
+    EXPECT_EQ(opened["state"], nullptr) << "offered, not applied";
+    EXPECT_EQ(Json::parse(Post("open", Json{{"id", 2}}).body)["states"].size(), 0U) << "another image's";
+    const Json applied = Json::parse(Post("open", Json{{"id", 1}, {"options", {{"state", 0}}}}).body);
+    EXPECT_EQ(applied["state"], 0);
+    EXPECT_EQ(applied["layers"], Json({"shutter", "annotations 'MARKS'", "annotations 'NOTES'"}));
+    EXPECT_EQ(
+        applied["placement"].dump(),
+        R"({"turns":1,"flip":false,"area":[0.0,0.0,512.0,512.0],"mode":"fit","zoom":null,"pixelRatio":1.0})");
+
+    const struct {
+        const char* name;
+        int id;
+        Json options, view;
+        int covered;  ///< parts per thousand of the picture, about
+    } rows[] = {
+        {"a state's own place", 1, {{"state", 0}}, {{"size", "600x400"}}, 670},
+        {"the user's",
+         1,
+         {{"state", 0}},
+         {{"size", "500x300"}, {"zoom", 1.37}, {"pan", {20.5, -7}}, {"rotate", 180}, {"flip", ""}},
+         320},
+        {"with a window",
+         1,
+         {{"state", 0}, {"center", 40}, {"width", 400}, {"invert", true}},
+         {{"size", "512x512"}, {"zoom", 1}, {"pan", {0, 0}}, {"rotate", 270}, {"flip", "h"}},
+         340},
+        {"without the state", 1, Json::object(), {{"size", "512x512"}}, 0},
+        {"overlays", 2, Json::object(), {{"size", "300x300"}, {"zoom", 1}}, 10},
+        {"in colour", 3, Json::object(), {{"size", "300x300"}, {"zoom", 1}}, 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        DrawingOptions drawing;
+        if (row.options.contains("state"))
+            drawing.presentation.states = std::make_shared<PresentationStates>(state);
+        if (row.options.contains("center")) {
+            drawing.presentation.center = 40.0, drawing.presentation.width = 400.0;
+            drawing.presentation.invert = true;
+        }
+        drawing.view.size = row.view["size"].get<std::string>();
+        if (row.view.contains("zoom")) drawing.view.zoom = row.view["zoom"].get<double>();
+        if (row.view.contains("pan")) drawing.view.pan = row.view["pan"].get<std::vector<double>>();
+        if (row.view.contains("rotate")) drawing.view.rotate = row.view["rotate"].get<double>();
+        drawing.view.flip = row.view.value("flip", "");
+        OpenedImage image(std::vector<std::string>{"", ct, m_Directory / "mr-overlay.dcm",
+                                                   m_Directory / "us.dcm"}[static_cast<std::size_t>(row.id)],
+                          drawing.presentation);
+        Below below;
+        const std::vector<std::uint8_t> wanted = in_colour(DrawImage(image, drawing, nullptr, &below));
+        const Json request = {{"id", row.id}, {"options", row.options}, {"view", row.view}};
+        EXPECT_EQ(Covered(request, below.picture), wanted);
+        const Json head = HeadOf(Post("layers", request).body);
+        EXPECT_EQ(row.covered == 0, head["width"] == 0);
+    }
+    EXPECT_EQ(Post("open", Json{{"id", 1}, {"options", {{"state", 1}}}}).status, 404);
+    EXPECT_EQ(Post("layers", Json{{"id", 1}, {"view", {{"size", "99999x99999"}}}}).status, 400);
+}
+
+/// What the pointer shows are the values that explain gives.
+TEST_F(View, PixelValuesAreWhatTheyAreExplainedAs) {
+    const std::vector<std::string> paths = WriteSamples(m_Directory.Path());
+    Serve(paths);
+    for (std::size_t id = 0; id < paths.size(); ++id) {
+        const Json values = Json::parse(Post("open", Json{{"id", id}}).body)["values"];
+        if (values.is_null()) continue;
+        const Json answer = Json::parse(Post("explain", Json{{"id", id}, {"at", {{60, 50}}}}).body);
+        std::map<std::string, double> explained;
+        for (const Json& step : answer["points"][0]["steps"]) {
+            if (!step["value"].is_null()) explained[step["step"].get<std::string>()] = step["value"];
+        }
+        if (!explained.count("modality")) continue;
+        const double pixel = explained.count("pixel") ? explained["pixel"] : explained["stored"];
+        EXPECT_EQ(values["stored"], explained.count("pixel") == 0) << paths[id];
+        for (const Json& value : values["list"]) {
+            const std::string name = value["name"].get<std::string>();
+            const char* const step = name == "modality"        ? "modality"
+                                     : value["units"] == "SUV" ? "suv"
+                                                               : "real-world";
+            EXPECT_NEAR(value["slope"].get<double>() * pixel + value["intercept"].get<double>(),
+                        explained[step], 1e-9 * std::fabs(explained[step]))
+                << paths[id] << " " << name;
         }
     }
 }
@@ -190,10 +315,14 @@ TEST_F(View, BrokenAndForeignFilesAreEntriesOrLeftOut) {
     support::WriteFile(m_Directory / "cut.dcm", support::ReadFile(m_Directory / "ct.dcm").substr(0, 20000));
     Serve({m_Directory / "cut.dcm", m_Directory / "ct-state.dcm", m_Directory / "mr.dcm"});
     std::filesystem::remove(m_Directory / "mr.dcm");
-    const Json images = Json::parse(Get("list").body)["images"];
+    const Json list = Json::parse(Get("list").body), &images = list["images"];
     ASSERT_EQ(images.size(), 2U);
+    EXPECT_EQ(list["read"], 3) << "of 3 files, one a presentation state";
+    EXPECT_EQ(list["thumbs"], 1);
     EXPECT_EQ(Post("open", Json{{"id", images[0]["id"]}}).status, 422);
-    EXPECT_EQ(Get("thumb", {{"id", images[1]["id"].dump()}}).status, 422);
+    EXPECT_EQ(Post("open", Json{{"id", images[1]["id"]}}).status, 422);
+    EXPECT_EQ(Get("thumb", {{"id", images[1]["id"].dump()}}).status, 200) << "made before it vanished";
+    EXPECT_EQ(Get("thumb", {{"id", "9"}}).status, 404);
     EXPECT_EQ(Get("list").status, 200);
 }
 

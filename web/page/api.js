@@ -82,7 +82,7 @@ export function parseTable(buffer) {
     const head = JSON.parse(new TextDecoder().decode(new Uint8Array(buffer, 4, length)));
     const size = head.entries * head.tables * 4;
     const colours = new Uint8Array(buffer, 4 + length, size);
-    return { ...head, colours, labels: head.labels ? new Uint8Array(buffer, 4 + length + size) : null };
+    return { ...head, window: head.windows[0], colours, labels: head.labels ? new Uint8Array(buffer, 4 + length + size) : null };
 }
 
 /**
