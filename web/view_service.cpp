@@ -388,6 +388,7 @@ WebReply ViewService::answer_api(const std::string& name, const WebRequest& requ
         return request.method == method && name == wanted;
     };
     if (is("GET", "list")) return list();
+    if (is("GET", "progress")) return json_reply(progress());
     if (is("GET", "thumb")) return thumb(request);
     if (is("GET", "colormaps")) return colour_maps();
     if (is("GET", "pixels")) return pixels(request);
@@ -471,6 +472,14 @@ std::shared_ptr<ImageSource> ViewService::source_of(const WebRequest& request) {
 
 // ---- Answers
 
+Json ViewService::progress() const {
+    return {{"done", m_Images.size() == m_Inputs.size()},
+            {"found", m_Inputs.size()},
+            {"read", m_Images.size()},
+            {"states", m_States.size()},
+            {"thumbs", m_Drawn}};
+}
+
 WebReply ViewService::list() {
     Json images = Json::array();
     for (const std::size_t id : OrderOf(m_Images)) {
@@ -488,13 +497,10 @@ WebReply ViewService::list() {
                           {"columns", image.columns},
                           {"error", image.error.empty() ? Json(nullptr) : Json(image.error)}});
     }
-    return json_reply({{"done", m_Images.size() == m_Inputs.size()},
-                       {"found", m_Inputs.size()},
-                       {"read", m_Images.size()},
-                       {"states", m_States.size()},
-                       {"thumbs", m_Drawn},
-                       {"canSave", !m_Options.saveFolder.empty()},
-                       {"images", std::move(images)}});
+    Json answer = progress();
+    answer["canSave"] = !m_Options.saveFolder.empty();
+    answer["images"] = std::move(images);
+    return json_reply(answer);
 }
 
 const std::string& ViewService::thumb_of(std::size_t id) {

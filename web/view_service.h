@@ -60,6 +60,7 @@ private:
     };
 
     WebReply answer_api(const std::string& name, const WebRequest& request);
+    Json progress() const;
     WebReply list();
     WebReply thumb(const WebRequest& request);
     WebReply colour_maps();

@@ -2,10 +2,10 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { latest, parseTable, typedPixels } from '../../web/page/api.js';
-import { apply, flipped, imageSize, imageToScreen, inverse, plainView, turned, zoomAbout } from '../../web/page/geometry.js';
+import { apply, flipped, imageSize, imageToScreen, inverse, plainView, programView, turned, zoomAbout } from '../../web/page/geometry.js';
 import { ticks } from '../../web/page/scale.js';
-import { between, contains, isShape, moved } from '../../web/page/shapes.js';
-import { draggedWindow, modalityValue, withWindow } from '../../web/page/view.js';
+import { between, contains, handles, isShape, moved, reshaped, withCorner, withoutCorner } from '../../web/page/shapes.js';
+import { draggedWindow, valueOf, withWindow } from '../../web/page/view.js';
 
 const image = imageSize(100, 60, null), screen = { width: 401, height: 301 };
 
@@ -42,8 +42,25 @@ test('zoom leaves the point in place and has its limits', () => {
 });
 
 test('pixels that are not square', () => {
-    for (const [spacing, x, y] of [[[2, 1], 1, 2], [[1, 2], 2, 1], [[1, 1.0001], 1, 1], [[1, 0], 1, 1], [[0, 1], 1, 1]])
-        assert.deepEqual(imageSize(100, 60, spacing), { width: 100, height: 60, stretchX: x, stretchY: y }, String(spacing));
+    for (const [pixelRatio, x, y] of [[2, 1, 2], [0.5, 2, 1], [0.9999, 1, 1], [0, 1, 1], [NaN, 1, 1]]) {
+        const { stretchX, stretchY } = imageSize(100, 60, { pixelRatio, mode: 'fit' });
+        assert.deepEqual([stretchX, stretchY], [x, y], String(pixelRatio));
+    }
+});
+
+test('an image lies as its presentation state says, and the program is asked for the same place', () => {
+    const state = { turns: 1, flip: true, area: [20, 10, 40, 50], mode: 'fit', zoom: null, pixelRatio: 1 };
+    for (const [name, placement, scale, zoom] of [['fitted', state, 1, 10.025],
+                                                  ['magnified', { ...state, mode: 'magnify', zoom: 2.5 }, 2, 2.5],
+                                                  ['in true size', { ...state, mode: 'true', zoom: 2.5 }, 2, 5]]) {
+        const size = imageSize(100, 60, placement, scale), view = plainView(placement);
+        const m = imageToScreen(view, size, screen), centre = apply(m, 30, 30), asked = programView(view, size, screen);
+        assert.ok(Math.abs(centre.x - 200.5) <= 0.5 && Math.abs(centre.y - 150.5) <= 0.5, name);
+        assert.equal(asked.zoom, zoom, name);
+        assert.deepEqual([asked.rotate, asked.flip, asked.size], [90, 'h', '401x301']);
+        const middle = apply(m, 50, 30);
+        assert.ok(Math.abs(middle.x - 200.5 - asked.pan[0]) < 1e-9 && Math.abs(middle.y - 150.5 - asked.pan[1]) < 1e-9, name);
+    }
 });
 
 test('a window follows the hand and the range', () => {
@@ -54,13 +71,13 @@ test('a window follows the hand and the range', () => {
     assert.deepEqual(withWindow({ preset: 'Lung', gamma: 2, voi: 1 }, { auto: true }), { gamma: 2, auto: true });
 });
 
-test('a value after rescale, unless a Modality LUT gives it', () => {
-    const info = (slope, intercept, low, high) => ({ rescaleSlope: slope, rescaleIntercept: intercept,
-        storedRange: { min: 0, max: 1000 }, modalityRange: { min: low, max: high } });
-    for (const [name, from, value] of [
-        ['rescale', info(1, -1024, -1024, -24), -924], ['falling', info(-1, 0, -1000, 0), -100],
-        ['an intercept between whole numbers', info(1, 0, 0.5, 1000.5), 100], ['a table', info(1, 0, 0, 65535), null]])
-        assert.equal(modalityValue(100, from), value, name);
+test('what a pixel value is', () => {
+    const line = { slope: 2, intercept: -10, first: null, last: null, table: null };
+    for (const [name, value, pixel, expected] of [
+        ['rescale', line, 100, 190], ['in its range', { ...line, first: 0, last: 100 }, 100, 190],
+        ['beyond', { ...line, first: 0, last: 99 }, 100, null], ['a table', { ...line, first: 5, last: 7, table: [1, 2, 4] }, 7, 4],
+        ['a short one', { ...line, first: 5, last: 9, table: [1, 2, 4] }, 9, null]])
+        assert.equal(valueOf(value, pixel), expected, name);
 });
 
 test('shapes', () => {
@@ -75,6 +92,23 @@ test('shapes', () => {
         assert.ok(!isShape(bad), bad);
     assert.equal(between('ellipse', { x: 30, y: 10 }, { x: 10, y: 20 }), 'ellipse:20,15,10,5');
     assert.equal(between('rect', { x: 1, y: 1 }, { x: 1.5, y: 9 }), null);
+});
+
+test('shapes are changed by their handles', () => {
+    assert.deepEqual(handles('ellipse:20,15,10,5'), handles('rect:10,10,30,20'));
+    for (const [name, shape, handle, to, expected] of [
+        ['a corner', 'rect:10,10,30,20', 2, { x: 40, y: 25 }, ['rect:10,10,40,25', 2]],
+        ['another', 'rect:10,10,30,20', 1, { x: 40, y: 5 }, ['rect:10,20,40,5', 2]],
+        ['over the other side', 'ellipse:20,15,10,5', 0, { x: 50, y: 40 }, ['ellipse:40,30,10,10', 2]],
+        ['to nothing', 'rect:10,10,30,20', 2, { x: 10, y: 10 }, ['rect:10,10,30,20', 0]],
+        ['of a polygon', 'polygon:0,0 10,0 0,10', 1, { x: 9, y: 9 }, ['polygon:0,0 9,9 0,10', 1]]]) {
+        const made = reshaped(shape, handle, to);
+        assert.deepEqual([made.shape, made.handle], expected, name);
+    }
+    assert.equal(withCorner('polygon:0,0 10,0 0,10', { x: 5, y: 6 }, 2), 'polygon:0,0 10,0 5,6 0,10');
+    assert.equal(withCorner('polygon:0,0 10,0 0,10', { x: 9, y: 9 }, 2), null, 'too far');
+    assert.equal(withoutCorner('polygon:0,0 10,0 5,6 0,10', 2), 'polygon:0,0 10,0 0,10');
+    assert.equal(withoutCorner('polygon:0,0 10,0 0,10', 2), null, 'too few');
 });
 
 test('ticks stand on round values', () => {
@@ -99,4 +133,7 @@ test('of the calls made meanwhile the newest is carried out', async () => {
     run(4);
     await new Promise((resolve) => setTimeout(resolve, 5));
     assert.deepEqual(done, [1, 3, 4]);
+    const failing = latest(async () => { done.push(0); throw new Error('as wanted'); });
+    await assert.rejects(failing(1));
+    await assert.rejects(failing(1), undefined, 'it runs again after a failure');
 });

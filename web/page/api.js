@@ -2,19 +2,30 @@
 
 /**
  * @typedef {{center?: number, width?: number, auto?: boolean, preset?: string, voi?: number, gamma?: number,
- *            invert?: boolean, colormap?: string, state?: boolean}} Options
+ *            invert?: boolean, colormap?: string, state?: false | number}} Options
  * @typedef {{shape: string, options: Options}} Region
  * @typedef {{id: number, name: string, study: string, series: string, studyText: string, seriesText: string,
  *            modality: string, frames: number, rows: number, columns: number, error: string?}} ListedImage
  * @typedef {{width: number, height: number, bits: number, signed: boolean, colour: boolean}} PixelFormat
- * @typedef {{info: any, presets: {name: string, reason: string?}[], entries: any[],
- *            pixels: PixelFormat}} Opened
+ * @typedef {{turns: number, flip: boolean, area: number[], mode: string, zoom: number?,
+ *            pixelRatio: number}} Placement
+ * @typedef {{name: string, units: string, slope: number, intercept: number, first: number?, last: number?,
+ *            table: number[]?}} PixelValue
+ * @typedef {{info: any, presets: {name: string, reason: string?}[], entries: any[], pixels: PixelFormat,
+ *            states: {id: number, label: string, description: string, created: string, file: string}[],
+ *            state: number?, placement: Placement, layers: string[],
+ *            values: {stored: boolean, list: PixelValue[]}?}} Opened
+ * @typedef {{zoom: number, pan: number[], rotate: number, flip: string, size: string}} ProgramView
  * @typedef {{center: number, width: number, source: string, units: string?,
  *            low: number, high: number}} Window
- * @typedef {{entries: number, first: number, tables: number, labels: Uint8Array?, window: Window,
+ * @typedef {{entries: number, first: number, tables: number, labels: Uint8Array?, windows: Window[],
  *            gamma: number, inverse: boolean, colormap: string?, colours: Uint8Array}} Table
  * @typedef {Uint8Array | Int8Array | Uint16Array | Int16Array} Pixels
  */
+
+/** A message of the program without the folders of the file.
+ * @param {string} text */
+export const withoutFolder = (text) => text.replace(/^(?=[^:]*: )[^:]*\//, '');
 
 /** @param {string} path @param {object=} body */
 async function request(path, body) {
@@ -28,20 +39,23 @@ async function request(path, body) {
     }
     if (answer.ok) return answer;
     const fault = await answer.json().catch(() => ({}));
-    throw new Error(fault.error ?? `The server answered ${answer.status}.`);
+    throw new Error(withoutFolder(fault.error ?? `The server answered ${answer.status}.`));
 }
 
 export const list = async () => (await request('api/list')).json();
+export const progress = async () => (await request('api/progress')).json();
 export const colourMaps = async () => (await (await request('api/colormaps')).json()).maps;
 export const thumbAddress = (/** @type {number} */ id) => `api/thumb?id=${id}`;
 
 /** @param {number} id @param {number} frame @param {Options} options @returns {Promise<Opened>} */
 export const open = async (id, frame, options) => (await request('api/open', { id, frame, options })).json();
 
-/** @param {number} id @param {number} frame @param {boolean=} state false: without presentation states */
-const frameOf = (id, frame, state) => `id=${id}&frame=${frame}&state=${state === false ? 0 : 1}`;
+/** @param {number} id @param {number} frame @param {Options['state']} state */
+const frameOf = (id, frame, state) =>
+    `id=${id}&frame=${frame}${state === undefined ? '' : `&state=${state === false ? 'none' : state}`}`;
 
-/** @param {number} id @param {number} frame @param {boolean=} state @returns {Promise<ArrayBuffer>} */
+/** @param {number} id @param {number} frame @param {Options['state']} state
+ * @returns {Promise<ArrayBuffer>} */
 export const pixels = async (id, frame, state) =>
     (await request(`api/pixels?${frameOf(id, frame, state)}`)).arrayBuffer();
 
@@ -55,7 +69,7 @@ export const explain = async (id, frame, options, regions, x, y) =>
 /**
  * @param {number} id
  * @param {number} frame
- * @param {boolean=} state
+ * @param {Options['state']} state
  * @returns {Promise<{low: number, high: number, bins: number[]}>}
  */
 export const histogram = async (id, frame, state) =>
@@ -76,13 +90,31 @@ export async function table(id, frame, options, regions, labels) {
     return parseTable(await answer.arrayBuffer());
 }
 
+/** The JSON that a binary answer begins with, and where it ends.
+ * @param {ArrayBuffer} buffer */
+function headOf(buffer) {
+    const length = new DataView(buffer).getUint32(0, true);
+    return { head: JSON.parse(new TextDecoder().decode(new Uint8Array(buffer, 4, length))), end: 4 + length };
+}
+
 /** @param {ArrayBuffer} buffer @returns {Table} */
 export function parseTable(buffer) {
-    const length = new DataView(buffer).getUint32(0, true);
-    const head = JSON.parse(new TextDecoder().decode(new Uint8Array(buffer, 4, length)));
-    const size = head.entries * head.tables * 4;
-    const colours = new Uint8Array(buffer, 4 + length, size);
-    return { ...head, window: head.windows[0], colours, labels: head.labels ? new Uint8Array(buffer, 4 + length + size) : null };
+    const { head, end } = headOf(buffer), size = head.entries * head.tables * 4;
+    const colours = new Uint8Array(buffer, end, size);
+    return { ...head, colours, labels: head.labels ? new Uint8Array(buffer, end + size) : null };
+}
+
+/**
+ * What lies on the image: a part of the screen, transparent where there is nothing.
+ * @param {{id: number, frame: number, options: Options, regions: Region[], overlays: boolean,
+ *          view: ProgramView}} what
+ * @returns {Promise<{x: number, y: number, picture: ImageData?}>}
+ */
+export async function layers(what) {
+    const buffer = await (await request('api/layers', what)).arrayBuffer();
+    const { head: { x, y, width, height }, end } = headOf(buffer);
+    const picture = width ? new ImageData(new Uint8ClampedArray(buffer, end), width, height) : null;
+    return { x, y, picture };
 }
 
 /**
@@ -109,7 +141,10 @@ export function latest(task) {
         waiting = [argument];
         if (isRunning) return;
         isRunning = true;
-        for (let next = waiting.pop(); next !== undefined; next = waiting.pop()) await task(next);
-        isRunning = false;
+        try {
+            for (let next = waiting.pop(); next !== undefined; next = waiting.pop()) await task(next);
+        } finally {
+            isRunning = false;
+        }
     };
 }

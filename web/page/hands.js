@@ -1,14 +1,15 @@
 /** Mouse, touch and keys. */
 
-import { apply, flipped, inverse, panned, plainView, turned, zoomAbout } from './geometry.js';
+import { apply, flipped, inverse, panned, turned, zoomAbout } from './geometry.js';
 import { explainPixel } from './panel.js';
 import { removeRegion } from './regions.js';
-import { between, contains, format } from './shapes.js';
+import { between, contains, format, handleAt, handles, withCorner, withoutCorner } from './shapes.js';
 import { draggedWindow, withWindow } from './view.js';
 
 /** @typedef {{x: number, y: number}} Point */
 
 const kZoomStep = 1.25, kDoubleOver = 150, kWheelNotch = 80, kCloseBy = 10, kKeyStep = 10, kKeyPan = 40;
+const kReach = 14, kTouchReach = 24;  // CSS pixels about a handle or an edge
 
 /**
  * What the buttons and keys do.
@@ -43,7 +44,8 @@ export function makePointers(canvas, viewer) {
     /** @type {Point[]} */
     let corners = [];
     let wheel = 0;
-    /** Where the pointer is. @type {Point?} */
+    /** Where the pointer is.
+     * @type {Point?} */
     let pointer = null;
 
     /** @param {MouseEvent} event @returns {Point} in pixels of the device */
@@ -88,10 +90,18 @@ export function makePointers(canvas, viewer) {
         };
         return { move };
     };
-    /** @param {Point} from @returns {Drag} */
-    const selecting = (from) => {
-        const start = inImage(from);
-        const at = viewer.regions.findLastIndex((region) => contains(region.shape, start));
+    /** In pixels of the image. */
+    const reach = (/** @type {boolean} */ isTouch) =>
+        (isTouch ? kTouchReach : kReach) * devicePixelRatio / viewer.zoom;
+    /** @param {Point} from @param {boolean} isTouch @returns {Drag} */
+    const selecting = (from, isTouch) => {
+        const start = inImage(from), selected = viewer.regions[viewer.selected];
+        const handle = selected ? handleAt(selected.shape, start, reach(isTouch)) : -1;
+        if (handle >= 0) {
+            viewer.select(viewer.selected, handle);
+            return { move: (at) => viewer.moveHandle(inImage(at)) };
+        }
+        const at = viewer.regions.map((region) => contains(region.shape, start)).lastIndexOf(true);
         viewer.select(at);
         let last = start;
         return at < 0 ? {} : { move: (point) => {
@@ -99,6 +109,13 @@ export function makePointers(canvas, viewer) {
             if (dx || dy) viewer.moveRegion(at, dx, dy);
             last = { x: last.x + dx, y: last.y + dy };
         } };
+    };
+    /** A corner of the selected polygon goes, or a new one comes. */
+    const changeCorners = (/** @type {Point} */ from) => {
+        const shape = viewer.regions[viewer.selected]?.shape, at = inImage(from);
+        if (!shape) return;
+        const handle = handleAt(shape, at, reach(false));
+        viewer.setShape(handle < 0 ? withCorner(shape, at, reach(false)) : withoutCorner(shape, handle));
     };
     /** @param {Point} from @returns {Drag} */
     const drawing = (from) => {
@@ -132,7 +149,7 @@ export function makePointers(canvas, viewer) {
         if (!viewer.isGrey && viewer.tool !== 'probe') return {};
         switch (viewer.tool) {
             case 'probe': return { up: explain };
-            case 'select': return selecting(at);
+            case 'select': return selecting(at, event.pointerType === 'touch');
             case 'polygon': addCorner(at); return {};
             case 'rect': case 'ellipse': return drawing(at);
             default: return windowing(at);
@@ -172,10 +189,12 @@ export function makePointers(canvas, viewer) {
         hover();
     });
     canvas.addEventListener('contextmenu', (event) => event.preventDefault());
-    canvas.addEventListener('dblclick', () => {
+    canvas.addEventListener('dblclick', (event) => {
         if (viewer.tool === 'polygon') closePolygon();
-        else viewer.setView(plainView());
+        else if (viewer.tool === 'select' && viewer.selected >= 0) changeCorners(pointOf(event));
+        else viewer.resetView();
     });
+    viewer.addEventListener('close', closePolygon);
     canvas.addEventListener('wheel', (event) => {
         event.preventDefault();
         const by = event.deltaY * (event.deltaMode ? 40 : 1);
@@ -189,28 +208,41 @@ export function makePointers(canvas, viewer) {
         viewer.step(Math.sign(wheel));
         wheel = 0;
     }, { passive: false });
-    return { closePolygon };
 }
 
-/**
- * @param {HTMLCanvasElement} canvas @param {import('./view.js').Viewer} viewer
- * @param {Record<string, () => void>} actions @param {{closePolygon: () => void}} pointers
- */
-export function makeKeys(canvas, viewer, actions, pointers) {
+/** @param {import('./view.js').Viewer} viewer the active one @param {Record<string, () => void>} actions */
+export function makeKeys(viewer, actions) {
+    const remove = () => {
+        const shape = viewer.regions[viewer.selected]?.shape;
+        if (shape && viewer.handle >= 0) viewer.setShape(withoutCorner(shape, viewer.handle));
+        else if (shape) removeRegion(viewer, viewer.selected);
+    };
+    /** To the next handle of the selected region, or the one before.
+     * @param {number} by */
+    const turn = (by) => {
+        const shape = viewer.regions[viewer.selected]?.shape, count = shape ? handles(shape).length : 0;
+        if (viewer.tool === 'select' && count)
+            viewer.select(viewer.selected, (Math.max(viewer.handle, by < 0 ? 0 : -1) + by + count) % count);
+    };
+    const leave = () => {
+        if (viewer.handle >= 0) return viewer.select(viewer.selected);
+        viewer.setTool(viewer.tool);
+        viewer.select(-1);
+    };
     /** @type {Record<string, () => void>} */
     const keys = {
         a: actions.auto, i: actions.invert, r: actions.rotate, f: actions.flip, '+': actions.plus,
         '=': actions.plus, '-': actions.minus, 0: actions.reset, '?': actions.help, ' ': actions.play,
-        w: actions.window, p: actions.probe, s: actions.select,
-        Delete: () => { if (viewer.selected >= 0) removeRegion(viewer, viewer.selected); },
-        Escape: () => { viewer.setTool(viewer.tool); viewer.select(-1); },
+        w: actions.window, p: actions.probe, s: actions.select, g: actions.panes, l: actions.link,
+        ']': () => turn(1), '[': () => turn(-1), Delete: remove, Escape: leave,
     };
     const arrows = /** @type {Record<string, number[]>} */ ({
         ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] });
 
     /** @param {KeyboardEvent} event @param {number} dx @param {number} dy */
     const arrow = (event, dx, dy) => {
-        const isOnImage = document.activeElement === canvas, { target, view, zoom, size } = viewer;
+        const isOnImage = document.activeElement?.matches('canvas.image');
+        const { target, view, zoom, size } = viewer;
         if (event.shiftKey) {
             if (target) viewer.setWindow(draggedWindow(target, dx * kKeyStep, dy * kKeyStep, viewer.range));
         } else if (event.ctrlKey) {
@@ -220,7 +252,9 @@ export function makeKeys(canvas, viewer, actions, pointers) {
             viewer.setHover({ x: Math.max(0, Math.min(size.width - 1, from.x + dx)),
                               y: Math.max(0, Math.min(size.height - 1, from.y + dy)) });
         } else if (isOnImage && viewer.tool === 'select' && viewer.regions[viewer.selected]) {
-            viewer.moveRegion(viewer.selected, dx, dy);
+            const corner = handles(viewer.regions[viewer.selected].shape)[viewer.handle];
+            if (corner) viewer.moveHandle({ x: corner.x + dx, y: corner.y + dy });
+            else viewer.moveRegion(viewer.selected, dx, dy);
         } else if (dx) {
             viewer.step(dx);
         } else {
@@ -231,7 +265,7 @@ export function makeKeys(canvas, viewer, actions, pointers) {
     const enter = () => {
         const { width, height } = viewer.size, { tool, hover } = viewer;
         if (tool === 'probe' && hover) explainPixel(viewer, hover.x, hover.y);
-        else if (tool === 'polygon') pointers.closePolygon();
+        else if (tool === 'polygon') viewer.say('close');
         if (tool !== 'rect' && tool !== 'ellipse') return;
         /** @param {number} of */
         const part = (of) => ({ x: Math.round(width * of), y: Math.round(height * of) });
@@ -244,14 +278,14 @@ export function makeKeys(canvas, viewer, actions, pointers) {
         const key = event.key.length === 1 ? event.key.toLowerCase() : event.key;
         if (event.altKey || event.metaKey || document.querySelector('dialog[open]')) return;
         if (target.matches('select, input:not([type=checkbox])')) return;
-        const isElsewhere = target !== document.body && target !== canvas;
+        const isImage = target.matches('canvas.image'), isElsewhere = target !== document.body && !isImage;
         const direction = arrows[key];
         if (direction) {
             if (isElsewhere && target.closest('#panel')) return;
             arrow(event, direction[0], direction[1]);
         } else if (event.ctrlKey) {
             return;
-        } else if (key === 'Enter' && target === canvas) {
+        } else if (key === 'Enter' && isImage) {
             enter();
         } else if (key >= '1' && key <= '9' && key.length === 1) {
             const preset = viewer.opened?.presets[Number(key) - 1];

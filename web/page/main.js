@@ -2,80 +2,44 @@
 
 import * as api from './api.js';
 import { byId, onceAFrame } from './dom.js';
-import { makeDrawer } from './draw.js';
-import { actionsOf, makeKeys, makePointers } from './hands.js';
-import { fillMaps, makePanel, makeSaving, windowText } from './panel.js';
+import { actionsOf, makeKeys } from './hands.js';
+import { fillMaps, makePanel, makeSaving } from './panel.js';
+import { Panes } from './panes.js';
 import { makeRegions } from './regions.js';
-import { makeColourBar, makeHistogram } from './scale.js';
+import { makeHistogram } from './scale.js';
 import { makeStrip } from './strip.js';
-import { modalityValue, shown, Viewer } from './view.js';
+import { shown, valueOf } from './view.js';
 
 const kTools = ['window', 'probe', 'select', 'rect', 'ellipse', 'polygon'];
+const kCounts = [1, 2, 4];
 const kNarrow = 900;  // CSS pixels, as in view.css
 const kListEvery = 500;  // ms between questions for images that are still being found
 
-const viewer = new Viewer(), stage = byId('stage'), canvas = byId('image');
-let drawer = makeDrawer(canvas);
-const draw = onceAFrame(() => drawer.draw(viewer.toScreen));
-
-const drawImage = () => {
-    const { opened, pixels, table } = viewer;
-    if (opened && pixels && Math.max(opened.pixels.width, opened.pixels.height) <= drawer.maxSide) {
-        drawer.setPixels(pixels, opened.pixels);
-        if (table) drawer.setTable(table, opened.pixels);
-    } else {
-        drawer.clear();
-        if (opened) viewer.fault = `More than ${drawer.maxSide} pixels a side cannot be drawn here.`;
-    }
-    draw();
-};
-
-/** The table that the drawer has. @type {api.Table?} */
-let drawn = null;
-const drawTable = () => {
-    if (viewer.table === drawn || !viewer.table || !viewer.opened) return;
-    drawn = viewer.table;
-    drawer.setTable(drawn, viewer.opened.pixels);
-    draw();
-};
+const panes = new Panes(byId('stage')), viewer = panes.current;
 
 const write = onceAFrame(() => {
-    const { image, frame, places, opened, pixels, size, hover } = viewer;
-    const { window, units, selected, target, zoom } = viewer;
-    const at = places.findIndex((place) => place.image === image && place.frame === frame) + 1;
-    const place = `${image && image.frames > 1 ? 'Frame' : 'Image'} ${at} of ${places.length}`;
-    const { presentationState: state } = opened?.info ?? {};
-    const file = image?.name.split('/').pop() ?? '';
-    const kind = [image?.modality, image?.seriesText].filter(Boolean).join('  ');
-    const stateText = state ? `Presentation state ${state.label ?? ''}` : '';
-    byId('name').textContent = [kind, file, stateText].filter(Boolean).join('\n');
-    byId('place').textContent = opened ? `${place}\n${size.width} \u00d7 ${size.height}` : '';
-    const { preset, auto } = viewer.regions[selected]?.options ?? {};
-    const regionText = preset ?? (auto ? 'automatic' : target && windowText(target));
-    const ofRegion = selected >= 0 ? `Region ${selected + 1}: ${regionText}\n` : '';
-    byId('numbers').textContent = window ? `${ofRegion}C ${shown(window.center)}  W ${shown(window.width)}`
-        : opened ? 'In colour, without a window' : '';
-    byId('described').textContent = image ? `${image.name}. ${place}.` : 'No image';
-    byId('fault').textContent = viewer.fault;
+    const { image, opened, pixels, hover, zoom } = viewer, file = image?.name.split('/').pop();
     document.title = file ? `${file} - zev view` : 'zev view';
-
     const cell = (/** @type {string} */ name, /** @type {string} */ text) => {
         /** @type {HTMLElement} */ (document.querySelector(`#status .${name}`)).textContent = text;
     };
-    let stored = '', modality = '';
+    let stored = '', modality = '', others = '';
     if (hover && opened && pixels) {
-        const { width, colour } = opened.pixels, index = hover.y * width + hover.x;
-        if (colour) {
-            stored = `RGB ${pixels.subarray(3 * index, 3 * index + 3).join(' ')}`;
-        } else {
-            stored = `stored ${shown(pixels[index])}`;
-            const value = modalityValue(pixels[index], opened.info);
-            modality = value === null ? '' : `${shown(value)} ${units}`;
-        }
+        const { width, colour } = opened.pixels, index = hover.y * width + hover.x, pixel = pixels[index];
+        const { list, stored: isStored } = opened.values ?? { list: [], stored: true };
+        stored = colour ? `RGB ${pixels.subarray(3 * index, 3 * index + 3).join(' ')}`
+            : `${isStored ? 'stored' : 'pixel'} ${shown(pixel)}`;
+        const texts = list.map((value, i) => {
+            const number = valueOf(value, pixel), name = i && value.name !== value.units ? value.name : '';
+            return number === null ? '' : [shown(number), value.units, name].filter(Boolean).join(' ');
+        });
+        modality = texts[0] ?? '';
+        others = texts.slice(1).filter(Boolean).join('    ');
     }
     cell('at', hover ? `x ${hover.x}  y ${hover.y}` : '');
     cell('stored', stored);
     cell('modality', modality);
+    cell('others', others);
     cell('zoom', opened ? `${Math.round(zoom * 100)} %` : '');
 });
 
@@ -99,31 +63,38 @@ const play = () => {
 byId('rate').addEventListener('change', () => { if (playing) { stop(); play(); } });
 
 /**
- * Opens or closes the images or the settings; on a narrow page one of them at a time.
+ * Opens or closes the images, the settings or the further tools; on a narrow page one of them at a time.
  * @param {string} name
  * @param {boolean} isOpen
  */
 const show = (name, isOpen) => {
     document.body.dataset[name] = isOpen ? 'open' : 'closed';
     document.querySelector(`#tools [data-do="${name}"]`)?.setAttribute('aria-expanded', String(isOpen));
-    if (isOpen && innerWidth <= kNarrow) show(name === 'strip' ? 'panel' : 'strip', false);
+    if (isOpen && innerWidth <= kNarrow)
+        for (const other of ['strip', 'panel', 'more']) if (other !== name) show(other, false);
 };
 const toggle = (/** @type {string} */ name) => () => show(name, document.body.dataset[name] === 'closed');
 for (const name of ['strip', 'panel']) show(name, innerWidth > kNarrow);
+show('more', false);
 
 /** @type {Record<string, () => void>} */
 const actions = {
     ...actionsOf(viewer), play, help: () => byId('help').showModal(),
-    strip: toggle('strip'), panel: toggle('panel'),
+    strip: toggle('strip'), panel: toggle('panel'), more: toggle('more'),
+    link: () => panes.setLinked(!panes.isLinked),
+    panes: () => panes.setCount(kCounts[(kCounts.indexOf(panes.count) + 1) % kCounts.length]),
 };
 for (const tool of kTools) actions[tool] = () => viewer.setTool(tool);
+for (const count of kCounts) actions[`panes-${count}`] = () => panes.setCount(count);
 for (const button of document.querySelectorAll('[data-do]'))
     button.addEventListener('click', () => actions[/** @type {HTMLElement} */ (button).dataset.do ?? '']());
 
 const mark = () => {
     for (const tool of kTools) press(tool, tool === viewer.tool);
+    for (const count of kCounts) press(`panes-${count}`, count === panes.count);
+    press('link', panes.isLinked);
     press('invert', Boolean(viewer.options.invert));
-    canvas.dataset.tool = viewer.tool;
+    byId('tools').querySelector('[data-do=link]').disabled = panes.count < 2;
     const isStill = viewer.places.length < 2;
     for (const field of document.querySelectorAll('#cine button, #cine input'))
         /** @type {HTMLInputElement} */ (field).disabled = isStill;
@@ -131,54 +102,42 @@ const mark = () => {
 
 /** @type {{uid: string, name: string, colours: number[]}[]} */
 const maps = [];
-viewer.addEventListener('image', drawImage);
-viewer.addEventListener('window', drawTable);
-for (const what of ['view', 'size']) viewer.addEventListener(what, draw);
-for (const what of ['image', 'window', 'view', 'regions', 'hover', 'size'])
-    viewer.addEventListener(what, write);
-for (const what of ['image', 'window', 'tool']) viewer.addEventListener(what, mark);
-viewer.addEventListener('loading', () => { stage.ariaBusy = 'true'; });
-viewer.addEventListener('image', () => {
-    stage.ariaBusy = 'false';
-    byId('probe').hidden = true;
-});
-canvas.addEventListener('webglcontextlost', (/** @type {Event} */ event) => event.preventDefault());
-canvas.addEventListener('webglcontextrestored', () => {
-    drawer = makeDrawer(canvas);
-    drawImage();
-});
-makeStrip(byId('strip'), viewer);
+for (const what of ['image', 'view', 'hover', 'size']) panes.addEventListener(what, write);
+for (const what of ['image', 'window', 'tool', 'panes']) panes.addEventListener(what, mark);
+panes.addEventListener('image', () => { byId('probe').hidden = true; });
+const progress = makeStrip(byId('strip'), viewer);
 makePanel(viewer);
 makeRegions(viewer, maps);
-makeColourBar(byId('bar'), viewer);
 makeHistogram(viewer);
-makeKeys(canvas, viewer, actions, makePointers(canvas, viewer));
-mark();
-
-new ResizeObserver(([entry]) => {
-    const box = entry.devicePixelContentBoxSize?.[0];
-    canvas.width = box?.inlineSize ?? Math.round(stage.clientWidth * devicePixelRatio);
-    canvas.height = box?.blockSize ?? Math.round(stage.clientHeight * devicePixelRatio);
-    viewer.screen = { width: canvas.width, height: canvas.height };
-    drawer.draw(viewer.toScreen);
-    viewer.say('size');
-}).observe(canvas, { box: 'device-pixel-content-box' });
+makeKeys(viewer, actions);
+viewer.setTool(viewer.tool);
 
 const fail = (/** @type {Error} */ error) => {
     viewer.fault = error.message;
-    write();
+    viewer.say('fault');
 };
+const rest = () => new Promise((resolve) => setTimeout(resolve, kListEvery));
 
 async function findImages() {
     for (let isDone = false, found = -1; !isDone;) {
-        const { done, images, canSave } = await api.list();
-        if (images.length !== found) viewer.setImages(images);
+        const { done, images, canSave, found: all, read, states } = await api.list();
+        if (images.length !== found) panes.setImages(images);
         if (canSave && byId('saving').hidden) makeSaving(viewer);
+        progress('Reading', read, all);
         found = images.length;
         isDone = done;
-        if (!done) await new Promise((resolve) => setTimeout(resolve, kListEvery));
+        if (!done) await rest();
+        // The image may have been opened before its presentation states were found.
+        else if (states && viewer.image) panes.reload();
     }
-    if (!viewer.images.length) fail(new Error('There is no image here.'));
+    const { images } = panes.shared;
+    if (!images.length) throw new Error('There is no image here.');
+    const all = images.filter((image) => !image.error).length;
+    for (let thumbs = 0; thumbs < all;) {
+        ({ thumbs } = await api.progress());
+        progress('Thumbnails', thumbs, all);
+        if (thumbs < all) await rest();
+    }
 }
 
 findImages().catch(fail);

@@ -5,7 +5,7 @@
 
 import * as api from './api.js';
 import { byId, element, onceAFrame } from './dom.js';
-import { shown } from './view.js';
+import { windowText } from './pane.js';
 
 const kSpokenAfter = 600;  // ms of rest before a screen reader hears the window
 const kSources = /** @type {Record<string, string>} */ ({
@@ -14,24 +14,35 @@ const kSources = /** @type {Record<string, string>} */ ({
     'presentation-state': 'presentation state', saved: 'saved parameters',
 });
 
-/** @param {{center: number, width: number}} window */
-export const windowText = ({ center, width }) => `${shown(center)} / ${shown(width)}`;
-
 /** @param {import('./view.js').Viewer} viewer */
 export function makePanel(viewer) {
-    const center = byId('center'), width = byId('width'), gamma = byId('gamma');
+    const center = byId('center'), width = byId('width');
+    const gamma = byId('gamma'), gammaNumber = byId('gamma-number'), state = byId('state');
     let spoken = 0;
 
+    /** Not while it is being typed in.
+     * @param {HTMLInputElement} field @param {number | string} value */
+    const put = (field, value) => { if (field !== document.activeElement) field.value = String(value); };
     const typed = () => {
         const window = { center: Number(center.value), width: Number(width.value) };
-        if (center.value === '' || !(window.width > 0)) return refresh();
+        if (center.value === '' || !(window.width > 0)) {
+            Object.assign(center, { value: viewer.window?.center });
+            Object.assign(width, { value: viewer.window?.width });
+            return;
+        }
         viewer.select(-1);
         viewer.setWindow(window);
     };
     center.onchange = width.onchange = typed;
     gamma.oninput = () => viewer.setOption('gamma', Number((10 ** gamma.value).toFixed(2)));
-    const state = byId('state');
-    state.firstChild.onchange = () => viewer.setState(state.firstChild.checked);
+    gammaNumber.onchange = () => {
+        const value = Number(gammaNumber.value);
+        if (value > 0) viewer.setOption('gamma', value);
+        else gammaNumber.value = viewer.table?.gamma;
+    };
+    for (const field of [center, width, gammaNumber]) field.addEventListener('blur', () => refresh());
+    state.onchange = () => viewer.setState(state.value === '' ? false : Number(state.value));
+    byId('overlays').onchange = () => viewer.setOverlays(byId('overlays').checked);
     byId('invert').onchange = () => viewer.setOption('invert', viewer.options.invert ? undefined : true);
 
     /** @param {HTMLElement} where @param {HTMLElement[]} children @param {string} none */
@@ -48,9 +59,17 @@ export function makePanel(viewer) {
         const notes = opened?.info.notes ?? [];
         byId('notes-section').hidden = !notes.length;
         byId('notes').replaceChildren(...notes.map(({ text }) => element('li', {}, text)));
+        const states = opened?.states ?? [];
+        byId('state-label').hidden = !states.length;
+        byId('overlays-label').hidden = !opened?.layers.length;
+        byId('on-it').hidden = !states.length && !opened?.layers.length;
+        state.replaceChildren(element('option', { value: '' }, 'None'), ...states.map((one) => {
+            const day = one.created.replace(/^(\d{4})(\d\d)(\d\d).*$/, '$1-$2-$3');
+            const text = [one.label || one.file, one.description, day].filter(Boolean).join(', ');
+            return element('option', { value: one.id }, text);
+        }));
+        state.value = opened?.state ?? '';
         if (!opened || !grey) return;
-        state.hidden = !opened.info.presentationState && viewer.options.state !== false;
-        state.firstChild.checked = viewer.options.state !== false;
         const unit = viewer.units ? `(${viewer.units})` : '';
         for (const label of document.querySelectorAll('.unit')) label.textContent = unit;
         byId('own').replaceChildren('Reset to the window of the image',
@@ -83,14 +102,14 @@ export function makePanel(viewer) {
         const { window, table, options } = viewer;
         if (!window || !table || !viewer.opened) return;
         const digits = viewer.range >= 100 ? 1 : 4;
-        center.value = Number(window.center.toFixed(digits));
-        width.value = Number(window.width.toFixed(digits));
+        put(center, Number(window.center.toFixed(digits)));
+        put(width, Number(window.width.toFixed(digits)));
         center.step = width.step = viewer.range >= 100 ? '1' : 'any';
-        const { source } = table.window;
-        byId('source').textContent = `From: ${options.preset ?? kSources[source] ?? source}`;
-        gamma.value = Math.log10(table.gamma);
-        byId('gamma-value').textContent = table.gamma.toFixed(2);
-        gamma.ariaValueText = table.gamma.toFixed(2);
+        const { source } = table.windows[0], from = options.preset ?? kSources[source] ?? source;
+        byId('source').textContent = `From: ${from}${viewer.isKept ? ', kept for this series' : ''}`;
+        put(gamma, Math.log10(table.gamma));
+        put(gammaNumber, Number(table.gamma.toPrecision(6)));
+        gamma.ariaValueText = gammaNumber.value;
         byId('invert').checked = Boolean(options.invert);
         const region = viewer.regions[viewer.selected]?.options ?? options;
         for (const button of document.querySelectorAll('#presets button, #entries button')) {
@@ -106,6 +125,7 @@ export function makePanel(viewer) {
         spoken = setTimeout(() => { byId('spoken').textContent = text; }, kSpokenAfter);
     });
     viewer.addEventListener('image', () => { rebuild(); refresh(); });
+    viewer.addEventListener('overlays', () => { byId('overlays').checked = viewer.overlays; });
     for (const what of ['window', 'regions']) viewer.addEventListener(what, refresh);
 }
 
@@ -160,13 +180,11 @@ export async function explainPixel(viewer, x, y) {
 export function makeSaving(viewer) {
     byId('saving').hidden = false;
     const save = async (/** @type {string} */ kind) => {
-        const { image, frame, options, regions, screen, zoom } = viewer, said = byId('saved');
-        const { panX, panY, turns, flip } = viewer.view;
+        const { image, frame, options, regions, overlays, programView: view } = viewer;
+        const said = byId('saved');
         if (!image || !viewer.opened) return;
-        const view = { zoom, pan: [panX, panY], rotate: turns * 90, flip: flip ? 'h' : '',
-                       size: `${screen.width}x${screen.height}` };
         try {
-            const name = await api.save({ kind, id: image.id, frame, options, regions, view });
+            const name = await api.save({ kind, id: image.id, frame, options, regions, overlays, view });
             said.textContent = `Saved as ${name}`;
         } catch (error) {
             said.textContent = `Not saved: ${/** @type {Error} */ (error).message}`;

@@ -2,16 +2,17 @@
 
 import { byId, element, onceAFrame } from './dom.js';
 import { apply } from './geometry.js';
-import { isShape, outline, parse } from './shapes.js';
+import { handles, isShape, outline, parse } from './shapes.js';
 import { withWindow } from './view.js';
 
 /** @type {Record<string, string>} */
 const kKinds = { rect: 'Rectangle', ellipse: 'Ellipse', polygon: 'Polygon' };
 
-/** @param {import('./view.js').Viewer} viewer @param {{uid: string, name: string}[]} maps filled in later */
-export function makeRegions(viewer, maps) {
-    const marks = byId('marks'), list = byId('regions');
+const kHandle = 8;  // CSS pixels a side
 
+/** The outlines, the handles of the selected region and the cross of the probe.
+ * @param {SVGElement} marks @param {import('./view.js').Viewer} viewer */
+export function makeMarks(marks, viewer) {
     const svg = (/** @type {string} */ tag, /** @type {Record<string, string | number>} */ attributes) => {
         const made = document.createElementNS('http://www.w3.org/2000/svg', tag);
         for (const [name, value] of Object.entries(attributes)) made.setAttribute(name, String(value));
@@ -30,9 +31,15 @@ export function makeRegions(viewer, maps) {
             const under = svg('polygon', { points, class: 'under' });
             return [under, svg('polygon', { points, class: kind }), text];
         };
-        const { regions, selected, hover } = viewer;
+        const { regions, selected, hover, handle } = viewer;
         const parts = regions.flatMap(({ shape }, i) =>
             mark(shape, i === selected ? 'selected' : '', String(i + 1)));
+        const points = viewer.tool === 'select' && regions[selected] ? handles(regions[selected].shape) : [];
+        points.forEach((p, i) => {
+            const at = apply(toScreen, p.x, p.y), half = kHandle / 2;
+            const box = { x: at.x / scale - half, y: at.y / scale - half, width: kHandle, height: kHandle };
+            parts.push(svg('rect', { ...box, class: i === handle ? 'handle chosen' : 'handle' }));
+        });
         if (viewer.draft) parts.push(...mark(viewer.draft, 'draft', ''));
         if (hover && viewer.tool === 'probe') {
             const at = apply(toScreen, hover.x + 0.5, hover.y + 0.5), x = at.x / scale, y = at.y / scale;
@@ -41,6 +48,14 @@ export function makeRegions(viewer, maps) {
         }
         marks.replaceChildren(...parts);
     });
+    for (const what of ['image', 'view', 'regions', 'size', 'hover', 'tool'])
+        viewer.addEventListener(what, drawMarks);
+}
+
+/** The list.
+ * @param {import('./view.js').Viewer} viewer @param {{uid: string, name: string}[]} maps filled in later */
+export function makeRegions(viewer, maps) {
+    const list = byId('regions');
 
     /**
      * @param {string} key
@@ -68,7 +83,7 @@ export function makeRegions(viewer, maps) {
         const set = (options) => viewer.setRegion(at, { ...region, options });
         /** @param {number | undefined} value */
         const number = (value) => element('input', { type: 'number', step: 'any', value: value ?? '' });
-        const own = viewer.target ?? { center: 0, width: 1 };
+        const { center = 0, width = 1 } = viewer.target ?? {}, own = { center, width };
         const usable = (viewer.opened?.presets ?? []).filter((preset) => !preset.reason);
         const presets = [['', 'None'], ...usable.map(({ name }) => [name, name])];
         const shape = element('input', { type: 'text', value: region.shape, spellcheck: false });
@@ -127,8 +142,6 @@ export function makeRegions(viewer, maps) {
         list.replaceChildren(...rows.reverse());
         if (focus) list.querySelector(`[data-key="${focus}"]`)?.focus();
     });
-    for (const what of ['image', 'view', 'regions', 'size', 'hover', 'tool'])
-        viewer.addEventListener(what, drawMarks);
     for (const what of ['image', 'regions']) viewer.addEventListener(what, fill);
 }
 

@@ -2,7 +2,7 @@
 
 import { histogram, latest } from './api.js';
 import { byId, draggable, fitted, onceAFrame } from './dom.js';
-import { modalityValue, shown } from './view.js';
+import { shown } from './view.js';
 
 /** @type {Record<string, number>} */
 const kKeys = { ArrowLeft: -1, ArrowDown: -1, ArrowRight: 1, ArrowUp: 1, PageDown: -10, PageUp: 10 };
@@ -30,11 +30,11 @@ export function makeColourBar(bar, viewer) {
         const font = parseFloat(getComputedStyle(bar).fontSize) * 0.86;
         const width = font, margin = font;
         const height = bar.clientHeight - 2 * margin, left = bar.clientWidth - width;
-        const { low, high } = table.window, { rescaleSlope, rescaleIntercept } = opened.info;
-        if (modalityValue(0, opened.info) === null) return;
+        const { low, high } = table.windows[0], rescale = opened.values?.list[0];
+        if (!rescale?.slope) return;
         for (let y = 0; y < height; ++y) {
             const value = high - (y + 0.5) / height * (high - low);
-            const index = Math.round((value - rescaleIntercept) / rescaleSlope) - table.first;
+            const index = Math.round((value - rescale.intercept) / rescale.slope) - table.first;
             const at = 4 * Math.max(0, Math.min(table.entries - 1, index));
             context.fillStyle = `rgb(${table.colours[at]} ${table.colours[at + 1]} ${table.colours[at + 2]})`;
             context.fillRect(left, margin + y, width, Math.min(1.5, height - y));
@@ -71,8 +71,8 @@ export function makeHistogram(viewer) {
     let data = null;
     let of = '';
     const ask = latest(async (/** @type {string} */ key) => {
-        const [id, frame, state] = key.split(' ').map(Number);
-        const found = await histogram(id, frame, state > 0).catch(() => null);
+        const { image, frame, options } = viewer;
+        const found = image && await histogram(image.id, frame, options.state).catch(() => null);
         if (key === of) { data = found; draw(); }
     });
 
@@ -133,8 +133,7 @@ export function makeHistogram(viewer) {
         });
     });
     viewer.addEventListener('image', () => {
-        const state = viewer.options.state === false ? 0 : 1;
-        const key = viewer.isGrey ? `${viewer.image?.id} ${viewer.frame} ${state}` : '';
+        const key = viewer.isGrey ? `${viewer.image?.id} ${viewer.frame} ${viewer.options.state}` : '';
         if (key !== of) {
             of = key;
             data = null;

@@ -56,11 +56,67 @@ export function contains(text, at) {
     }, false);
 }
 
-/** The corners to draw. @param {string} text @returns {Point[]} */
+/** The corners to draw.
+ * @param {string} text @returns {Point[]} */
 export function outline(text) {
     const { kind, points: p } = parse(text);
     if (kind === 'rect') return [p[0], { x: p[1].x, y: p[0].y }, p[1], { x: p[0].x, y: p[1].y }];
     if (kind !== 'ellipse') return p;
     return Array.from({ length: 72 }, (_, i) => ({ x: p[0].x + p[1].x * Math.cos(i * Math.PI / 36),
                                                    y: p[0].y + p[1].y * Math.sin(i * Math.PI / 36) }));
+}
+
+/** The points by which a shape is changed: the corners of its box clockwise, or its own.
+ * @param {string} text @returns {Point[]} */
+export function handles(text) {
+    const { kind, points: p } = parse(text);
+    if (kind === 'polygon') return p;
+    const [a, b] = kind === 'rect' ? p
+        : [{ x: p[0].x - p[1].x, y: p[0].y - p[1].y }, { x: p[0].x + p[1].x, y: p[0].y + p[1].y }];
+    return [a, { x: b.x, y: a.y }, b, { x: a.x, y: b.y }];
+}
+
+/** The handle nearest to a point, if it is not farther away; else -1.
+ * @param {string} text @param {Point} at @param {number} most */
+export function handleAt(text, at, most) {
+    let best = -1, least = most;
+    handles(text).forEach((p, i) => {
+        const distance = Math.hypot(p.x - at.x, p.y - at.y);
+        if (distance <= least) [best, least] = [i, distance];
+    });
+    return best;
+}
+
+/** The shape with a handle elsewhere, and which one that is then: a box may turn over.
+ * @param {string} text @param {number} handle @param {Point} to */
+export function reshaped(text, handle, to) {
+    const { kind, points } = parse(text);
+    if (kind === 'polygon')
+        return { shape: format(kind, points.map((p, i) => (i === handle ? to : p))), handle };
+    const shape = between(kind, handles(text)[(handle + 2) % 4], to) ?? text;
+    return { shape, handle: handleAt(shape, to, Infinity) };
+}
+
+/** A polygon with another corner on its edge nearest to a point, if that is not farther away; else null.
+ * @param {string} text @param {Point} at @param {number} most */
+export function withCorner(text, at, most) {
+    const { kind, points } = parse(text);
+    let best = -1, least = most;
+    points.forEach((p, i) => {
+        const q = points[(i + 1) % points.length], dx = q.x - p.x, dy = q.y - p.y;
+        const along = ((at.x - p.x) * dx + (at.y - p.y) * dy) / (dx * dx + dy * dy || 1);
+        const t = Math.max(0, Math.min(1, along));
+        const distance = Math.hypot(p.x + t * dx - at.x, p.y + t * dy - at.y);
+        if (distance <= least) [best, least] = [i, distance];
+    });
+    if (kind !== 'polygon' || best < 0) return null;
+    return format(kind, [...points.slice(0, best + 1), at, ...points.slice(best + 1)]);
+}
+
+/** A polygon without one of its corners; null where it would have no area.
+ * @param {string} text @param {number} i */
+export function withoutCorner(text, i) {
+    const { kind, points } = parse(text);
+    if (kind !== 'polygon' || !points[i] || points.length < 4) return null;
+    return format(kind, points.filter((_, at) => at !== i));
 }

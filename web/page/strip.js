@@ -2,13 +2,20 @@
  * The strip of images: thumbnails in groups of a series. The tab key stops at the image that is shown only.
  */
 
-import { open, thumbAddress } from './api.js';
+import { open, thumbAddress, withoutFolder } from './api.js';
 import { element } from './dom.js';
+
+/** What a dragged thumbnail carries: the number of its image. */
+export const kDragType = 'application/x-zev-image';
 
 /** @param {HTMLElement} strip @param {import('./view.js').Viewer} viewer */
 export function makeStrip(strip, viewer) {
     /** @type {Map<number, HTMLButtonElement>} */
     const buttons = new Map();
+    const images = element('div'), bar = element('div', { className: 'fill' });
+    const text = element('span'), look = { role: 'progressbar', ariaValueMin: '0', hidden: true };
+    const progress = element('div', { className: 'progress', ...look, ariaLabel: 'Progress' }, bar, text);
+    strip.append(progress, images);
 
     /** @param {import('./api.js').ListedImage} image */
     const buttonOf = (image) => {
@@ -18,8 +25,7 @@ export function makeStrip(strip, viewer) {
         const button = element('button', { type: 'button', title: image.name, tabIndex: -1 });
         const refuse = (/** @type {string} */ reason) => {
             button.classList.add('broken');
-            // The path is known from the name.
-            button.replaceChildren(element('b', {}, name), reason.replace(/^\/.*?: /, ''));
+            button.replaceChildren(element('b', {}, name), withoutFolder(reason).replace(`${name}: `, ''));
         };
         if (image.error) {
             refuse(image.error);
@@ -34,6 +40,9 @@ export function makeStrip(strip, viewer) {
                     element('span', {}, name), element('span', {}, frames)));
         }
         button.onclick = () => viewer.show(image, 0);
+        button.draggable = true;
+        button.ondragstart = (/** @type {DragEvent} */ event) =>
+            event.dataTransfer?.setData(kDragType, String(image.id));
         buttons.set(image.id, button);
         return button;
     };
@@ -53,7 +62,7 @@ export function makeStrip(strip, viewer) {
         }
         if (!parts.length) parts.push(element('p', { className: 'quiet' }, 'No image yet'));
         const focus = /** @type {HTMLElement?} */ (strip.querySelector(':focus'));
-        strip.replaceChildren(...parts);
+        images.replaceChildren(...parts);
         focus?.focus();
         mark();
     };
@@ -79,4 +88,12 @@ export function makeStrip(strip, viewer) {
         mark();
         if (viewer.image) buttons.get(viewer.image.id)?.scrollIntoView({ block: 'nearest' });
     });
+    /** How far the program is.
+     * @param {string} what @param {number} done @param {number} all */
+    return (what, done, all) => {
+        progress.hidden = done >= all;
+        text.textContent = `${what} ${done} of ${all}`;
+        bar.style.width = `${100 * done / Math.max(1, all)}%`;
+        Object.assign(progress, { ariaValueNow: done, ariaValueMax: all, ariaValueText: text.textContent });
+    };
 }

@@ -1,8 +1,8 @@
 /** What is shown and how: the one state of the page. Says by events what has changed. */
 
 import * as api from './api.js';
-import { imageSize, imageToScreen, plainView, zoomOf } from './geometry.js';
-import { moved } from './shapes.js';
+import { imageSize, imageToScreen, plainView, programView, zoomOf } from './geometry.js';
+import { moved, reshaped } from './shapes.js';
 
 /** @typedef {import('./api.js').ListedImage} ListedImage @typedef {import('./api.js').Options} Options
  *  @typedef {import('./geometry.js').View} View
@@ -34,61 +34,83 @@ export function draggedWindow(from, dx, dy, range) {
 }
 
 /** @param {import('./api.js').Table?} table */
-const windowOf = (table) => table && { center: table.window.center, width: table.window.width };
+const windowOf = (table) => table && { center: table.windows[0].center, width: table.windows[0].width };
 
-/** The value after rescale; null where a Modality LUT has its place, as the ends of the frame's values show.
- * @param {number} stored @param {any} info @returns {number?} */
-export function modalityValue(stored, info) {
-    const { storedRange, modalityRange, rescaleSlope: slope, rescaleIntercept: intercept } = info;
-    const off = storedRange && modalityRange
-        ? (storedRange.min + storedRange.max) * slope + 2 * intercept - modalityRange.min - modalityRange.max
-        : 0;
-    const tolerance = 2 + Math.abs(slope);  // the intercept is a whole number here
-    return Math.abs(off) > tolerance || !slope ? null : stored * slope + intercept;
+/** What a pixel value is; null where it is not defined.
+ * @param {import('./api.js').PixelValue} value @param {number} pixel @returns {number?} */
+export function valueOf({ slope, intercept, first, last, table }, pixel) {
+    if (first !== null && last !== null && !(pixel >= first && pixel <= last)) return null;
+    return table ? table[Math.floor(pixel - (first ?? 0))] ?? null : pixel * slope + intercept;
 }
 
-/** A number of at most four significant decimals, with a true minus sign. @param {number} value */
+/** A number of at most four significant decimals, with a true minus sign.
+ * @param {number} value */
 export function shown(value) {
     const size = Math.abs(value), digits = size >= 1000 ? 1 : size >= 10 ? 2 : 4;
     return String(Number(value.toFixed(digits))).replace('-', '\u2212');
 }
 
-/** Events: images, loading, image, window (or another option), view, regions, tool, hover, size. */
-export class Viewer extends EventTarget {
+/** @param {import('./api.js').Opened} a @param {import('./api.js').Opened} b */
+const isSamePlace = (a, b) => JSON.stringify(a.placement) === JSON.stringify(b.placement);
+
+/** What the viewers of a page have in common. */
+export class Shared {
     /** @type {ListedImage[]} */ images = [];
+    tool = 'window';
+    /** Overlays and annotations are shown. */
+    overlays = true;
+    /** Of each series: how it is shown.
+     * @type {Map<string, {options: Options, view: View}>} */
+    ofSeries = new Map();
+    /** Of each image.
+     * @type {Map<number, import('./api.js').Region[]>} */
+    regions = new Map();
+    /** @type {Map<string, {promise: Promise<Loaded>, bytes: number}>} */
+    cache = new Map();
+}
+
+/** Events: images, loading, image, options (changed by hand), window (or another option), view, regions,
+ *  tool, overlays, hover, size, fault, close (a polygon). */
+export class Viewer extends EventTarget {
     /** @type {ListedImage?} */ image = null;
     frame = 0;
     /** @type {import('./api.js').Opened?} */ opened = null;
     /** @type {import('./api.js').Pixels?} */ pixels = null;
     /** @type {import('./api.js').Table?} */ table = null;
-    /** The window, ahead of the table while it changes. @type {{center: number, width: number}?} */
+    /** The window, ahead of the table while it changes.
+     * @type {{center: number, width: number}?} */
     window = null;
     /** @type {Options} */ options = {};
     view = plainView();
-    tool = 'window';
     fault = '';
-    /** The region that is selected, or -1. */
+    /** The region that is selected, or -1, and its handle. */
     selected = -1;
+    handle = -1;
     /** Of the device's pixels. */
     screen = { width: 1, height: 1 };
-    /** The pixel under the pointer or the cross. @type {{x: number, y: number}?} */ hover = null;
+    /** The pixel under the pointer or the cross.
+     * @type {{x: number, y: number}?} */ hover = null;
     /** The outline that is being drawn. */
     draft = '';
 
-    /** Of each series: how it is shown. @type {Map<string, {options: Options, view: View}>} */
-    #ofSeries = new Map();
-    /** @type {Map<number, import('./api.js').Region[]>} */
-    #ofImage = new Map();
-    /** @type {Map<string, {promise: Promise<Loaded>, bytes: number}>} */
-    #cache = new Map();
     /** The image and shapes of the latest table, and so of the labels on the page. */
     #labelsOf = '';
-    /** The image asked for last. @type {{image: ListedImage, frame: number}?} */
+    /** The image asked for last.
+     * @type {{image: ListedImage, frame: number}?} */
     #wanted = null;
     #load = api.latest((/** @type {{image: ListedImage, frame: number}} */ what) => this.#loadNow(what));
     #update = api.latest((/** @type {boolean} */ _) => this.#updateNow());
 
-    get regions() { return this.image ? this.#ofImage.get(this.image.id) ?? [] : []; }
+    /** @param {Shared} shared */
+    constructor(shared) {
+        super();
+        this.shared = shared;
+    }
+
+    get images() { return this.shared.images; }
+    get tool() { return this.shared.tool; }
+    get overlays() { return this.shared.overlays; }
+    get regions() { return this.image ? this.shared.regions.get(this.image.id) ?? [] : []; }
     get isGrey() { return this.opened !== null && !this.opened.pixels.colour; }
     /** Shown until the options say otherwise. */
     get ownWindow() {
@@ -101,23 +123,27 @@ export class Viewer extends EventTarget {
     }
     get size() {
         const { width, height } = this.opened?.pixels ?? { width: 1, height: 1 };
-        return imageSize(width, height, this.opened?.info.pixelSpacing ?? null);
+        return imageSize(width, height, this.opened?.placement ?? null, globalThis.devicePixelRatio);
     }
+    get programView() { return programView(this.view, this.size, this.screen); }
+    /** The window that is shown and what is known of it, of the selected region or else of the image. */
+    get tableWindow() { return this.table?.windows[this.selected + 1] ?? this.table?.windows[0] ?? null; }
     get zoom() { return zoomOf(this.view, this.size, this.screen); }
     get toScreen() { return imageToScreen(this.view, this.size, this.screen); }
-    get units() { return this.table?.window.units ?? this.opened?.info.units ?? ''; }
+    get units() { return this.table?.windows[0].units ?? this.opened?.info.units ?? ''; }
 
     /** @param {string} what */
     say(what) { this.dispatchEvent(new Event(what)); }
 
-    /** @param {ListedImage[]} images */
-    setImages(images) {
-        const known = new Map(this.images.map((image) => [image.id, image]));
-        this.images = images.map((image) => known.get(image.id) ?? image);
+    /** The list has changed. */
+    takeImages() {
         this.say('images');
         const first = this.images.find((image) => !image.error);
         if (!this.#wanted && first) this.show(first, 0);
     }
+
+    /** Opens the image anew. */
+    reload() { if (this.#wanted) this.show(this.#wanted.image, this.#wanted.frame); }
 
     /** @param {ListedImage} image @param {number} frame */
     show(image, frame) {
@@ -126,30 +152,31 @@ export class Viewer extends EventTarget {
         this.#load(this.#wanted);
     }
 
-    /** From the cache, where it becomes the newest. @param {ListedImage} image @param {number} frame
-     * @param {boolean | undefined} state @returns {Promise<Loaded>} */
+    /** From the cache, where it becomes the newest.
+     * @param {ListedImage} image @param {number} frame
+     * @param {Options['state']} state @returns {Promise<Loaded>} */
     #fetch(image, frame, state) {
-        const key = `${image.id}:${frame}:${state}`, old = this.#cache.get(key);
+        const key = `${image.id}:${frame}:${state}`, old = this.shared.cache.get(key);
         const promise = old?.promise ?? this.#fetchNow(image, frame, state, key);
-        this.#cache.delete(key);
-        this.#cache.set(key, { promise, bytes: old?.bytes ?? 0 });
+        this.shared.cache.delete(key);
+        this.shared.cache.set(key, { promise, bytes: old?.bytes ?? 0 });
         return promise;
     }
 
-    /** @param {ListedImage} image @param {number} frame @param {boolean | undefined} state
+    /** @param {ListedImage} image @param {number} frame @param {Options['state']} state
      * @param {string} key @returns {Promise<Loaded>} */
     async #fetchNow(image, frame, state, key) {
         try {
             const asked = api.open(image.id, frame, { state });
             const [opened, buffer] = await Promise.all([asked, api.pixels(image.id, frame, state)]);
-            const entry = this.#cache.get(key);
+            const entry = this.shared.cache.get(key);
             if (entry) entry.bytes = buffer.byteLength;
             let bytes = 0;
-            for (const [other, held] of [...this.#cache].reverse())
-                if ((bytes += held.bytes) > kCacheBytes && other !== key) this.#cache.delete(other);
+            for (const [other, held] of [...this.shared.cache].reverse())
+                if ((bytes += held.bytes) > kCacheBytes && other !== key) this.shared.cache.delete(other);
             return { opened, pixels: api.typedPixels(buffer, opened.pixels) };
         } catch (error) {
-            this.#cache.delete(key);
+            this.shared.cache.delete(key);
             throw error;
         }
     }
@@ -159,24 +186,31 @@ export class Viewer extends EventTarget {
     async #loadNow({ image, frame }) {
         const keyOf = (/** @type {ListedImage} */ of) => of.series || `image ${of.id}`;
         const last = this.image, isNewSeries = !last || keyOf(last) !== keyOf(image);
-        const own = isNewSeries ? this.#ofSeries.get(keyOf(image)) : this;
-        const { options, view } = own ?? { options: {}, view: plainView() };
-        let found = { opened: null, pixels: null, table: null, window: null, fault: image.error ?? '' };
+        const own = isNewSeries ? this.shared.ofSeries.get(keyOf(image)) : this;
+        const options = own?.options ?? {};
+        /** @type {Loaded & {table: api.Table?, window: any} | null} */
+        let found = null;
+        let fault = api.withoutFolder(image.error ?? '');
         try {
             if (!image.error) {
                 const { opened, pixels } = await this.#fetch(image, frame, options.state);
                 const table = opened.pixels.colour ? null : await this.#askTable(image, frame, options, true);
-                Object.assign(found, { opened, pixels, table, window: windowOf(table) });
+                found = { opened, pixels, table, window: windowOf(table) };
             }
         } catch (error) {
-            found.fault = /** @type {Error} */ (error).message;
+            fault = /** @type {Error} */ (error).message;
         }
+        const isElsewhere = found && this.opened && !isSamePlace(found.opened, this.opened);
         if (isNewSeries) {
-            if (last) this.#ofSeries.set(keyOf(last), { options: this.options, view: this.view });
-            Object.assign(this, { options, view });
+            if (last) this.shared.ofSeries.set(keyOf(last), { options: this.options, view: this.view });
+            this.options = options;
+            this.view = own?.view ?? plainView(found?.opened.placement);
+        } else if (isElsewhere) {
+            this.view = plainView(found?.opened.placement);
         }
-        if (last?.id !== image.id) this.selected = -1;
-        Object.assign(this, found, { image, frame });
+        if (last?.id !== image.id) this.selected = this.handle = -1;
+        const { opened = null, pixels = null, table = null, window = null } = found ?? {};
+        Object.assign(this, { opened, pixels, table, window, fault, image, frame });
         this.say('image');
         if (options !== this.options) this.#update(true);
         const next = this.#placeBy(1, false);
@@ -186,7 +220,7 @@ export class Viewer extends EventTarget {
 
     /** @param {ListedImage} image @param {number} frame @param {Options} options @param {boolean} isNew */
     async #askTable(image, frame, options, isNew) {
-        const regions = this.#ofImage.get(image.id) ?? [];
+        const regions = this.shared.regions.get(image.id) ?? [];
         const shapes = `${image.id}:${frame} ${regions.map((region) => region.shape).join(' ')}`;
         const labels = regions.length > 0 && (isNew || shapes !== this.#labelsOf);
         const table = await api.table(image.id, frame, options, regions, labels);
@@ -213,6 +247,7 @@ export class Viewer extends EventTarget {
     setOptions(options) {
         if (!this.isGrey) return;
         this.options = options;
+        this.say('options');
         if (options.center !== undefined && options.width !== undefined)
             this.window = { center: options.center, width: options.width };
         this.say('window');
@@ -221,11 +256,15 @@ export class Viewer extends EventTarget {
 
     /** The window of the selected region, else of the image. */
     get target() {
-        const { center, width } = this.regions[this.selected]?.options ?? {};
-        return center !== undefined && width !== undefined ? { center, width } : this.window;
+        const region = this.regions[this.selected];
+        if (!region) return this.window;
+        const { center, width } = region.options;
+        return center !== undefined && width !== undefined ? { center, width }
+            : this.tableWindow ?? this.window;
     }
 
-    /** A window for the selected region, else for the image. @param {Options} window */
+    /** A window for the selected region, else for the image.
+     * @param {Options} window */
     setWindow(window) {
         const region = this.regions[this.selected];
         if (region) this.setRegion(this.selected, { ...region, options: withWindow(region.options, window) });
@@ -239,16 +278,25 @@ export class Viewer extends EventTarget {
         this.setOptions(options);
     }
 
+    resetView() { this.setView(plainView(this.opened?.placement)); }
+
     resetAll() {
-        this.setView(plainView());
+        this.resetView();
         if (this.options.state === undefined) this.setOptions({});
-        else this.setState(true);
+        else this.setState(undefined);
     }
 
-    /** Opens the image anew, with its presentation states or without. @param {boolean} isUsed */
-    setState(isUsed) {
-        this.options = isUsed ? {} : { state: false };
-        if (this.image) this.show(this.image, this.frame);
+    /** Opens the image anew with another presentation state.
+     * @param {Options['state']} state */
+    setState(state) {
+        this.options = state === undefined ? {} : { state };
+        this.reload();
+    }
+
+    /** @param {boolean} overlays */
+    setOverlays(overlays) {
+        this.shared.overlays = overlays;
+        this.say('overlays');
     }
 
     /** @param {View} view */
@@ -259,14 +307,14 @@ export class Viewer extends EventTarget {
 
     /** @param {string} tool */
     setTool(tool) {
-        this.tool = tool;
+        this.shared.tool = tool;
         this.say('tool');
     }
 
     /** @param {import('./api.js').Region[]} regions @param {number} selected */
     setRegions(regions, selected) {
         if (!this.image || !this.isGrey) return;
-        this.#ofImage.set(this.image.id, regions);
+        this.shared.regions.set(this.image.id, regions);
         this.selected = selected;
         this.say('regions');
         this.#update(true);
@@ -275,10 +323,36 @@ export class Viewer extends EventTarget {
     /** @param {number} at @param {import('./api.js').Region} region */
     setRegion(at, region) { this.setRegions(this.regions.map((old, i) => (i === at ? region : old)), at); }
 
-    /** @param {number} at */
-    select(at) {
+    /** @param {number} at @param {number} handle */
+    select(at, handle = -1) {
         this.selected = at;
+        this.handle = handle;
         this.say('regions');
+    }
+
+    /** Of the selected region.
+     * @param {{x: number, y: number}} to */
+    moveHandle(to) {
+        const region = this.regions[this.selected];
+        if (!region || this.handle < 0) return;
+        const { shape, handle } = reshaped(region.shape, this.handle, to);
+        this.handle = handle;
+        this.setRegion(this.selected, { ...region, shape });
+    }
+
+    /** Of the selected region.
+     * @param {string?} shape */
+    setShape(shape) {
+        const region = this.regions[this.selected];
+        this.handle = -1;
+        if (region && shape) this.setRegion(this.selected, { ...region, shape });
+    }
+
+    /** Another viewer has changed the regions of its image. */
+    takeRegions() {
+        this.selected = this.handle = -1;
+        this.say('regions');
+        this.#update(true);
     }
 
     /** @param {number} at @param {number} dx @param {number} dy */
@@ -304,18 +378,23 @@ export class Viewer extends EventTarget {
         return places[isRound ? (at + places.length) % places.length : at];
     }
 
-    /** To another of the places. @param {number} by @param {boolean=} isRound from the last on to the first
+    /** To another of the places.
+     * @param {number} by @param {boolean=} isRound from the last on to the first
      */
     step(by, isRound = false) {
         const next = this.#placeBy(by, isRound);
         if (next) this.show(next.image, next.frame);
     }
 
-    /** To another image of the list. @param {number} by */
+    /** To another image of the list.
+     * @param {number} by */
     stepImage(by) {
         const next = this.#wanted && this.images[this.images.indexOf(this.#wanted.image) + by];
         if (next) this.show(next, 0);
     }
+
+    /** The window is the user's, and goes from image to image. */
+    get isKept() { return this.places.length > 1 && kWindowKeys.some((key) => key in this.options); }
 
     /** @param {{x: number, y: number}?} at */
     setHover(at) {
