@@ -1,7 +1,7 @@
 #!/bin/sh
 # Installs what the build needs from the distribution; with "tests" or "bench" also what those need, with
-# "checks" also the other compiler and the checkers, with "slurm" a batch system and with "peers" other DICOM tools
-# for some of the tests. Does nothing when all of it is there.
+# "checks" also the other compiler and the checkers, with "slurm" a batch system, with "peers" other DICOM tools and
+# with "browser" what tests the page of zev view. Does nothing when all of it is there.
 set -eu
 
 packages="build-essential cmake ninja-build ccache libgdcm-dev libboost-dev libhwy-dev nlohmann-json3-dev
@@ -17,6 +17,11 @@ esac
 optional=""
 [ "${1:-}" != slurm ] || optional="slurmctld slurmd slurm-client munge"
 [ "${1:-}" != peers ] || optional="dcmtk dicom3tools"
+if [ "${1:-}" = browser ]; then
+    optional="chromium node-typescript"
+    # Node.js need not come from the distribution.
+    command -v npm >/dev/null || optional="$optional nodejs npm"
+fi
 
 missing_of() {
     for package; do
@@ -56,4 +61,4 @@ install_all() {
 # shellcheck disable=SC2086
 install_all $missing
 # shellcheck disable=SC2086
-install_all $optional || echo "install-packages: without$optional, whose test is skipped" >&2
+install_all $optional || echo "install-packages: without$optional, whose tests are skipped" >&2

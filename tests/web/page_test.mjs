@@ -98,7 +98,7 @@ test('shapes are changed by their handles', () => {
     assert.deepEqual(handles('ellipse:20,15,10,5'), handles('rect:10,10,30,20'));
     for (const [name, shape, handle, to, expected] of [
         ['a corner', 'rect:10,10,30,20', 2, { x: 40, y: 25 }, ['rect:10,10,40,25', 2]],
-        ['another', 'rect:10,10,30,20', 1, { x: 40, y: 5 }, ['rect:10,20,40,5', 2]],
+        ['another', 'rect:10,10,30,20', 1, { x: 40, y: 5 }, ['rect:10,5,40,20', 1]],
         ['over the other side', 'ellipse:20,15,10,5', 0, { x: 50, y: 40 }, ['ellipse:40,30,10,10', 2]],
         ['to nothing', 'rect:10,10,30,20', 2, { x: 10, y: 10 }, ['rect:10,10,30,20', 0]],
         ['of a polygon', 'polygon:0,0 10,0 0,10', 1, { x: 9, y: 9 }, ['polygon:0,0 9,9 0,10', 1]]]) {

@@ -277,7 +277,7 @@ export function makeKeys(viewer, actions) {
         const target = /** @type {HTMLElement} */ (event.target);
         const key = event.key.length === 1 ? event.key.toLowerCase() : event.key;
         if (event.altKey || event.metaKey || document.querySelector('dialog[open]')) return;
-        if (target.matches('select, input:not([type=checkbox])')) return;
+        if (target.matches('select, input:not([type=checkbox], [type=radio], [type=range])')) return;
         const isImage = target.matches('canvas.image'), isElsewhere = target !== document.body && !isImage;
         const direction = arrows[key];
         if (direction) {

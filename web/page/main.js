@@ -30,8 +30,9 @@ const write = onceAFrame(() => {
         stored = colour ? `RGB ${pixels.subarray(3 * index, 3 * index + 3).join(' ')}`
             : `${isStored ? 'stored' : 'pixel'} ${shown(pixel)}`;
         const texts = list.map((value, i) => {
-            const number = valueOf(value, pixel), name = i && value.name !== value.units ? value.name : '';
-            return number === null ? '' : [shown(number), value.units, name].filter(Boolean).join(' ');
+            const number = valueOf(value, pixel), name = i ? value.name : '';
+            const units = name.startsWith(value.units) ? '' : value.units;
+            return number === null ? '' : [shown(number), units, name].filter(Boolean).join(' ');
         });
         modality = texts[0] ?? '';
         others = texts.slice(1).filter(Boolean).join('    ');

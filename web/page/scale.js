@@ -101,9 +101,11 @@ export function makeHistogram(viewer) {
         });
         ends.forEach((end, i) => {
             end.style.left = `${place(edges[i]) * 100}%`;
-            Object.assign(end, { ariaValueMin: String(i ? edges[0] : Math.min(low, edges[0])),
-                                 ariaValueMax: String(i ? Math.max(high, edges[1]) : edges[1]),
-                                 ariaValueNow: String(edges[i]),
+            // Without an exponent, which these attributes do not take.
+            const text = (/** @type {number} */ value) => value.toFixed(6);
+            Object.assign(end, { ariaValueMin: text(i ? edges[0] : Math.min(low, edges[0])),
+                                 ariaValueMax: text(i ? Math.max(high, edges[1]) : edges[1]),
+                                 ariaValueNow: text(edges[i]),
                                  ariaValueText: `${shown(edges[i])} ${viewer.units}` });
         });
     });

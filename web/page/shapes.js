@@ -33,7 +33,8 @@ export function format(kind, points) {
 export function between(kind, a, b) {
     const width = Math.abs(a.x - b.x), height = Math.abs(a.y - b.y);
     if (width < 1 || height < 1) return null;
-    return kind === 'rect' ? format(kind, [a, b])
+    const [left, top] = [Math.min(a.x, b.x), Math.min(a.y, b.y)];
+    return kind === 'rect' ? format(kind, [{ x: left, y: top }, { x: left + width, y: top + height }])
         : format(kind, [{ x: (a.x + b.x) / 2, y: (a.y + b.y) / 2 }, { x: width / 2, y: height / 2 }]);
 }
 
