@@ -1,7 +1,7 @@
 #!/bin/sh
 # Measures everything that is said to be fast, each figure as a ratio to a baseline in the same run, and prints one
-# table: the benchmark programs, then the program itself against dcm2pnm where DCMTK is installed. OpenCV is measured
-# beside the painter where it is installed. Takes some minutes; a quiet machine gives steadier figures.
+# table: the benchmark programs, then the program itself against dcm2pnm where DCMTK is installed, then the page of zev
+# view in Chromium. OpenCV is measured beside the painter where it is installed. Takes some minutes; a quiet machine gives steadier figures.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -82,3 +82,8 @@ if command -v dcm2pnm >/dev/null; then
         report "render: 300 frames to $format, --jobs 1" "$frames" "$others" "dcm2pnm --all-frames"
     done
 fi
+
+# The page of zev view, where a browser is at hand.
+cd - >/dev/null
+sh scripts/install-packages.sh browser
+sh tests/web/browser/run.sh "$zev" "$PWD/$build/browser" "$PWD/bench/page.mjs" || [ $? -eq 77 ]

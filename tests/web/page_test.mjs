@@ -1,4 +1,4 @@
-// The rules of the page that need no browser: node --test tests/web/page_test.mjs
+// The rules of the page that need no browser: node --test tests/web/page_test.mjs. Those that do: browser/.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { latest, parseTable, typedPixels } from '../../web/page/api.js';
