@@ -3,6 +3,7 @@
 #include <ZEV/ZEV_ColorMap.h>
 
 #include <refhost/Unicode.h>
+#include <cmath>
 #include <cstdio>
 
 #include "io/dicom_tags.h"
@@ -225,6 +226,7 @@ Json DescribeValues(OpenedImage& image) {
         add("SUV by body weight", "SUV", rescale.slope / *one, rescale.intercept / *one);
     // They are of stored values: the data set has none where the pixel values are others.
     for (const RealWorldMapping& mapping : ReadRealWorldMappings(image.File().DataSet())) {
+        if (!std::isfinite(mapping.slope) || !std::isfinite(mapping.intercept)) continue;
         Json& value = add(mapping.label.empty() ? mapping.explanation : mapping.label, mapping.unitsCode,
                           mapping.slope, mapping.intercept);
         value["first"] = mapping.first;

@@ -31,7 +31,7 @@ constexpr std::size_t kMostPoints = 1000, kMostRegions = 254;
 constexpr std::size_t kMostOpened = 16, kMostOpenedBytes = std::size_t{512} << 20;
 /// Thumbnails that are kept; beyond it they begin anew.
 constexpr std::size_t kMostThumbBytes = std::size_t{64} << 20;
-constexpr double kMostScreenPixels = 1 << 26;
+constexpr double kMostScreenPixels = 1 << 25;
 
 /// A request that cannot be answered, for a reason that is not the image's.
 struct Rejected {
@@ -199,7 +199,7 @@ ViewOptions view_of(const Json& body) {
         view.size = text_in(asked, "size");
         const auto size = ParseSize(view.size);
         if (!size || double(size->first) * size->second > kMostScreenPixels)
-            throw Rejected{kBadRequest, "size is not WIDTHxHEIGHT of at most 2^26 pixels"};
+            throw Rejected{kBadRequest, "size is not WIDTHxHEIGHT of at most 2^25 pixels"};
     }
     view.pixels = flag_in(asked, "pixels", false);
     if (asked.contains("pan")) {

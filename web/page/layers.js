@@ -45,7 +45,6 @@ export function makeLayers(canvas, viewer) {
             // Options that cannot be used are said where they are chosen.
             clear();
         }
-        canvas.dataset.of = `${image.id}:${frame}`;
     });
 
     const later = () => {

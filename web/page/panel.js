@@ -59,6 +59,8 @@ export function makePanel(viewer) {
         const notes = opened?.info.notes ?? [];
         byId('notes-section').hidden = !notes.length;
         byId('notes').replaceChildren(...notes.map(({ text }) => element('li', {}, text)));
+        // Where a state cannot be applied, another one can be chosen still.
+        if (!opened && viewer.options.state !== undefined) return;
         const states = opened?.states ?? [];
         byId('state-label').hidden = !states.length;
         byId('overlays-label').hidden = !opened?.layers.length;
