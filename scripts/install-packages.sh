@@ -5,7 +5,7 @@
 set -eu
 
 packages="build-essential cmake ninja-build ccache libgdcm-dev libboost-dev libhwy-dev nlohmann-json3-dev
-libspdlog-dev libcli11-dev libfast-float-dev libpng-dev libjpeg-dev libtiff-dev libisal-dev zlib1g-dev
+libspdlog-dev libfmt-dev libcli11-dev libfast-float-dev libpng-dev libjpeg-dev libtiff-dev libisal-dev zlib1g-dev
 libfreetype-dev fonts-dejavu-core libcpp-httplib-dev"
 case "${1:-}" in
     tests) packages="$packages libgtest-dev" ;;

@@ -30,15 +30,6 @@ protected:
     ~ISupportErrorInfo() = default;
 };
 
-template <>
-struct com_interface<IErrorInfo> {
-    static constexpr IID iid = com_id::kErrorInfo;
-};
-template <>
-struct com_interface<ISupportErrorInfo> {
-    static constexpr IID iid = com_id::kSupportErrorInfo;
-};
-
 /// Leaves `info` (counted, may be null) as the calling thread's error information.
 HOST_API HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info);
 /// Takes the calling thread's error information away: S_OK, or S_FALSE and null when there is none.
@@ -67,3 +58,12 @@ private:
 /// Raises `_com_error` with `result` and the error information that `object` left behind for `iid`, if any.
 [[noreturn]] HOST_API void _com_issue_errorex(HRESULT result, IUnknown* object, const IID& iid);
 #endif
+
+template <>
+struct com_interface<IErrorInfo> {
+    static constexpr IID iid = com_id::kErrorInfo;
+};
+template <>
+struct com_interface<ISupportErrorInfo> {
+    static constexpr IID iid = com_id::kSupportErrorInfo;
+};

@@ -19,12 +19,12 @@ public:
 
     Dicom_DumpLen GetDumpLen() const override;
     Dicom_DumpLen Dump(void* buffer) const override;
-    Dicom_Type* Clone() const override { return new Dicom_NumberType(*this); }
+    Dicom_Type* Clone() const override;
     bool Assign(const Dicom_Type& other) override;
-    std::size_t GetVM() const override { return m_Values.size(); }
+    std::size_t GetVM() const override;
     std::wstring GetText(std::size_t index) const override;
     bool GetNumber(std::size_t index, double& number) const override;
-    bool IsNumeric() const override { return true; }
+    bool IsNumeric() const override;
 
     /// Replaces the content by the little-endian numbers in `bytes`; a trailing part of a number is dropped.
     void SetBytes(const void* bytes, std::size_t length);

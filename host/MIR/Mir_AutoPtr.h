@@ -4,7 +4,7 @@
 
 /// The ring of holders that share one object of type T. Not for use across threads.
 template <class T>
-class HOST_API Mir_AutoPtrBasicType {
+class HOST_TEMPLATE_API Mir_AutoPtrBasicType {
 public:
     Mir_AutoPtrBasicType() : m_pObject(nullptr), m_pNext(this), m_pPrevious(this), m_NoDelete(0) {}
     explicit Mir_AutoPtrBasicType(T* object)
@@ -83,7 +83,7 @@ private:
 
 /// An owning pointer: the holders of one object form a ring, and the last one deletes it.
 template <class T>
-class HOST_API Mir_AutoPtr : public Mir_AutoPtrBasicType<T> {
+class HOST_TEMPLATE_API Mir_AutoPtr : public Mir_AutoPtrBasicType<T> {
 public:
     using Mir_AutoPtrBasicType<T>::Mir_AutoPtrBasicType;
     using Mir_AutoPtrBasicType<T>::operator=;

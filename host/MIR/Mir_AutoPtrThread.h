@@ -9,7 +9,7 @@
 /// A shared pointer whose copies may live on different threads: every copy and every release happens under
 /// one mutex that all copies share. It guards the count, not the object. An empty pointer shares nothing.
 template <class T>
-class HOST_API Mir_AutoPtrThread {
+class HOST_TEMPLATE_API Mir_AutoPtrThread {
 public:
     Mir_AutoPtrThread() = default;
     /// Takes ownership; null gives an empty pointer.

@@ -154,7 +154,7 @@ int ZEV_Presets::ReadPresetsFromConfiguration(const wchar_t* name) {
     PRM_ITreeRootPtr root(CLSID_PRM_Tree);
     root->SetAccess(kReadAccess);
     PRM_ITreePtr tree = root->OpenTree(treeName, 0, 1);
-    if (tree == nullptr && treeName == L"highlight") tree = root->OpenTree(L"windowing", 0, 1);
+    if (tree == nullptr && treeName == _bstr_t(L"highlight")) tree = root->OpenTree(L"windowing", 0, 1);
     if (tree == nullptr) return -1;
     if (const std::optional<int> result = read_procedures(tree)) return *result;
 
@@ -165,7 +165,7 @@ int ZEV_Presets::ReadPresetsFromConfiguration(const wchar_t* name) {
     }
     if (const std::optional<int> result = read_color_maps(tree)) return *result;
 
-    if (s_bColorbarPresetsRead || treeName != L"windowing") return 0;
+    if (s_bColorbarPresetsRead || treeName != _bstr_t(L"windowing")) return 0;
     s_bColorbarPresetsRead = true;
     tree = root->OpenTree(L"gra\\colorbar\\windowing_presets\\", 0, 1);
     if (tree == nullptr) return -1;
@@ -253,7 +253,8 @@ ZEV_PresetValue* ZEV_Presets::FindPreset(const _bstr_t& name, const wchar_t* pro
         if (procedure != nullptr && std::wcscmp(set->GetName(), procedure) != 0) continue;
         for (int k = 0; k < set->NumOfPresets(); ++k) {
             ZEV_PresetValue* const preset = set->GetValue(k);
-            if (preset != nullptr && name == preset->GetName() && (preset->HasEnds() || preset->HasWindow()))
+            if (preset != nullptr && name == _bstr_t(preset->GetName()) &&
+                (preset->HasEnds() || preset->HasWindow()))
                 return preset;
         }
     }

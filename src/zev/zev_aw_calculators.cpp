@@ -210,7 +210,8 @@ int ZEV_AWCalcMR::Calc(KIT_Raster* raster, int* width, int* center, KIT_Rect* re
     if (pixels == nullptr) return -1;
     int unused1 = 0, unused2 = 0;
     unsigned short windowWidth = 0, windowCenter = 0;
-    reinterpret_cast<VendorFunction>(entry)(
+    // The platform's type of a function has a result, which compilers warn of; one without has none.
+    reinterpret_cast<VendorFunction>(reinterpret_cast<void (*)()>(entry))(
         static_cast<unsigned short*>(pixels), static_cast<unsigned short>(raster->m_Width),
         static_cast<unsigned short>(raster->m_Height), 1, unused1, unused2, windowWidth, windowCenter);
     *width = windowWidth;

@@ -27,7 +27,8 @@ const char* const kFunction = "ZEV_Dicom::UpdateFromDDP";
 int find_entry(const Mapper_WindowingManager& manager, const Dicom_Type& selected) {
     const _bstr_t wanted = zev::TextOf(selected);
     for (std::size_t i = 0; i < manager.m_Entries.size(); ++i) {
-        if (wanted == zev::WindowingEntryText(*manager.m_Entries[i]).c_str()) return static_cast<int>(i);
+        if (wanted == _bstr_t(zev::WindowingEntryText(*manager.m_Entries[i]).c_str()))
+            return static_cast<int>(i);
     }
     return -1;
 }

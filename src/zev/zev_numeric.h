@@ -1,10 +1,18 @@
 #pragma once
 
+#include <cfloat>
 #include <cstdint>
 #include <limits>
 
 /// The conversions that every number of the library goes through. docs/numeric.md says where each is used.
 namespace zev {
+
+// Every operation is rounded to its own type. The registers of x87 cannot do that: 32-bit x86 needs -msse2
+// -mfpmath=sse.
+static_assert(FLT_EVAL_METHOD == 0, "float is not worked out as float here");
+#if defined(__FAST_MATH__)
+#error "fast-math changes tables"
+#endif
 
 constexpr std::int64_t kIntMin = std::numeric_limits<std::int32_t>::min();
 constexpr std::int64_t kIntMax = std::numeric_limits<std::int32_t>::max();

@@ -41,7 +41,7 @@ std::wstring text_or_empty(const wchar_t* text) { return text == nullptr ? L"" :
 
 ZEV_WindowingUnits::Units ZEV_WindowingUnits::ConvertFromString(_bstr_t text) {
     for (const UnitsEntry& entry : kUnits) {
-        if (text == entry.text) return entry.units;
+        if (text == _bstr_t(entry.text)) return entry.units;
     }
     return UNITS_UNINITIALIZED;
 }

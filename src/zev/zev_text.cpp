@@ -1,7 +1,9 @@
 #include "zev_text.h"
 
-#include <charconv>
+#include <iomanip>
+#include <locale>
 #include <memory>
+#include <sstream>
 
 #include "zev_voi.h"
 
@@ -17,9 +19,11 @@ std::wstring WindowingEntryText(const Mapper_WindowingEntry& entry) {
 }
 
 std::wstring FixedText(double value) {
-    char text[400];
-    const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, 6).ptr;
-    return std::wstring(text, end);
+    // Not to_chars, which some standard libraries lack for double.
+    std::wostringstream text;
+    text.imbue(std::locale::classic());
+    text << std::fixed << std::setprecision(6) << value;
+    return text.str();
 }
 
 }  // namespace zev

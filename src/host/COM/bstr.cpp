@@ -1,3 +1,32 @@
+// The string class, where the platform has none of its own, and what one of Windows' compilers leaves to us.
+
+#if defined(_WIN32) && !defined(_MSC_VER)
+
+#include <COM/bstr.h>
+#include <refhost/Unicode.h>
+
+#include <algorithm>
+
+namespace _com_util {
+
+HOST_API char* WINAPI ConvertBSTRToString(BSTR source) {
+    if (source == nullptr) return nullptr;
+    const std::string text = refhost::ToUtf8(source, SysStringLen(source));
+    auto* const made = new char[text.size() + 1];
+    std::copy_n(text.c_str(), text.size() + 1, made);
+    return made;
+}
+
+HOST_API BSTR WINAPI ConvertStringToBSTR(const char* source) {
+    if (source == nullptr) return nullptr;
+    const std::wstring text = refhost::FromUtf8(source, std::char_traits<char>::length(source));
+    return SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+}
+
+}  // namespace _com_util
+
+#elif !defined(_WIN32)
+
 #include <COM/bstr.h>
 #include <COM/com_error.h>
 #include <refhost/Unicode.h>
@@ -197,3 +226,5 @@ BSTR _bstr_t::Detach() {
     release();
     return text;
 }
+
+#endif

@@ -6,6 +6,8 @@
 
 #include "COM/com_object.h"
 
+#if !defined(_WIN32)
+
 namespace {
 
 /// Error information that holds a description and nothing else.
@@ -81,6 +83,11 @@ _bstr_t _com_error::Description() const {
 
 void _com_issue_error(HRESULT result) { throw _com_error(result); }
 
+#endif
+
+// On Windows one compiler brings it along with the class, the others leave it to us.
+#if !defined(_MSC_VER)
+
 void _com_issue_errorex(HRESULT result, IUnknown* object, const IID& iid) {
     IErrorInfo* info = nullptr;
     void* found = nullptr;
@@ -92,8 +99,22 @@ void _com_issue_errorex(HRESULT result, IUnknown* object, const IID& iid) {
     throw _com_error(result, info);
 }
 
+#endif
+
 void refhost::SetErrorDescription(const wchar_t* description) {
+#if defined(_WIN32)
+    ICreateErrorInfo* made = nullptr;
+    if (FAILED(CreateErrorInfo(&made))) return;
+    made->SetDescription(const_cast<wchar_t*>(description));
+    void* info = nullptr;
+    if (SUCCEEDED(made->QueryInterface(com_iid<IErrorInfo>(), &info))) {
+        SetErrorInfo(0, static_cast<IErrorInfo*>(info));
+        static_cast<IErrorInfo*>(info)->Release();
+    }
+    made->Release();
+#else
     IErrorInfo* info = new Description(description);
     SetErrorInfo(0, info);
     info->Release();
+#endif
 }

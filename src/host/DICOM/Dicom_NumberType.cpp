@@ -76,6 +76,24 @@ bool Dicom_NumberType<T>::Assign(const Dicom_Type& other) {
     return true;
 }
 
+// Virtual operations stand here, not in the header: one compiler does not export those of an instantiation
+// that are inline.
+
+template <typename T>
+Dicom_Type* Dicom_NumberType<T>::Clone() const {
+    return new Dicom_NumberType(*this);
+}
+
+template <typename T>
+std::size_t Dicom_NumberType<T>::GetVM() const {
+    return m_Values.size();
+}
+
+template <typename T>
+bool Dicom_NumberType<T>::IsNumeric() const {
+    return true;
+}
+
 template <typename T>
 std::wstring Dicom_NumberType<T>::GetText(std::size_t index) const {
     if (index >= m_Values.size()) return std::wstring();

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <cwchar>
 
 namespace {
 
@@ -151,8 +152,8 @@ Dicom_LO::Dicom_LO(const wchar_t* text, int* status) : Dicom_Text("LO") {
     SetText(text);
     for (std::size_t i = 0; i < GetVM(); ++i) {
         const std::wstring value = GetText(i);
-        const bool plain = std::none_of(value.begin(), value.end(),
-                                        [](wchar_t c) { return (c >= 0 && c < L' ') || c == L'\x7F'; });
+        const bool plain =
+            std::none_of(value.begin(), value.end(), [](std::wint_t c) { return c < L' ' || c == L'\x7F'; });
         if (!plain || value.size() > 64) SetStatus(status, -2);
     }
 }

@@ -1,6 +1,11 @@
-#include <iconv.h>
 #include <refhost/Charset.h>
 #include <refhost/Unicode.h>
+
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <iconv.h>
+#endif
 
 #include <algorithm>
 #include <cstddef>
@@ -29,7 +34,7 @@ constexpr CodePage kPages[] = {
     {"144", "ISO-8859-5", "-L", 1, false, ""}, {"127", "ISO-8859-6", "-G", 1, false, ""},
     {"126", "ISO-8859-7", "-F", 1, false, ""}, {"138", "ISO-8859-8", "-H", 1, false, ""},
     {"148", "ISO-8859-9", "-M", 1, false, ""}, {"203", "ISO-8859-15", "-b", 1, false, ""},
-    {"166", "TIS-620", "-T", 1, false, ""},    {"13", "EUC-JP", ")I", 1, false, "\x8E"},
+    {"166", "TIS-620", "-T", 1, false, ""},    {"13", "SHIFT_JIS", ")I", 1, false, ""},
     {"149", "EUC-KR", "$)C", 2, false, ""},    {"58", "GB2312", "$)A", 2, false, ""},
     {"87", "EUC-JP", "$B", 2, true, ""},       {"159", "EUC-JP", "$(D", 2, true, "\x8F"}};
 
@@ -37,6 +42,57 @@ constexpr char kEscape = '\x1B';
 // ASCII, and the Roman half of JIS X 0201, which is read as ASCII: its bytes separate values all the same.
 constexpr const char* kAscii = "(B";
 constexpr const char* kRoman = "(J";
+
+#if defined(_WIN32)
+
+/// Converters between UTF-8 and other encodings: the system's code pages.
+class Converters {
+public:
+    /// Nothing when a byte or a character does not fit.
+    std::optional<std::string> Convert(const std::string& text, const char* from, const char* to) {
+        const UINT source = PageOf(from), target = PageOf(to);
+        const std::string bytes = source == kJapanese ? Shortened(text) : text;
+        std::wstring wide(bytes.size() + 1, L'\0');
+        const int length =
+            MultiByteToWideChar(source, MB_ERR_INVALID_CHARS, bytes.data(), static_cast<int>(bytes.size()),
+                                &wide[0], static_cast<int>(wide.size()));
+        if (length == 0 && !bytes.empty()) return std::nullopt;
+        std::string result(static_cast<std::size_t>(length) * 4 + 1, '\0');
+        const bool strict = target != CP_UTF8 && target != kChinese;
+        BOOL missing = FALSE;
+        const int size =
+            WideCharToMultiByte(target, strict ? WC_NO_BEST_FIT_CHARS : 0, wide.data(), length, &result[0],
+                                static_cast<int>(result.size()), nullptr, strict ? &missing : nullptr);
+        if (missing || (size == 0 && length != 0)) return std::nullopt;
+        result.resize(static_cast<std::size_t>(size));
+        return target == kJapanese ? Lengthened(result) : result;
+    }
+
+private:
+    static constexpr UINT kJapanese = 20932, kChinese = 54936;
+
+    static UINT PageOf(const std::string& name) {
+        static const std::map<std::string, UINT> pages = {
+            {"UTF-8", CP_UTF8},    {"TIS-620", 874},      {"SHIFT_JIS", 932},
+            {"EUC-JP", kJapanese}, {"EUC-KR", 20949},     {"GB2312", 936},
+            {"GBK", 936},          {"GB18030", kChinese}, {"ISO-8859-15", 28605}};
+        const auto found = pages.find(name);
+        // ISO-8859-1 to -9.
+        return found != pages.end() ? found->second : 28590 + static_cast<UINT>(name.back() - '0');
+    }
+    /// The system's page has two bytes for a character of the supplementary set, the second without its high
+    /// bit, where EUC-JP has three.
+    static std::string Shortened(const std::string& text) {
+        if (text.size() != 3 || text[0] != '\x8F') return text;
+        return {text[1], static_cast<char>(text[2] & 0x7F)};
+    }
+    static std::string Lengthened(const std::string& text) {
+        if (text.size() != 2 || (text[0] & 0x80) == 0 || (text[1] & 0x80) != 0) return text;
+        return {'\x8F', text[0], static_cast<char>(text[1] | 0x80)};
+    }
+};
+
+#else
 
 /// Converters between UTF-8 and other encodings, each opened once.
 class Converters {
@@ -71,6 +127,8 @@ private:
 
     std::map<std::pair<std::string, std::string>, iconv_t> m_Open;
 };
+
+#endif
 
 /// What Specific Character Set declares: one converter for everything, or the code pages that the value
 /// starts with and may switch to.

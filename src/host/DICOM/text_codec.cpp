@@ -4,12 +4,12 @@
 #include <refhost/Unicode.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <system_error>
 #include <type_traits>
+
+#include "TXT/number_text.h"
 
 namespace dicom_text {
 
@@ -28,12 +28,7 @@ std::string ShortenExponent(const std::string& text) {
     return result + text.substr(digit);
 }
 
-template <typename T>
-std::wstring Shortest(T number) {
-    char buffer[64];
-    char* const end = std::to_chars(buffer, buffer + sizeof(buffer), number).ptr;
-    return std::wstring(buffer, end);
-}
+std::wstring Widen(const std::string& text) { return std::wstring(text.begin(), text.end()); }
 
 }  // namespace
 
@@ -86,31 +81,26 @@ std::wstring FormatDecimal(double number) {
     if (std::isnan(number)) return std::wstring();
     const double finite =
         std::max(std::min(number, std::numeric_limits<double>::max()), std::numeric_limits<double>::lowest());
-    char buffer[64];
     // A whole number below 2^53 is written as it stands.
     if (finite == std::trunc(finite) && std::fabs(finite) < 9007199254740992.0) {
-        const std::to_chars_result whole =
-            std::to_chars(buffer, buffer + sizeof(buffer), static_cast<long long>(finite));
-        if (static_cast<std::size_t>(whole.ptr - buffer) <= longest) return std::wstring(buffer, whole.ptr);
+        const std::wstring whole = std::to_wstring(static_cast<long long>(finite));
+        if (whole.size() <= longest) return whole;
     }
-    const std::string exact =
-        ShortenExponent(std::string(buffer, std::to_chars(buffer, buffer + sizeof(buffer), finite).ptr));
-    if (exact.size() <= longest) return std::wstring(exact.begin(), exact.end());
+    const std::string exact = ShortenExponent(refhost::ShortestText(finite));
+    if (exact.size() <= longest) return Widen(exact);
     // As many significant digits as fit, with or without an exponent.
     for (int digits = 16; digits > 0; --digits) {
-        for (std::chars_format format : {std::chars_format::general, std::chars_format::scientific}) {
-            const int precision = format == std::chars_format::general ? digits : digits - 1;
-            const char* const end =
-                std::to_chars(buffer, buffer + sizeof(buffer), finite, format, precision).ptr;
-            const std::string text = ShortenExponent(std::string(static_cast<const char*>(buffer), end));
-            if (text.size() <= longest) return std::wstring(text.begin(), text.end());
+        for (const char conversion : {'g', 'e'}) {
+            const int precision = conversion == 'g' ? digits : digits - 1;
+            const std::string text = ShortenExponent(refhost::PreciseText(finite, conversion, precision));
+            if (text.size() <= longest) return Widen(text);
         }
     }
     return std::wstring();
 }
 
-std::wstring FormatShortest(float number) { return Shortest(number); }
-std::wstring FormatShortest(double number) { return Shortest(number); }
+std::wstring FormatShortest(float number) { return Widen(refhost::ShortestText(number)); }
+std::wstring FormatShortest(double number) { return Widen(refhost::ShortestText(number)); }
 
 template <typename T>
 T LimitTo(double number) {

@@ -10,13 +10,15 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <type_traits>
 #include <utility>
+
+#include "TXT/number_text.h"
 
 namespace refhost {
 namespace {
 
-// A width or precision beyond this is no wish of a log line. A double in %f has at most 309 digits and a
-// point in front of its decimals.
+// A width or precision beyond this is no wish of a log line.
 constexpr int kWidest = 512;
 
 struct Conversion {
@@ -153,15 +155,15 @@ private:
                 return true;
             case 'f':
             case 'F':
-                WriteFloat(c, std::chars_format::fixed);
+                WriteFloat(c, 'f');
                 return true;
             case 'e':
             case 'E':
-                WriteFloat(c, std::chars_format::scientific);
+                WriteFloat(c, 'e');
                 return true;
             case 'g':
             case 'G':
-                WriteFloat(c, std::chars_format::general);
+                WriteFloat(c, 'g');
                 return true;
             default:
                 return false;
@@ -230,17 +232,13 @@ private:
         WriteNumber(c, prefix, text, c.zero && c.precision < 0);
     }
 
-    void WriteFloat(const Conversion& c, std::chars_format format) {
+    void WriteFloat(const Conversion& c, char conversion) {
         const double value = va_arg(m_Arguments, double);
         const bool negative = std::signbit(value);
         const bool capital = c.letter < 'a';
         std::string text;
         if (std::isfinite(value)) {
-            char digits[kWidest + 400];
-            const int precision = c.precision < 0 ? 6 : c.precision;
-            char* end =
-                std::to_chars(digits, digits + sizeof(digits), std::fabs(value), format, precision).ptr;
-            text.assign(digits, end);
+            text = PreciseText(std::fabs(value), conversion, c.precision < 0 ? 6 : c.precision);
             if (capital) std::replace(text.begin(), text.end(), 'e', 'E');
         } else if (std::isnan(value)) {
             text = capital ? "NAN" : "nan";
@@ -263,7 +261,9 @@ private:
 
     void WriteCharacter(const Conversion& c) {
         if (c.length == Conversion::Long) {
-            const wchar_t wide = static_cast<wchar_t>(va_arg(m_Arguments, std::wint_t));
+            // Where wint_t is narrower than int it comes as an int.
+            using Passed = std::conditional_t<(sizeof(std::wint_t) < sizeof(int)), int, std::wint_t>;
+            const wchar_t wide = static_cast<wchar_t>(va_arg(m_Arguments, Passed));
             WritePadded(c, ToUtf8(&wide, 1));
         } else {
             WritePadded(c, std::string(1, static_cast<char>(va_arg(m_Arguments, int))));

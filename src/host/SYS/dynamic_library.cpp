@@ -1,9 +1,13 @@
 #include <SYS/dynamic_library.h>
-#include <dlfcn.h>
 #include <refhost/Libraries.h>
 #include <refhost/Unicode.h>
 
+#if !defined(_WIN32)
+#include <dlfcn.h>
+#endif
+
 #include <mutex>
+#include <string>
 
 namespace {
 
@@ -23,7 +27,12 @@ void refhost::SetLibraryDirectory(const std::string& path) {
     Directory& directory = TheDirectory();
     const std::lock_guard<std::mutex> hold(directory.mutex);
     directory.path = path;
+#if defined(_WIN32)
+    SetDllDirectoryW(path.empty() ? nullptr : refhost::FromUtf8(path).c_str());
+#endif
 }
+
+#if !defined(_WIN32)
 
 HMODULE LoadLibraryW(const wchar_t* fileName) {
     // An empty name would be the program itself.
@@ -44,3 +53,4 @@ FARPROC GetProcAddress(HMODULE library, const char* name) {
     if (library == nullptr || name == nullptr) return nullptr;
     return reinterpret_cast<FARPROC>(dlsym(library, name));
 }
+#endif

@@ -14,6 +14,20 @@ typedef std::function<HRESULT(const IID& iid, void** object)> ComFactory;
 /// factory that was there before, so that a test can put it back.
 HOST_API ComFactory RegisterComClass(const CLSID& clsid, ComFactory factory);
 
+/// Where the platform has a component library of its own, starts it for this process and offers the classes
+/// through it; elsewhere it does nothing. A program makes one at its start, before the first object, and
+/// keeps it:
+///
+///     int main() {
+///         const refhost::ComApartment apartment;
+class HOST_API ComApartment {
+public:
+    ComApartment();
+    ~ComApartment();
+    ComApartment(const ComApartment&) = delete;
+    ComApartment& operator=(const ComApartment&) = delete;
+};
+
 /// Leaves `description` as the calling thread's error information.
 HOST_API void SetErrorDescription(const wchar_t* description);
 

@@ -2,7 +2,9 @@
 
 #include <HOST_Export.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 
 /// A look into Mir_PrivateHeap. Any thread.
 namespace refhost {
@@ -19,7 +21,8 @@ struct HeapUsage {
 /// Most bytes that are kept for reuse.
 constexpr std::size_t kHeapCacheBytes = 32u << 20;
 /// Larger requests find no memory.
-constexpr std::size_t kHeapLargestRequest = std::size_t(1) << 32;
+constexpr std::size_t kHeapLargestRequest =
+    static_cast<std::size_t>(std::min<std::uint64_t>(std::uint64_t{1} << 32, PTRDIFF_MAX));
 
 HOST_API HeapUsage GetHeapUsage();
 

@@ -1,0 +1,5 @@
+if(NOT TARGET fmt::fmt)
+    add_library(fmt::fmt INTERFACE IMPORTED)
+    target_include_directories(fmt::fmt SYSTEM INTERFACE ${ZEV_HEADERS})
+    target_compile_definitions(fmt::fmt INTERFACE FMT_HEADER_ONLY)
+endif()

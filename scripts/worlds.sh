@@ -1,0 +1,111 @@
+#!/bin/sh
+# Builds libzev, the reference host and tests/worlds for other compilers, processors and systems, runs the program
+# there and compares what it prints with tests/worlds/expected.txt: scripts/worlds.sh [WORLD...], by default all of
+# them. Installs the compilers, as root or with sudo; a world whose compiler cannot be installed is said to be left
+# out. Ends with 1 if a world differs. ZEV_WORLDS=FILE also gets one line for each: name, result, compiler.
+set -eu
+cd "$(dirname "$0")/.."
+all="gcc-O0 gcc gcc-native gcc-lto clang clang-O3 libc++ i386 arm64 armhf s390x windows wasm"
+top=$PWD/build/worlds
+mkdir -p "$top"
+
+as_root=""
+[ "$(id -u)" -eq 0 ] || as_root=sudo
+
+# need PACKAGE...
+need() {
+    # shellcheck disable=SC2046
+    [ "$(dpkg-query -W -f='${db:Status-Status}\n' "$@" 2>/dev/null | grep -cx installed)" -ge $# ] ||
+        $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@" >"$top/apt.log" 2>&1 ||
+        { $as_root apt-get update && $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y \
+            --no-install-recommends "$@"; } >"$top/apt.log" 2>&1
+}
+
+# The headers of what is needed, without those of this machine's C library beside them.
+headers=$top/headers
+mkdir -p "$headers"
+for name in boost hwy nlohmann spdlog fmt fast_float; do ln -sfn "/usr/include/$name" "$headers/$name"; done
+modules=$PWD/cmake/header-only
+other="-DZEV_HEADERS=$headers -DBoost_INCLUDE_DIR=$headers -Dhwy_DIR=$modules -Dspdlog_DIR=$modules
+    -Dfmt_DIR=$modules -Dnlohmann_json_DIR=$modules"
+
+# cross PROCESSOR TRIPLET QEMU [FLAGS]
+cross() {
+    need "g++-$2" qemu-user || return 1
+    compiler=$2-g++
+    configure="$other -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_SYSTEM_PROCESSOR=$1"
+    flags="-O2 ${4:-}"
+    run="$3 -L /usr/$2"
+}
+
+world() {
+    compiler=g++ flags=-O2 configure="" run="" type=None suffix=""
+    case "$1" in
+        gcc) ;;
+        gcc-O0) flags=-O0 type=Debug ;;
+        gcc-native) flags="-O3 -march=native" ;;
+        gcc-lto) flags="-O2 -flto=auto" ;;
+        clang | clang-O3)
+            need clang || return 1
+            compiler=clang++
+            [ "$1" = clang ] || flags=-O3
+            ;;
+        libc++)
+            need clang libc++-dev libc++abi-dev || return 1
+            compiler=clang++ flags="-O2 -stdlib=libc++" configure=$other
+            ;;
+        # The registers of x87 do not round to float.
+        i386) cross i686 i686-linux-gnu qemu-i386 "-msse2 -mfpmath=sse" ;;
+        arm64) cross aarch64 aarch64-linux-gnu qemu-aarch64 ;;
+        armhf) cross arm arm-linux-gnueabihf qemu-arm "-mfpu=neon" ;;
+        s390x) cross s390x s390x-linux-gnu qemu-s390x ;;
+        windows)
+            need g++-mingw-w64-x86-64-posix wine64 || return 1
+            compiler=x86_64-w64-mingw32-g++-posix suffix=.exe
+            configure="$other -DCMAKE_SYSTEM_NAME=Windows -DCMAKE_SYSTEM_PROCESSOR=x86_64"
+            run="sh $PWD/scripts/wine.sh"
+            ;;
+        wasm)
+            need emscripten node-acorn || return 1
+            # A Node.js that is not Debian's does not look where Debian has the optimiser's parser.
+            export NODE_PATH=/usr/share/nodejs
+            compiler=em++ flags="-O2 -msimd128 -fexceptions -sALLOW_MEMORY_GROWTH" suffix=.js run=node
+            configure="$other -DCMAKE_TOOLCHAIN_FILE=/usr/share/emscripten/cmake/Modules/Platform/Emscripten.cmake"
+            ;;
+        *)
+            echo "worlds: no world $1; there are $all" >&2
+            exit 2
+            ;;
+    esac
+}
+
+failed=""
+for name in ${*:-$all}; do
+    build=$top/$name
+    result=differs
+    if ! world "$name"; then
+        result="not checked: its packages cannot be installed"
+    else
+        [ "$name" = wasm ] || configure="$configure -DCMAKE_CXX_COMPILER=$compiler"
+        # shellcheck disable=SC2086  # the lists are meant to be split
+        if cmake -S . -B "$build" -G Ninja $configure -DCMAKE_BUILD_TYPE=$type "-DCMAKE_CXX_FLAGS=$flags" \
+            -DZEV_BUILD_APP=OFF -DZEV_BUILD_TESTS=OFF -DZEV_BUILD_WORLDS=ON >"$build.log" 2>&1 &&
+            cmake --build "$build" >>"$build.log" 2>&1; then
+            # Only what differs shows.
+            # shellcheck disable=SC2086
+            $run "$build/worlds$suffix" 2>>"$build.log" | tr -d '\r' >"$build.txt" || true
+            ! grep -v '^#' tests/worlds/expected.txt | diff - "$build.txt" || result=equal
+        else
+            grep -E 'error|undefined' "$build.log" | head -20 || true
+            result="does not build, see $build.log"
+        fi
+        version=$($compiler --version | head -n 1)
+    fi
+    echo "$name: $result"
+    [ -z "${ZEV_WORLDS:-}" ] || echo "$name | $result | ${version:-} $flags" >>"$ZEV_WORLDS"
+    case "$result" in
+        equal | "not checked"*) ;;
+        *) failed="$failed $name" ;;
+    esac
+done
+[ -z "$failed" ] || { echo "worlds:$failed" >&2; exit 1; }
