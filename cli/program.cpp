@@ -1,6 +1,7 @@
 #include "program.h"
 
 #include <COM/com_error.h>
+#include <ZEV/ZEV_Version.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -98,7 +99,7 @@ int run_line(const std::vector<std::string>& arguments) {
         "Works out how a medical image is displayed (window, VOI LUT, gamma, inversion, padding, colour map) "
         "and draws it.",
         "zev");
-    app.set_version_flag("--version", "zev " ZEV_VERSION);
+    app.set_version_flag("--version", "zev " ZEV_VERSION_STRING);
     app.require_subcommand(1);
     app.get_formatter()->column_width(26);
     Run run;

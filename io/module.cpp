@@ -1,30 +1,41 @@
 #include "module.h"
 
 #include <dlfcn.h>
+#include <link.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <vector>
 
 namespace {
 
+namespace fs = std::filesystem;
+
+int add_home(dl_phdr_info* library, std::size_t, void* homes) {
+    const fs::path path = library->dlpi_name;
+    // The program itself has no name here, and others may be as they were called, perhaps by a relative path.
+    if (path.is_absolute()) static_cast<std::vector<fs::path>*>(homes)->push_back(path.parent_path());
+    return 0;
+}
+
 std::vector<std::string> module_paths(const char* fileName) {
-    namespace fs = std::filesystem;
-    std::vector<fs::path> homes;
+    std::vector<fs::path> folders;
+    if (const char* const given = std::getenv("ZEV_MODULES")) folders.emplace_back(given);
     std::error_code failed;
     const fs::path program = fs::read_symlink("/proc/self/exe", failed);
-    if (!failed) homes.push_back(program.parent_path());
-    Dl_info here{};
-    if (dladdr(reinterpret_cast<const void*>(&ModuleSymbol), &here) != 0 && here.dli_fname != nullptr) {
-        // The program's own name is as it was called, perhaps by a relative path.
-        const fs::path library = here.dli_fname;
-        if (library.is_absolute()) homes.push_back(library.parent_path());
+    if (!failed) {
+        const fs::path home = program.parent_path();
+        folders.insert(folders.end(), {home, home / ".." / "lib", home / ZEV_INSTALLED_MODULES});
     }
+    std::vector<fs::path> homes;
+    dl_iterate_phdr(&add_home, &homes);
+    for (const fs::path& home : homes) folders.insert(folders.end(), {home, home / "zev"});
     std::vector<std::string> paths;
-    for (const fs::path& home : homes) {
-        for (const fs::path& folder : {home, home / ".." / "lib"}) {
-            const fs::path path = folder / fileName;
-            if (fs::exists(path, failed)) paths.push_back(path.string());
-        }
+    for (const fs::path& folder : folders) {
+        const std::string path = (folder / fileName).string();
+        if (fs::exists(path, failed) && std::find(paths.begin(), paths.end(), path) == paths.end())
+            paths.push_back(path);
     }
     paths.emplace_back(fileName);
     return paths;

@@ -70,7 +70,7 @@ world() {
             # A Node.js that is not Debian's does not look where Debian has the optimiser's parser.
             export NODE_PATH=/usr/share/nodejs
             compiler=em++ flags="-O2 -msimd128 -fexceptions -sALLOW_MEMORY_GROWTH" suffix=.js run=node
-            configure="$other -DCMAKE_TOOLCHAIN_FILE=/usr/share/emscripten/cmake/Modules/Platform/Emscripten.cmake"
+            configure="$other -DBUILD_SHARED_LIBS=OFF -DCMAKE_TOOLCHAIN_FILE=/usr/share/emscripten/cmake/Modules/Platform/Emscripten.cmake"
             ;;
         *)
             echo "worlds: no world $1; there are $all" >&2
