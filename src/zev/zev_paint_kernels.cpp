@@ -5,6 +5,10 @@
 // Every 64-bit ARM has NEON. The scalable vectors of version 1.0.3 of the library gave wrong levels (GCC 12,
 // qemu).
 #define HWY_DISABLED_TARGETS (HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
+// Version 1.0.3 stops where the compiler may use these instructions everywhere but nobody wants them.
+#if defined(__AVX512VBMI__)
+#define HWY_WANT_AVX3_DL
+#endif
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "zev_paint_kernels.cpp"
 #include <hwy/foreach_target.h>

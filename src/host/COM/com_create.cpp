@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "COM/com_classes.h"
 #include "COM/com_object.h"
 
 #if defined(_WIN32)
@@ -20,7 +21,7 @@ namespace {
 
 struct Registry {
     std::mutex mutex;
-    std::vector<std::pair<CLSID, refhost::ComFactory>> classes;
+    std::vector<refhost::ComClass> classes = refhost::ConfigClasses();
     /// The platform's component library was started and knows the classes.
     bool inUse = false;
 };

@@ -2,7 +2,6 @@
 #include <PRM/PRM_ITree.h>
 #include <PRM/PRM_ITreeIterator.h>
 #include <PRM/PRM_ITreeRoot.h>
-#include <refhost/Com.h>
 #include <refhost/Config.h>
 #include <refhost/Unicode.h>
 
@@ -16,6 +15,7 @@
 #include <tuple>
 #include <utility>
 
+#include "COM/com_classes.h"
 #include "COM/com_object.h"
 #include "PRM/config_node.h"
 
@@ -263,13 +263,11 @@ HRESULT MakeIterator(const IID& iid, void** out) {
     return Hand(new Iterator, iid, out);
 }
 
-[[maybe_unused]] const bool s_Registered = [] {
-    RegisterComClass(CLSID_PRM_Tree, &MakeRoot);
-    RegisterComClass(CLSID_PRM_TreeIterator, &MakeIterator);
-    return true;
-}();
-
 }  // namespace
+
+std::vector<ComClass> ConfigClasses() {
+    return {{CLSID_PRM_Tree, &MakeRoot}, {CLSID_PRM_TreeIterator, &MakeIterator}};
+}
 
 void FailConfigCreation(HRESULT result) { s_CreationFailure.store(result); }
 
