@@ -1,5 +1,6 @@
 #include <COM/com_create.h>
 #include <COM/com_error.h>
+#include <PRM/PRM_Classes.h>
 #include <refhost/Com.h>
 
 #include <mutex>
@@ -7,11 +8,15 @@
 #include <utility>
 #include <vector>
 
+#include "PRM/factories.h"
+
 namespace {
 
 struct Registry {
     std::mutex mutex;
-    std::vector<std::pair<CLSID, refhost::ComFactory>> classes;
+    // Named here: of a static library only what somebody names is linked.
+    std::vector<std::pair<CLSID, refhost::ComFactory>> classes{
+        {CLSID_PRM_Tree, &refhost::MakeConfigRoot}, {CLSID_PRM_TreeIterator, &refhost::MakeConfigIterator}};
 };
 
 // Never destroyed: objects are made until the process ends.

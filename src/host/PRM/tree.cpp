@@ -1,4 +1,3 @@
-#include <PRM/PRM_Classes.h>
 #include <PRM/PRM_ITree.h>
 #include <PRM/PRM_ITreeIterator.h>
 #include <PRM/PRM_ITreeRoot.h>
@@ -18,6 +17,7 @@
 
 #include "COM/com_object.h"
 #include "PRM/config_node.h"
+#include "PRM/factories.h"
 
 namespace refhost {
 
@@ -246,7 +246,9 @@ HRESULT Hand(Object* object, const IID& iid, void** out) {
     return result;
 }
 
-HRESULT MakeRoot(const IID& iid, void** out) {
+}  // namespace
+
+HRESULT MakeConfigRoot(const IID& iid, void** out) {
     const HRESULT failure = s_CreationFailure.load(std::memory_order_relaxed);
     if (FAILED(failure)) return failure;
     try {
@@ -257,19 +259,11 @@ HRESULT MakeRoot(const IID& iid, void** out) {
     }
 }
 
-HRESULT MakeIterator(const IID& iid, void** out) {
+HRESULT MakeConfigIterator(const IID& iid, void** out) {
     const HRESULT failure = s_CreationFailure.load(std::memory_order_relaxed);
     if (FAILED(failure)) return failure;
     return Hand(new Iterator, iid, out);
 }
-
-[[maybe_unused]] const bool s_Registered = [] {
-    RegisterComClass(CLSID_PRM_Tree, &MakeRoot);
-    RegisterComClass(CLSID_PRM_TreeIterator, &MakeIterator);
-    return true;
-}();
-
-}  // namespace
 
 void FailConfigCreation(HRESULT result) { s_CreationFailure.store(result); }
 
