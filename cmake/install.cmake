@@ -33,8 +33,9 @@ else()
     zev_pc(zev "${PROJECT_DESCRIPTION}" "zevhost" ${headers} "-lzev")
 endif()
 
+set(ZEV_MODULE_DIR ${CMAKE_INSTALL_LIBDIR}/zev)
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/ZEVConfig.cmake.in ${exports}/ZEVConfig.cmake
-    INSTALL_DESTINATION ${config})
+    INSTALL_DESTINATION ${config} PATH_VARS ZEV_MODULE_DIR)
 write_basic_package_version_file(${exports}/ZEVConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${exports}/ZEVConfig.cmake ${exports}/ZEVConfigVersion.cmake
     DESTINATION ${config} COMPONENT development)
@@ -56,7 +57,7 @@ zev_pc(zevio "DICOM files in and pictures out, for ZEV" "libpng libjpeg libtiff-
 zev_pc(zevpresent "Images opened for presentation by ZEV" "zevio zev nlohmann_json" ${headers} "-lzevpresent")
 
 # The modules have a folder that is no business of the loader's; io/module.cpp finds them.
-install(TARGETS zevcodecs zevtext zevhttp LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/zev COMPONENT program)
+install(TARGETS zevcodecs zevtext zevhttp LIBRARY DESTINATION ${ZEV_MODULE_DIR} COMPONENT program)
 file(RELATIVE_PATH libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
 set_target_properties(zev_program PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries}")
 install(TARGETS zev_program RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)

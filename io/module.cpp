@@ -21,7 +21,8 @@ int add_home(dl_phdr_info* library, std::size_t, void* homes) {
 
 std::vector<std::string> module_paths(const char* fileName) {
     std::vector<fs::path> folders;
-    if (const char* const given = std::getenv("ZEV_MODULES")) folders.emplace_back(given);
+    const char* const given = std::getenv("ZEV_MODULES");
+    if (given != nullptr && *given != '\0') folders.emplace_back(given);
     std::error_code failed;
     const fs::path program = fs::read_symlink("/proc/self/exe", failed);
     if (!failed) {

@@ -1,7 +1,8 @@
 #!/bin/sh
 # Builds everything and runs every test: scripts/check.sh [PRESET] [CTEST-OPTION...], by default the preset
 # dev. scripts/check.sh PRESET --build-only builds and runs nothing. ZEV_CMAKE_FLAGS goes to cmake, and
-# ZEV_TARGETS are built instead of everything. ZEV_SKIP_BROWSER=1 leaves the tests in a browser out.
+# ZEV_TARGETS are built instead of everything. ZEV_SKIP_BROWSER=1 leaves the tests in a browser out. A run of all
+# tests of the preset dev also checks that others can install ZEV and build with it.
 set -eu
 cd "$(dirname "$0")/.."
 preset="${1:-dev}"
@@ -23,3 +24,6 @@ cmake --preset "$preset" -DZEV_BUILD_TESTS=ON ${ZEV_CMAKE_FLAGS:-}
 # shellcheck disable=SC2086
 cmake --build --preset "$preset" ${ZEV_TARGETS:+--target $ZEV_TARGETS}
 [ "${1:-}" = --build-only ] || ctest --preset "$preset" "$@"
+if [ "$preset" = dev ] && [ $# -eq 0 ] && [ -z "${ZEV_TARGETS:-}" ]; then
+    sh scripts/check-install.sh
+fi
