@@ -1,5 +1,10 @@
 #pragma once
 
+// The platform's headers, which some of the host's include, leave std::min and std::max alone.
+#if defined(_WIN32) && !defined(NOMINMAX)
+#define NOMINMAX
+#endif
+
 /// Marks a class or function that crosses the border between two of the host's libraries. On Windows a host's
 /// library is built with HOST_BUILDING_LIBRARY, and a program that links it as a static one with HOST_STATIC.
 /// Elsewhere it is default visibility, so that virtual tables, type information and exceptions are one and

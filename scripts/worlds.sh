@@ -3,6 +3,7 @@
 # there and compares what it prints with tests/worlds/expected.txt: scripts/worlds.sh [WORLD...], by default all of
 # them. Installs the compilers, as root or with sudo; a world whose compiler cannot be installed is said to be left
 # out. Ends with 1 if a world differs. ZEV_WORLDS=FILE also gets one line for each: name, result, compiler.
+# ZEV_WORLD_FLAGS goes to cmake.
 set -eu
 cd "$(dirname "$0")/.."
 all="gcc-O0 gcc gcc-native gcc-lto clang clang-O3 libc++ i386 arm64 armhf s390x windows wasm"
@@ -14,20 +15,12 @@ as_root=""
 
 # need PACKAGE...
 need() {
-    # shellcheck disable=SC2046
-    [ "$(dpkg-query -W -f='${db:Status-Status}\n' "$@" 2>/dev/null | grep -cx installed)" -ge $# ] ||
-        $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@" >"$top/apt.log" 2>&1 ||
-        { $as_root apt-get update && $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y \
-            --no-install-recommends "$@"; } >"$top/apt.log" 2>&1
+    [ "$(dpkg-query -W -f='${db:Status-Status}\n' "$@" 2>/dev/null | grep -cx installed)" -lt $# ] || return 0
+    set -- env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@"
+    { $as_root "$@" || { $as_root apt-get update && $as_root "$@"; }; } >"$top/apt.log" 2>&1
 }
 
-# The headers of what is needed, without those of this machine's C library beside them.
-headers=$top/headers
-mkdir -p "$headers"
-for name in boost hwy nlohmann spdlog fmt fast_float; do ln -sfn "/usr/include/$name" "$headers/$name"; done
-modules=$PWD/cmake/header-only
-other="-DZEV_HEADERS=$headers -DBoost_INCLUDE_DIR=$headers -Dhwy_DIR=$modules -Dspdlog_DIR=$modules
-    -Dfmt_DIR=$modules -Dnlohmann_json_DIR=$modules"
+other="-DCMAKE_PROJECT_TOP_LEVEL_INCLUDES=$PWD/cmake/worlds/headers.cmake"
 
 # cross PROCESSOR TRIPLET QEMU [FLAGS]
 cross() {
@@ -72,7 +65,8 @@ world() {
             # A Node.js that is not Debian's does not look where Debian has the optimiser's parser.
             export NODE_PATH=/usr/share/nodejs
             compiler=em++ flags="-O2 -msimd128 -fexceptions -sALLOW_MEMORY_GROWTH" suffix=.js
-            configure="$other -DBUILD_SHARED_LIBS=OFF -DCMAKE_TOOLCHAIN_FILE=/usr/share/emscripten/cmake/Modules/Platform/Emscripten.cmake"
+            toolchain=/usr/share/emscripten/cmake/Modules/Platform/Emscripten.cmake
+            configure="$other -DBUILD_SHARED_LIBS=OFF -DCMAKE_TOOLCHAIN_FILE=$toolchain"
             ;;
         *)
             echo "worlds: no world $1; there are $all" >&2
@@ -91,7 +85,7 @@ for name in ${*:-$all}; do
         [ "$name" = wasm ] || configure="$configure -DCMAKE_CXX_COMPILER=$compiler"
         # shellcheck disable=SC2086  # the lists are meant to be split
         if cmake -S . -B "$build" -G Ninja $configure -DCMAKE_BUILD_TYPE=$type "-DCMAKE_CXX_FLAGS=$flags" \
-            -DZEV_BUILD_APP=OFF -DZEV_BUILD_TESTS=OFF -DZEV_BUILD_WORLDS=ON >"$build.log" 2>&1 &&
+            -DZEV_BUILD_APP=OFF -DZEV_BUILD_TESTS=OFF -DZEV_BUILD_WORLDS=ON ${ZEV_WORLD_FLAGS:-} >"$build.log" 2>&1 &&
             cmake --build "$build" >>"$build.log" 2>&1; then
             # Only what differs shows.
             # shellcheck disable=SC2086

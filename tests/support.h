@@ -31,6 +31,15 @@
 /// What several test programs share, the usual headers included.
 namespace support {
 
+/// Of this process's environment.
+inline void SetVariable(const char* name, const std::string& value) {
+#if defined(_WIN32)
+    _putenv_s(name, value.c_str());
+#else
+    setenv(name, value.c_str(), 1);
+#endif
+}
+
 /// A message written down as {tag, VR, text or numbers}.
 class Message : public OBJ_Msg {
 public:

@@ -80,9 +80,12 @@ ZEV_PresetValue& ZEV_PresetValue::operator=(const ZEV_PresetValue& other) = defa
 ZEV_PresetValue::~ZEV_PresetValue() = default;
 
 int ZEV_PresetValue::compareTo(const RWCollectable* other) const {
+    // Not every platform's class takes a null text for an empty one.
+    const auto named = [](const _bstr_t& name) { return !name ? _bstr_t(L"") : name; };
+    const _bstr_t name = named(m_name);
     const _bstr_t otherName =
-        other == nullptr ? _bstr_t() : static_cast<const ZEV_PresetValue*>(other)->m_name;
-    return m_name < otherName ? -1 : m_name > otherName ? 1 : 0;
+        named(other == nullptr ? _bstr_t() : static_cast<const ZEV_PresetValue*>(other)->m_name);
+    return name < otherName ? -1 : name > otherName ? 1 : 0;
 }
 
 // ---- ZEV_ProcedurePreset ----

@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 #include <refhost/Libraries.h>
 #include <refhost/Texts.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <string>
 
 #include "rasters.h"
@@ -23,7 +23,8 @@ const std::string kRealName = "?vexor_MRI_WL@@YAHPAGGGHAAH1AAG2@Z";
 /// A directory of its own that LoadLibraryW looks into, and a vendor name, while it lives.
 class VendorLibrary : public testing::Test {
 protected:
-    VendorLibrary() : m_Directory(fs::temp_directory_path() / ("zev_vendor_" + std::to_string(getpid()))) {
+    VendorLibrary()
+        : m_Directory(fs::temp_directory_path() / ("zev_vendor_" + std::to_string(std::random_device()()))) {
         fs::create_directories(m_Directory);
         refhost::SetLibraryDirectory(m_Directory.string());
         refhost::SetVendorName(L"vexor");
@@ -31,11 +32,13 @@ protected:
     ~VendorLibrary() override {
         refhost::SetVendorName(L"");
         refhost::SetLibraryDirectory("");
-        fs::remove_all(m_Directory);
+        // On Windows a library that was loaded stays.
+        std::error_code stays;
+        fs::remove_all(m_Directory, stays);
     }
     /// Puts the built library there, its entry point under its real name.
     void Install() {
-        const fs::path built = fs::read_symlink("/proc/self/exe").parent_path() / "vendor_library.dll";
+        const fs::path built = ZEV_VENDOR_LIBRARY;
         std::ifstream in(built, std::ios::binary);
         std::string bytes{std::istreambuf_iterator<char>(in), {}};
         ASSERT_FALSE(bytes.empty()) << built;

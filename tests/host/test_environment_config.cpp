@@ -10,6 +10,8 @@
 #include <fstream>
 #include <string>
 
+#include "support.h"
+
 namespace {
 
 class EnvironmentConfig : public testing::Test {
@@ -174,13 +176,13 @@ TEST(EnvironmentConfigDeathTest, StartFollowsTheEnvironment) {
     std::ofstream(bad) << "{\n  \"settings\" 5}";
     EXPECT_EXIT(
         {
-            setenv("ZEV_CONFIG", good.c_str(), 1);
+            support::SetVariable("ZEV_CONFIG", good);
             std::exit(PRM_ITreePtr(CLSID_PRM_Tree)->GetInt(L"k"));
         },
         testing::ExitedWithCode(5), "");
     EXPECT_EXIT(
         {
-            setenv("ZEV_CONFIG", bad.c_str(), 1);
+            support::SetVariable("ZEV_CONFIG", bad);
             EXPECT_THROW(PRM_ITreePtr{CLSID_PRM_Tree}, _com_error);
             try {
                 refhost::EnsureConfig();

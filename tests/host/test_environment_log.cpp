@@ -16,6 +16,8 @@
 #include <thread>
 #include <vector>
 
+#include "support.h"
+
 namespace {
 
 using refhost::LogRecord;
@@ -138,14 +140,15 @@ TEST(EnvironmentLogDeathTest, TheEnvironmentSwitchesOn) {
         std::exit(0);
     };
     const std::string to = "3:" + file;
-    EXPECT_EXIT((setenv("ZEV_LOG", to.c_str(), 1), log()), testing::ExitedWithCode(0), "^$");
+    EXPECT_EXIT((support::SetVariable("ZEV_LOG", to), log()), testing::ExitedWithCode(0), "^$");
     std::ifstream in(file);
     const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     EXPECT_NE(text.find("L3 M385 src/zev/ZEV_X:12 ZEV_X::Do: caf\xC3\xA9 3\n"), std::string::npos) << text;
     EXPECT_EQ(text.find(" 4\n"), std::string::npos);
     std::remove(file.c_str());
 
-    EXPECT_EXIT((setenv("ZEV_LOG", "loud", 1), log()), testing::ExitedWithCode(0), "nothing is logged");
+    EXPECT_EXIT((support::SetVariable("ZEV_LOG", "loud"), log()), testing::ExitedWithCode(0),
+                "nothing is logged");
 }
 
 }  // namespace

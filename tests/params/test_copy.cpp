@@ -46,7 +46,7 @@ std::string state(ZEV_Params& p) {
     for (KIT_DDPInfo* info : record.GetParamsValues()) {
         // The selected entry is not copied by every way.
         const _bstr_t tag(info->m_TagName.data()), value(info->m_Value.data());
-        if (tag != L"MIREL_SELECTED_WINDOWING") s += static_cast<const char*>(value);
+        if (tag != _bstr_t(L"MIREL_SELECTED_WINDOWING")) s += static_cast<const char*>(value);
     }
     return s;
 }

@@ -56,7 +56,7 @@ TEST_F(PresetsTest, BuiltinPalettesAreTheStandards) {
             ASSERT_NE(found, palettes.end());
             const Palette& palette = found->second;
             SCOPED_TRACE(palette.name);
-            EXPECT_TRUE(_bstr_t(map.GetName()) == palette.name.c_str());
+            EXPECT_TRUE(_bstr_t(map.GetName()) == _bstr_t(palette.name.c_str()));
             ASSERT_EQ(palette.colors.size(), 256u);
             for (int entry = 0; entry < 256; ++entry) {
                 const KIT_Color have = map.TransformColor(entry);

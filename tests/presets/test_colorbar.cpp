@@ -41,7 +41,7 @@ TEST_F(ColorbarPresetsDeathTest, GroupsAndTheirMarks) {
         // The first group that is marked stays, though it is empty.
         EXPECT_TRUE(ZEV_Presets::GetAlwaysVisibilePresets(kPt) == 6);
         const ZEV_Presets::UnitsCount& visible = keeper.NumOfAlwaysVisiblePresets(kPt);
-        EXPECT_TRUE(visible.first == L"percentage_max_range" && visible.second == 0);
+        EXPECT_TRUE(visible.first == _bstr_t(L"percentage_max_range") && visible.second == 0);
         EXPECT_TRUE(ZEV_Presets::GetAlwaysVisibilePresets(kNone) == -1);
         EXPECT_TRUE(keeper.NumOfAlwaysVisiblePresets(kNone).second == 1);
         EXPECT_TRUE(Has(kPt, 2) && Has(kPt, 4) && Has(kPt, 6) && Has(kNone, -1) && !Has(kPt, 3));
@@ -52,7 +52,7 @@ TEST_F(ColorbarPresetsDeathTest, GroupsAndTheirMarks) {
         forget_color_maps();
         EXPECT_TRUE(second.Init(L"windowing") == 0);
         EXPECT_TRUE(second.GetColorbarProcedurePresets(kPt, L"suv_bw") == nullptr);
-        EXPECT_TRUE(second.NumOfAlwaysVisiblePresets(kPt).first == L"");
+        EXPECT_TRUE(second.NumOfAlwaysVisiblePresets(kPt).first == _bstr_t(L""));
         ZEV_ProcedurePreset* const mine = keeper.GetColorbarProcedurePresets(kPt, L"suv_bw");
         second = keeper;
         ZEV_ProcedurePreset* const copied = second.GetColorbarProcedurePresets(kPt, L"suv_bw");

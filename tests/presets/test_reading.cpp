@@ -108,7 +108,7 @@ TEST_F(PresetsTest, ColorMapsAreReadKeyByKey) {
     EXPECT_TRUE(stepped.GetThresholdMin() == 0.0f && stepped.GetThresholdMax() == 0.0f);
     EXPECT_TRUE(stepped.TransformColor(126).toRGB() == 0 && stepped.TransformColor(255).toRGB() == 0x80);
     ZEV_ColorMap& smooth = *set.GetColorMap(3);
-    EXPECT_TRUE(smooth.GetIsSUVType() && smooth.GetIsSmooth() && smooth.GetThresholdUnits() == L"t");
+    EXPECT_TRUE(smooth.GetIsSUVType() && smooth.GetIsSmooth() && smooth.GetThresholdUnits() == _bstr_t(L"t"));
     EXPECT_TRUE(smooth.GetThresholdMin() == 1.5f &&
                 smooth.GetThresholdMax() == std::numeric_limits<float>::max());
     // A colour that is a number is not a text, and so not a colour.

@@ -154,8 +154,8 @@ TEST_F(Masks, TheOwnedMaskMayComeAgainUnderAnotherParameter) {
 }
 
 TEST(PolygonMask, HostileOutlinesStayInsideTheCut) {
-    const double far = 1e308, nan = std::nan("");
-    const KIT_PolygonMask::Ring rings[] = {{{-far, -far}, {far, far}, {0, 1.5e308}},
+    const double distant = 1e308, nan = std::nan("");
+    const KIT_PolygonMask::Ring rings[] = {{{-distant, -distant}, {distant, distant}, {0, 1.5e308}},
                                            {{nan, 0}, {5, 0}, {0, 5}},
                                            {{-9e8, -9e8}, {9e8, -9e8}, {3, 9e8}},
                                            {{1, 1}, {2, 2}},
@@ -203,13 +203,13 @@ TEST_F(Masks, RefusalsAndEmptySets) {
 TEST(MaskItem, TolerancesAndMasks) {
     Region param;
     ZEV_Masks::PolygonItem item("x", &param, nullptr, true);
-    float zero[4][4] = {}, near[4][4] = {}, far[4][4] = {};
-    near[2][3] = 0.0004f, far[2][3] = 0.0006f;
+    float zero[4][4] = {}, close[4][4] = {}, distant[4][4] = {};
+    close[2][3] = 0.0004f, distant[2][3] = 0.0006f;
     EXPECT_TRUE(item.IsPolygon());
     EXPECT_TRUE(item.ScreenMatrixChanged(zero));
     item.SetLines(new KIT_LinesMask, zero, zero, KIT_Rect(1, 2, 3, 4));
-    EXPECT_FALSE(item.ScreenMatrixChanged(near) || item.RasterMatrixChanged(near));
-    EXPECT_TRUE(item.ScreenMatrixChanged(far) && item.RasterMatrixChanged(far));
+    EXPECT_FALSE(item.ScreenMatrixChanged(close) || item.RasterMatrixChanged(close));
+    EXPECT_TRUE(item.ScreenMatrixChanged(distant) && item.RasterMatrixChanged(distant));
     EXPECT_TRUE(item.RectDiffers(KIT_Rect(2, 1, 3, 4)));
     // An empty mask is not taken and stays the caller's; its counter is taken all the same.
     KIT_LinesMask empty;

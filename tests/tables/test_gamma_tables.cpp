@@ -23,19 +23,21 @@ Table* gamma_table(float gamma, int depth, bool trueColor) {
 }
 
 TEST(GammaTables, OneSlotForAStepAndTheNumbersOfTheFirst) {
-    G8* const first = gamma_table<G8>(1.26f, 8, false);
-    ASSERT_NE(first, nullptr);
-    EXPECT_EQ(gamma_table<G8>(1.34f, 16, true), first);
-    EXPECT_EQ(first->GetTable()[128],
-              static_cast<unsigned char>(255.0 * std::pow(128.0 / 255.0, 1.26f) + 0.5));
-    EXPECT_EQ(gamma_table<G8>(1.04f, 8, false), gamma_table<G8>(1.0f, 8, false));
-    EXPECT_NE(gamma_table<G8>(1.05f, 8, false), gamma_table<G8>(1.0f, 8, false));
-    EXPECT_EQ(gamma_table<G8>(2.0f, 8, true)->GetTable()[128], 64);
+    support::InOwnProcess([] {
+        G8* const first = gamma_table<G8>(1.26f, 8, false);
+        ASSERT_NE(first, nullptr);
+        EXPECT_EQ(gamma_table<G8>(1.34f, 16, true), first);
+        EXPECT_EQ(first->GetTable()[128],
+                  static_cast<unsigned char>(255.0 * std::pow(128.0 / 255.0, 1.26f) + 0.5));
+        EXPECT_EQ(gamma_table<G8>(1.04f, 8, false), gamma_table<G8>(1.0f, 8, false));
+        EXPECT_NE(gamma_table<G8>(1.05f, 8, false), gamma_table<G8>(1.0f, 8, false));
+        EXPECT_EQ(gamma_table<G8>(2.0f, 8, true)->GetTable()[128], 64);
 
-    G16* const power = gamma_table<G16>(3.0f, 10, false);
-    EXPECT_EQ(power->GetTable()[1023], 1023);
-    EXPECT_EQ(power->GetTable()[512], 128);
-    EXPECT_EQ(power->GetTable()[1024], 0);
+        G16* const power = gamma_table<G16>(3.0f, 10, false);
+        EXPECT_EQ(power->GetTable()[1023], 1023);
+        EXPECT_EQ(power->GetTable()[512], 128);
+        EXPECT_EQ(power->GetTable()[1024], 0);
+    });
 }
 
 TEST(GammaTables, TheDeepIdentityReachesTwiceTheFirstDepth) {

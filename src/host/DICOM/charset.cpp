@@ -76,6 +76,8 @@ private:
             {"UTF-8", CP_UTF8},    {"TIS-620", 874},      {"SHIFT_JIS", 932},
             {"EUC-JP", kJapanese}, {"EUC-KR", 20949},     {"GB2312", 936},
             {"GBK", 936},          {"GB18030", kChinese}, {"ISO-8859-15", 28605}};
+        // Wine lacks it; two bytes of it are those of GBK.
+        if (name == "GB18030" && IsValidCodePage(kChinese) == FALSE) return pages.at("GBK");
         const auto found = pages.find(name);
         // ISO-8859-1 to -9.
         return found != pages.end() ? found->second : 28590 + static_cast<UINT>(name.back() - '0');

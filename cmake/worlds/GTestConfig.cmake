@@ -1,0 +1,12 @@
+# From the distribution's sources.
+set(sources /usr/src/googletest/googletest)
+find_package(Threads REQUIRED)
+foreach(name IN ITEMS gtest gtest_main)
+    add_library(${name} STATIC EXCLUDE_FROM_ALL ${sources}/src/${name}.cc)
+    add_library(GTest::${name} ALIAS ${name})
+    target_include_directories(${name} SYSTEM PUBLIC ${sources}/include PRIVATE ${sources})
+endforeach()
+target_sources(gtest PRIVATE ${sources}/src/gtest-all.cc)
+set_source_files_properties(${sources}/src/gtest.cc PROPERTIES HEADER_FILE_ONLY ON)
+target_link_libraries(gtest PUBLIC Threads::Threads)
+target_link_libraries(gtest_main PUBLIC gtest)
