@@ -40,6 +40,10 @@ write_basic_package_version_file(${exports}/ZEVConfigVersion.cmake COMPATIBILITY
 install(FILES ${exports}/ZEVConfig.cmake ${exports}/ZEVConfigVersion.cmake
     DESTINATION ${config} COMPONENT development)
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zev COMPONENT libraries)
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zev-doc COMPONENT doc)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zev-doc COMPONENT doc)
 
 if(NOT ZEV_BUILD_APP)
     return()
