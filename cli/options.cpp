@@ -10,6 +10,7 @@
 
 namespace {
 
+constexpr const char* kOneOf = "one-of";
 constexpr int kMostBrightness = 100;
 constexpr int kMostInt = std::numeric_limits<int>::max();
 
@@ -45,6 +46,9 @@ CLI::Validator NumberFrom(double low, double high) { return between(low, high, f
 CLI::Validator WholeNumberFrom(int low, int high) { return between(low, high, true); }
 
 CLI::Validator OneOf(std::vector<std::string> words) {
+    // The name carries the words to WordsOf; nothing shows it.
+    std::string name = kOneOf;
+    for (const std::string& word : words) name += " " + word;
     const auto check = [words = std::move(words)](std::string& text) -> std::string {
         if (std::find(words.begin(), words.end(), text) != words.end()) return "";
         std::string list;
@@ -52,7 +56,19 @@ CLI::Validator OneOf(std::vector<std::string> words) {
             list += (i == 0 ? "" : i + 1 == words.size() ? " or " : ", ") + words[i];
         return "must be " + list + ", not '" + text + "'";
     };
-    return CLI::Validator(check, "");
+    return CLI::Validator(check, "", name);
+}
+
+std::vector<std::string> WordsOf(const CLI::Option& option) {
+    try {
+        const std::string name = const_cast<CLI::Option&>(option).get_validator(0)->get_name();
+        std::vector<std::string> words = CLI::detail::split(name, ' ');
+        if (words.front() != kOneOf) return {};
+        words.erase(words.begin());
+        return words;
+    } catch (const CLI::OptionNotFound&) {
+        return {};
+    }
 }
 
 std::vector<std::string> InputsOf(const std::string& image, const PresentationOptions& options,

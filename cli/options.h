@@ -27,3 +27,5 @@ CLI::Validator NumberFrom(double low, double high);
 CLI::Validator WholeNumberFrom(int low, int high);
 /// Checks that a value is one of a few words.
 CLI::Validator OneOf(std::vector<std::string> words);
+/// The words of an option with that check; empty for any other.
+std::vector<std::string> WordsOf(const CLI::Option& option);

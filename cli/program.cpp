@@ -13,8 +13,10 @@
 
 #include "commands.h"
 #include "io/present_error.h"
+#include "options.h"
 #include "output.h"
 #include "present/catalogue.h"
+#include "shell_help.h"
 
 namespace {
 
@@ -107,7 +109,25 @@ int run_line(const std::vector<std::string>& arguments) {
     std::string topic;
     CLI::App* help = app.add_subcommand("help", "Show help for the program, or for one command");
     help->add_option("COMMAND", topic, "Which command");
-    help->callback([&] { run = [&] { print_help(topic.empty() ? app : *command_of(app, topic)); }; });
+    // For the build; in no group, and so not shown.
+    bool asManual = false;
+    std::string shell;
+    help->add_flag("--man", asManual)->group("");
+    help->add_option("--completion", shell)->check(OneOf({"bash", "zsh", "fish"}))->group("");
+    help->callback([&] {
+        run = [&] {
+            const CLI::App& about = topic.empty() ? app : *command_of(app, topic);
+            if (!shell.empty()) {
+                std::cout << Completion(app, shell);
+            } else if (asManual && &about != &app) {
+                std::cout << ManualPage(about, ZEV_VERSION_STRING);
+            } else {
+                // The help of an app is that of the command on its line.
+                app.clear();
+                print_help(about);
+            }
+        };
+    });
 
     if (arguments.empty()) {
         print_help(app);

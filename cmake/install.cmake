@@ -40,6 +40,10 @@ write_basic_package_version_file(${exports}/ZEVConfigVersion.cmake COMPATIBILITY
 install(FILES ${exports}/ZEVConfig.cmake ${exports}/ZEVConfigVersion.cmake
     DESTINATION ${config} COMPONENT development)
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zev COMPONENT libraries)
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zev-doc COMPONENT doc)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zev-doc COMPONENT doc)
 
 if(NOT ZEV_BUILD_APP)
     return()
@@ -62,5 +66,7 @@ file(RELATIVE_PATH libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_L
 set_target_properties(zev_program PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries}")
 install(TARGETS zev_program RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
 install(FILES ${PROJECT_SOURCE_DIR}/cli/zev.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT program)
-install(FILES ${PROJECT_SOURCE_DIR}/cli/zev.bash-completion RENAME zev
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT program)
+install(DIRECTORY ${ZEV_HELP}/man1 DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT program)
+install(FILES ${ZEV_HELP}/zev DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT program)
+install(FILES ${ZEV_HELP}/_zev DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT program)
+install(FILES ${ZEV_HELP}/zev.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT program)

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Installs what the build needs from the distribution; with "tests" or "bench" also what those need, with
+# Installs what the build needs from the distribution; with "tests", "bench" or "packages" also what those need, with
 # "checks" also the other compiler and the checkers, with "slurm" a batch system, with "peers" other DICOM tools and
 # with "browser" what tests the page of zev view. Does nothing when all of it is there.
 set -eu
@@ -10,6 +10,7 @@ libfreetype-dev fonts-dejavu-core libcpp-httplib-dev"
 case "${1:-}" in
     tests) packages="$packages libgtest-dev" ;;
     bench) packages="$packages libbenchmark-dev" ;;
+    packages) packages="$packages dpkg-dev lintian mmdebstrap" ;;
     checks) packages="$packages libgtest-dev clang clang-format clang-tidy" ;;
 esac
 

@@ -94,21 +94,48 @@ TEST_F(Program, ExitStatusAndOneLinePerFailure) {
     }
 }
 
-TEST_F(Program, ManPageAndCompletionKnowEveryOption) {
+std::string without_backslashes(std::string text) {
+    text.erase(std::remove(text.begin(), text.end(), '\\'), text.end());
+    return text;
+}
+
+TEST_F(Program, ManPagesAndCompletionsKnowEveryOption) {
     const std::string source = std::string(ZEV_SOURCE_DIR) + "/cli/";
-    std::string manual = support::ReadFile(source + "zev.1");
-    manual.erase(std::remove(manual.begin(), manual.end(), '\\'), manual.end());
-    const std::string completion = support::ReadFile(source + "zev.bash-completion");
-    for (const char* command :
-         {"render", "info", "explain", "table", "auto", "presets", "colormaps", "save"}) {
-        const std::string help = Run(std::string("help ") + command).out;
-        const std::regex option("--[a-z-]+");
-        for (std::sregex_iterator it(help.begin(), help.end(), option), end; it != end; ++it) {
-            if (it->str() == "--help") continue;
-            const bool inManual = it->str() == "--output" || manual.find(it->str()) != std::string::npos;
-            EXPECT_TRUE(inManual && completion.find(it->str()) != std::string::npos) << it->str();
+    const std::string manual = without_backslashes(support::ReadFile(source + "zev.1"));
+    const std::string built = support::ReadFile(source + "CMakeLists.txt");
+    const std::string bash = Run("help --completion bash").out, zsh = Run("help --completion zsh").out,
+                      fish = Run("help --completion fish").out;
+    const std::string program = Run("help").out;
+    const std::regex line("\n  ([a-z]+) +[A-Z]"), option("--[a-z-]+");
+    int commands = 0;
+    for (std::sregex_iterator it(program.begin(), program.end(), line), end; it != end; ++it, ++commands) {
+        const std::string command = (*it)[1];
+        SCOPED_TRACE(command);
+        EXPECT_NE(built.find(" " + command), std::string::npos) << "its page is not installed";
+        const std::string page = without_backslashes(Run("help --man " + command).out);
+        EXPECT_EQ(page.rfind(".TH ZEV-", 0), 0U);
+        const std::string help = Run("help " + command).out;
+        for (std::sregex_iterator name(help.begin(), help.end(), option); name != end; ++name) {
+            const std::string text = name->str();
+            EXPECT_NE(page.find(text), std::string::npos) << text;
+            EXPECT_NE(bash.find(text), std::string::npos) << text;
+            EXPECT_NE(zsh.find(text), std::string::npos) << text;
+            EXPECT_NE(fish.find("-l " + text.substr(2)), std::string::npos) << text;
+            const bool isGeneral = text == "--help" || text == "--output";
+            EXPECT_TRUE(isGeneral || manual.find(text) != std::string::npos) << text;
         }
     }
+    EXPECT_GE(commands, 12);
+}
+
+TEST_F(Program, CompletionOffersTheWordsOfAnOption) {
+    const std::string script = m_Directory / "completion.bash", offered = m_Directory / "offered";
+    std::ofstream(script) << Run("help --completion bash").out
+                          << "COMP_WORDS=(zev render --format p) COMP_CWORD=3\n_zev\n"
+                             "echo \"${COMPREPLY[*]}\" >'"
+                          << offered << "'\n";
+    ASSERT_EQ(std::system(("bash '" + script + "'").c_str()), 0);
+    EXPECT_EQ(support::ReadFile(offered), "png pgm ppm\n");
 }
 
 TEST_F(Program, DemoDrawsEverySampleAndAContactSheet) {

@@ -1,0 +1,50 @@
+# Debian packages by CPack, with the preset package; scripts/check-packages.sh builds and tries them.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME zev)
+set(CPACK_PACKAGE_VENDOR "ZEV")
+set(CPACK_PACKAGE_CONTACT "ZEV developers <zev@zev-developers.org>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_COMPONENTS_ALL libraries development program doc)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/package_files.cmake)
+set(same "(= ${PROJECT_VERSION})")
+
+set(text "ZEV works out window, rescale, gamma, inversion, VOI LUT, padding and\ncolour map of a medical image, and draws it.\n")
+set(CPACK_COMPONENT_LIBRARIES_DESCRIPTION "decides how medical images look (libraries)\n${text}This package has the shared libraries.")
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_NAME libzev${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SHLIBDEPS ON)
+set(control ${PROJECT_BINARY_DIR}/control)
+file(WRITE ${control}/triggers "activate-noawait ldconfig\n")
+file(WRITE ${control}/shlibs "")
+foreach(name IN ITEMS libzev libzevhost)
+    file(APPEND ${control}/shlibs
+        "${name} ${PROJECT_VERSION_MAJOR} libzev${PROJECT_VERSION_MAJOR} (>= ${PROJECT_VERSION})\n")
+endforeach()
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA ${control}/triggers ${control}/shlibs)
+
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "decides how medical images look (headers)\n${text}This package has the headers, and what CMake and pkg-config need.")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzev-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libzev${PROJECT_VERSION_MAJOR} ${same}, libboost-dev")
+# What opens DICOM files takes more.
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS
+    "zev ${same}, nlohmann-json3-dev, libfast-float-dev, libpng-dev, libjpeg-dev, libtiff-dev, libisal-dev, zlib1g-dev")
+
+set(CPACK_COMPONENT_PROGRAM_DESCRIPTION "draws and explains medical images\n${text}This package has the program zev.")
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME zev)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION science)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "libzev${PROJECT_VERSION_MAJOR} ${same}")
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS fonts-dejavu-core)
+
+set(CPACK_COMPONENT_DOC_DESCRIPTION "decides how medical images look (documentation)\n${text}This package has what there is to read, and the examples.")
+set(CPACK_DEBIAN_DOC_PACKAGE_NAME zev-doc)
+set(CPACK_DEBIAN_DOC_PACKAGE_SECTION doc)
+set(CPACK_DEBIAN_DOC_PACKAGE_ARCHITECTURE all)
+
+include(CPack)
