@@ -50,7 +50,8 @@ check_tree() {
     quietly cmake -S examples -B "$folder/$1-cmake" -G Ninja -DCMAKE_PREFIX_PATH="$folder/$1"
     quietly cmake --build "$folder/$1-cmake" -j "$jobs"
     export ZEV_MODULES="$3"
-    draw_all "$folder/$1-cmake/minimal" "$folder/$1-cmake/viewer_loop" "$folder/$1-cmake/open_dicom"
+    draw_all "$folder/$1-cmake/minimal" "$folder/$1-cmake/viewer_loop" "$folder/$1-cmake/settings" \
+        "$folder/$1-cmake/open_dicom"
     # The modules were found: the annotations of the state have their texts.
     "$folder/$1/bin/zev" render "$folder/samples/ct.dcm" --gsps "$folder/samples/ct-state.dcm" \
         -o "$folder/drawn/zev.ppm"
@@ -58,13 +59,14 @@ check_tree() {
     say "$1: found by CMake"
 
     export PKG_CONFIG_PATH="$folder/$1/lib/pkgconfig"
-    for program in minimal viewer_loop open_dicom; do
+    for program in minimal viewer_loop settings open_dicom; do
         package=zev
         [ $program != open_dicom ] || package=zevpresent
         # shellcheck disable=SC2046  # flags are meant to be split
         quietly g++ -std=c++17 "examples/$program.cpp" -o "$folder/$program" $(pkg-config --cflags --libs $package)
     done
-    LD_LIBRARY_PATH=$folder/$1/lib draw_all "$folder/minimal" "$folder/viewer_loop" "$folder/open_dicom"
+    LD_LIBRARY_PATH=$folder/$1/lib draw_all "$folder/minimal" "$folder/viewer_loop" "$folder/settings" \
+        "$folder/open_dicom"
     say "$1: found by pkg-config"
 }
 

@@ -1,7 +1,7 @@
 #!/bin/sh
-# Installs what the build needs from the distribution; with "tests", "bench" or "packages" also what those need, with
-# "checks" also the other compiler and the checkers, with "slurm" a batch system, with "peers" other DICOM tools and
-# with "browser" what tests the page of zev view. Does nothing when all of it is there.
+# Installs what the build needs from the distribution; with "tests", "bench", "docs" or "packages" also what those
+# need, with "checks" also the other compiler and the checkers, with "slurm" a batch system, with "peers" other DICOM
+# tools and with "browser" what tests the page of zev view. Does nothing when all of it is there.
 set -eu
 
 packages="build-essential cmake ninja-build ccache libgdcm-dev libboost-dev libhwy-dev nlohmann-json3-dev
@@ -10,7 +10,8 @@ libfreetype-dev fonts-dejavu-core libcpp-httplib-dev"
 case "${1:-}" in
     tests) packages="$packages libgtest-dev" ;;
     bench) packages="$packages libbenchmark-dev" ;;
-    packages) packages="$packages dpkg-dev lintian mmdebstrap" ;;
+    packages) packages="$packages dpkg-dev lintian mmdebstrap doxygen" ;;
+    docs) packages="$packages doxygen" ;;
     checks) packages="$packages libgtest-dev clang clang-format clang-tidy" ;;
 esac
 
