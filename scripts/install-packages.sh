@@ -1,5 +1,5 @@
 #!/bin/sh
-# Installs what the build needs from the distribution; with "tests", "bench", "docs" or "packages" also what those
+# Installs what the build needs from the distribution; with "tests", "bench", "docs", "fuzz" or "packages" also what those
 # need, with "checks" also the other compiler and the checkers, with "slurm" a batch system, with "peers" other DICOM
 # tools and with "browser" what tests the page of zev view. Does nothing when all of it is there.
 set -eu
@@ -12,6 +12,7 @@ case "${1:-}" in
     bench) packages="$packages libbenchmark-dev" ;;
     packages) packages="$packages dpkg-dev lintian mmdebstrap doxygen" ;;
     docs) packages="$packages doxygen" ;;
+    fuzz) packages="$packages clang libclang-rt-14-dev" ;;
     checks) packages="$packages libgtest-dev clang clang-format clang-tidy" ;;
 esac
 
