@@ -87,10 +87,15 @@ std::string bash_completion(const CLI::App& app) {
             const std::vector<std::string> names = names_of(*option);
             all.insert(all.end(), names.begin(), names.end());
             const std::vector<std::string> words = WordsOf(*option);
-            for (const std::string& shown : words.empty() ? std::vector<std::string>() : names) {
-                values += "        \"" + name + " " + shown + "\") mapfile -t COMPREPLY < <(compgen -W \"" +
-                          joined(words, " ") + "\" -- \"$word\"); return ;;\n";
-            }
+            if (words.empty()) continue;
+            for (const std::string& shown : names)
+                values.append(values.empty() || values.back() == '\n' ? "        \"" : " | \"")
+                    .append(name)
+                    .append(" ")
+                    .append(shown)
+                    .append("\"");
+            values.append(") mapfile -t COMPREPLY < <(compgen -W \"").append(joined(words, " "));
+            values += "\" -- \"$word\"); return ;;\n";
         }
         options += "        " + name + ") options=\"" + joined(all, " ") + "\" ;;\n";
     }
@@ -118,6 +123,10 @@ complete -o filenames -F _zev zev
 )";
 }
 
+std::string zsh_option(const std::string& name, const std::string& about, const std::string& value) {
+    return "*" + name + "[" + about + "]" + value;
+}
+
 std::string zsh_completion(const CLI::App& app) {
     std::string commands, cases;
     for (const CLI::App* command : commands_of(app)) {
@@ -130,10 +139,9 @@ std::string zsh_completion(const CLI::App& app) {
             const std::string value = !takes_value(*option) ? ""
                                       : words.empty()       ? ":value:_files"
                                                             : ":value:(" + joined(words, " ") + ")";
-            for (const std::string& shown : names_of(*option)) {
-                cases += " \\\n        " +
-                         quoted("*" + shown + "[" + replaced(brief(*option), "[]\\", "\\") + "]" + value);
-            }
+            const std::string about = replaced(brief(*option), "[]\\", "\\");
+            for (const std::string& shown : names_of(*option))
+                cases.append(" \\\n        ").append(quoted(zsh_option(shown, about, value)));
         }
         cases += " \\\n        " +
                  std::string(name == "help" ? "'1:command:(${(j: :)${commands%%:*}})'" : "'*:file:_files'") +

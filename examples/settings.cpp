@@ -1,5 +1,5 @@
-// Presets by name, and a presentation that is saved into the image's attributes and opened again. Writes settings.txt,
-// or the file that is named.
+// Presets by name, and a presentation that is saved into the image's attributes and opened again. Writes
+// settings.txt, or the file that is named.
 
 #include <DICOM/Dicom_CS.h>
 #include <DICOM/Dicom_DS.h>

@@ -1,5 +1,5 @@
-// The loop of a viewer: the user drags a window, the renderer draws frozen copies, and two regions have windows of
-// their own. Writes drag-0.ppm to drag-3.ppm into the current folder, or the one that is named.
+// The loop of a viewer: the user drags a window, the renderer draws frozen copies, and two regions have
+// windows of their own. Writes drag-0.ppm to drag-3.ppm into the current folder, or the one that is named.
 
 #include <KIT/KIT_BaseParamsVec.h>
 #include <KIT/KIT_PolygonMask.h>

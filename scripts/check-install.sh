@@ -77,12 +77,27 @@ quietly cmake --build build/static -j "$jobs"
 check_tree static build/static "$folder/static/lib/zev"
 
 launcher=$(command -v ccache || true)
-quietly cmake -S examples/fetch -B "$folder/fetch" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+quietly cmake -S examples/fetch -B build/fetched -G Ninja -DCMAKE_BUILD_TYPE=Release \
     -DCMAKE_EXPORT_COMPILE_COMMANDS=ON -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"
-quietly cmake --build "$folder/fetch" -j "$jobs"
-draw_all "$folder/fetch/minimal"
-if grep 'minimal.cpp.o' "$folder/fetch/compile_commands.json" | grep -e -ffp-contract -e -Wconversion -e c++17; then
+quietly cmake --build build/fetched -j "$jobs"
+draw_all "$source/build/fetched/minimal"
+if grep 'minimal.cpp.o' build/fetched/compile_commands.json | grep -e -ffp-contract -e -Wconversion -e c++17; then
     say "the other project is compiled with our flags" >&2
     exit 1
 fi
 say "a part of another project: good"
+
+quietly cmake -S examples/own_host -B build/own_host -G Ninja -DCMAKE_BUILD_TYPE=Release \
+    -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"
+quietly cmake --build build/own_host -j "$jobs"
+draw_all "$source/build/own_host/viewer"
+if nm -C build/own_host/viewer | grep -E ' [TW] (refhost::|KIT_LinesMask::AddRun)'; then
+    say "the reference host is linked beside the other one" >&2
+    exit 1
+fi
+# The reference host gives the same picture.
+# shellcheck disable=SC2046
+quietly g++ -std=c++17 examples/own_host/viewer.cpp -o "$folder/viewer" \
+    $(PKG_CONFIG_PATH=$folder/shared/lib/pkgconfig pkg-config --cflags --libs zev)
+LD_LIBRARY_PATH=$folder/shared/lib draw_all "$folder/viewer"
+say "a host of somebody else's: good"
