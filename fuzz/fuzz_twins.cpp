@@ -20,8 +20,11 @@ void compare_fills(const zev::Ramp& ramp, const Steps& steps, double scale, doub
         values[k] = static_cast<Out>(static_cast<unsigned>(k) * 0x01020304u + 1u);
     std::vector<Out> plain(static_cast<std::size_t>(ramp.S), Out{0});
     std::vector<Out> fast(plain);
+    zev::FillBelow(plain.data(), ramp, Out{7}), zev::FillBelow(fast.data(), ramp, Out{7});
     zev::FillRampPlain(plain.data(), ramp, steps, [&](int k) { return values[k < 255 ? k : 255]; });
     zev::FillRampBySteps(fast.data(), ramp, steps, values, scale, offset);
+    // The fast one may write into what lies above.
+    zev::FillAbove(plain.data(), ramp, Out{9}), zev::FillAbove(fast.data(), ramp, Out{9});
     fuzz::Require(plain == fast);
 }
 
