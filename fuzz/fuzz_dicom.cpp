@@ -1,6 +1,6 @@
-// Any bytes as a DICOM file, as a directory of a medium, as a compressed frame and as a worker's answer: all that the
-// project reads itself. The library for unusual files and compressed pixels runs in a process of its own and is not
-// looked at here.
+// Any bytes as a DICOM file, as a directory of a medium, as a compressed frame and as a worker's answer: all
+// that the project reads itself. The library for unusual files and compressed pixels runs in a process of its
+// own and is not looked at here.
 
 #include <memory>
 

@@ -1,4 +1,5 @@
-// Any text as a region, which must read back as itself; any outline as a mask, against the test of single pixels.
+// Any text as a region, which must read back as itself; any outline as a mask, against the test of single
+// pixels.
 
 #include <KIT/KIT_LinesMask.h>
 #include <KIT/KIT_PolygonMask.h>

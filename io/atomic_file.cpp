@@ -112,14 +112,19 @@ AtomicFile::AtomicFile(const std::string& path, Disk disk)
     : m_Path(path), m_Target(behind_links(path)), m_Disk(disk) {
     const std::optional<struct stat> status = status_of(m_Target);
     if (status && S_ISDIR(status->st_mode)) fail(EISDIR);
-    if (is_standard_output(path) || is_open_file(m_Target) || (status && !S_ISREG(status->st_mode))) {
-        open_straight();
-    } else {
-        open_temporary();
+    const bool isFile =
+        !is_standard_output(path) && !is_open_file(m_Target) && (!status || S_ISREG(status->st_mode));
+    try {
+        isFile ? open_temporary() : open_straight();
+    } catch (...) {
+        drop();
+        throw;
     }
 }
 
-AtomicFile::~AtomicFile() {
+AtomicFile::~AtomicFile() { drop(); }
+
+void AtomicFile::drop() {
     if (m_File >= 0) close(m_File);
     if (!m_Temporary.empty()) unlink(m_Temporary.c_str());
 }

@@ -38,6 +38,7 @@ public:
 private:
     void open_straight();
     void open_temporary();
+    void drop();
     [[noreturn]] void fail(int error) const;
 
     std::string m_Path;       ///< as given
