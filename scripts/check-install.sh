@@ -9,6 +9,8 @@ source=$PWD
 build=${1:-build/dev}
 jobs=$(nproc)
 
+# With what scripts/check.sh compiled before, where ccache is.
+export CCACHE_BASEDIR="${CCACHE_BASEDIR:-$PWD}" CCACHE_NOHASHDIR=1
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT INT TERM
 say() { echo "check-install: $*"; }
@@ -71,13 +73,14 @@ check_tree() {
 }
 
 check_tree shared "$build" ""
+# shellcheck disable=SC2086  # flags are meant to be split
 quietly cmake -S . -B build/static -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBUILD_SHARED_LIBS=OFF \
-    -DZEV_BUILD_TESTS=OFF
+    -DZEV_BUILD_TESTS=OFF ${ZEV_CMAKE_FLAGS:-}
 quietly cmake --build build/static -j "$jobs"
 check_tree static build/static "$folder/static/lib/zev"
 
 launcher=$(command -v ccache || true)
-quietly cmake -S examples/fetch -B build/fetched -G Ninja -DCMAKE_BUILD_TYPE=Release \
+quietly cmake -S examples/fetch -B build/fetched -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DCMAKE_EXPORT_COMPILE_COMMANDS=ON -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"
 quietly cmake --build build/fetched -j "$jobs"
 draw_all "$source/build/fetched/minimal"
@@ -87,7 +90,7 @@ if grep 'minimal.cpp.o' build/fetched/compile_commands.json | grep -e -ffp-contr
 fi
 say "a part of another project: good"
 
-quietly cmake -S examples/own_host -B build/own_host -G Ninja -DCMAKE_BUILD_TYPE=Release \
+quietly cmake -S examples/own_host -B build/own_host -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"
 quietly cmake --build build/own_host -j "$jobs"
 draw_all "$source/build/own_host/viewer"

@@ -8,6 +8,8 @@ cd "$(dirname "$0")/.."
 preset="${1:-dev}"
 [ $# -eq 0 ] || shift
 
+# Builds in several folders share what is compiled.
+export CCACHE_BASEDIR="${CCACHE_BASEDIR:-$PWD}" CCACHE_NOHASHDIR=1
 sh scripts/install-packages.sh tests
 # The page is tested in a browser with the presets whose program is neither slow nor a debugging one.
 case "$preset" in
