@@ -2,7 +2,8 @@
 # Builds everything and runs every test: scripts/check.sh [PRESET] [CTEST-OPTION...], by default the preset
 # dev. scripts/check.sh PRESET --build-only builds and runs nothing. ZEV_CMAKE_FLAGS goes to cmake, and
 # ZEV_TARGETS are built instead of everything. ZEV_SKIP_BROWSER=1 leaves the tests in a browser out. A run of all
-# tests of the preset dev also checks that others can install ZEV and build with it.
+# tests of the preset dev also checks that others can install ZEV and build with it, and that GCC and Clang make the same
+# numbers of it.
 set -eu
 cd "$(dirname "$0")/.."
 preset="${1:-dev}"
@@ -28,4 +29,5 @@ cmake --build --preset "$preset" ${ZEV_TARGETS:+--target $ZEV_TARGETS}
 [ "${1:-}" = --build-only ] || ctest --preset "$preset" "$@"
 if [ "$preset" = dev ] && [ $# -eq 0 ] && [ -z "${ZEV_TARGETS:-}" ]; then
     sh scripts/check-install.sh
+    sh scripts/worlds.sh gcc clang
 fi
