@@ -8,6 +8,7 @@
 #include <ZEV/ZEV_Dicom.h>
 #include <ZEV/ZEV_Painter.h>
 #include <ZEV/ZEV_Params.h>
+#include <refhost/Com.h>
 #include <refhost/MemoryContext.h>
 #include <refhost/MemoryRaster.h>
 
@@ -16,6 +17,7 @@
 #include <vector>
 
 int main(int argc, char** argv) {
+    const refhost::ComApartment apartment;  // starts Windows' component library there
     // Stored values of 12 bits: a bright ball of 200 HU in a body of 40 HU, in air.
     constexpr int kSide = 256;
     refhost::MemoryRaster raster(kSide, kSide, 12, false);

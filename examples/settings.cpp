@@ -11,11 +11,13 @@
 #include <ZEV/ZEV_PresetValue.h>
 #include <ZEV/ZEV_Presets.h>
 #include <ZEV/ZEV_ProcedurePreset.h>
+#include <refhost/Com.h>
 
 #include <cwchar>
 #include <fstream>
 
 int main(int argc, char** argv) {
+    const refhost::ComApartment apartment;  // starts Windows' component library there
     std::ofstream out(argc > 1 ? argv[1] : "settings.txt");
 
     OBJ_Msg image;

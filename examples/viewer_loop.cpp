@@ -7,6 +7,7 @@
 #include <ZEV/ZEV_Masks.h>
 #include <ZEV/ZEV_Painter.h>
 #include <ZEV/ZEV_Params.h>
+#include <refhost/Com.h>
 #include <refhost/MemoryContext.h>
 #include <refhost/MemoryRaster.h>
 
@@ -102,6 +103,7 @@ private:
 }  // namespace
 
 int main(int argc, char** argv) {
+    const refhost::ComApartment apartment;  // starts Windows' component library there
     const std::string folder = argc > 1 ? argv[1] : ".";
     Viewer viewer;
     for (int step = 0; step < 4; ++step) {
