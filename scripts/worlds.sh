@@ -20,6 +20,7 @@ need() {
     { $as_root "$@" || { $as_root apt-get update && $as_root "$@"; }; } >"$top/apt.log" 2>&1
 }
 
+sh scripts/install-packages.sh
 other="-DCMAKE_PROJECT_TOP_LEVEL_INCLUDES=$PWD/cmake/worlds/headers.cmake"
 
 # cross PROCESSOR TRIPLET QEMU [FLAGS]
