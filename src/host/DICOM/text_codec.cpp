@@ -83,7 +83,7 @@ std::wstring FormatDecimal(double number) {
         std::max(std::min(number, std::numeric_limits<double>::max()), std::numeric_limits<double>::lowest());
     // A whole number below 2^53 is written as it stands.
     if (finite == std::trunc(finite) && std::fabs(finite) < 9007199254740992.0) {
-        const std::wstring whole = std::to_wstring(static_cast<long long>(finite));
+        std::wstring whole = std::to_wstring(static_cast<long long>(finite));
         if (whole.size() <= longest) return whole;
     }
     const std::string exact = ShortenExponent(refhost::ShortestText(finite));

@@ -38,7 +38,7 @@ Digits Take(const std::string& text) {
 
 template <typename Number>
 std::string Shortest(Number number) {
-    const std::string text = fmt::format("{}", number);
+    std::string text = fmt::format("{}", number);
     if (!std::isfinite(number)) return text;
     const auto [sign, digits, exponent] = Take(text);
     if (digits == "0") return sign + "0";
