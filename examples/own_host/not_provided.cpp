@@ -284,6 +284,18 @@ template <typename T>
 bool Dicom_NumberType<T>::GetNumber(std::size_t, double&) const {
     NOT_PROVIDED;
 }
+template <typename T>
+Dicom_Type* Dicom_NumberType<T>::Clone() const {
+    NOT_PROVIDED;
+}
+template <typename T>
+std::size_t Dicom_NumberType<T>::GetVM() const {
+    NOT_PROVIDED;
+}
+template <typename T>
+bool Dicom_NumberType<T>::IsNumeric() const {
+    NOT_PROVIDED;
+}
 
 template class Dicom_NumberType<unsigned short>;
 template class Dicom_NumberType<float>;
