@@ -36,14 +36,35 @@ void* serve(std::size_t size, std::size_t alignment) {
 
 }  // namespace
 
+// All forms that the project uses: the address sanitizer has its own of those that are not replaced.
 void* operator new(std::size_t size) { return serve(size, 1); }
+void* operator new[](std::size_t size) { return serve(size, 1); }
 void* operator new(std::size_t size, std::align_val_t alignment) {
     return serve(size, static_cast<std::size_t>(alignment));
 }
+void* operator new[](std::size_t size, std::align_val_t alignment) {
+    return serve(size, static_cast<std::size_t>(alignment));
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    try {
+        return serve(size, 1);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+void* operator new[](std::size_t size, const std::nothrow_t& quiet) noexcept {
+    return operator new(size, quiet);
+}
 void operator delete(void* block) noexcept { std::free(block); }
+void operator delete[](void* block) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
 void operator delete(void* block, std::align_val_t) noexcept { std::free(block); }
+void operator delete[](void* block, std::align_val_t) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t, std::align_val_t) noexcept { std::free(block); }
+void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { std::free(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { std::free(block); }
 
 namespace {
 
