@@ -21,6 +21,8 @@ constexpr double kFarthest = 1e6;
 /// Beyond it one pixel of the image would be a line.
 constexpr double kMostAspect = 100.0;
 constexpr double kMillimetresPerInch = 25.4;
+/// Beyond these nothing is to be seen, and sizes and distances would leave the numbers that hold them.
+constexpr double kLeastZoom = 1e-6, kMostZoom = 1e6, kFarthestPan = 1e9, kMostDegrees = 1e6;
 
 /// One side of a screen; 0 for a text that is not one.
 int side_of(const std::string& text) {
@@ -143,9 +145,20 @@ Size stretched(const OpenedImage& image, const Wanted& wanted, const ViewOptions
     return isVisible ? size : Size{1.0, 1.0};
 }
 
+void refuse_unreasonable(const ViewOptions& options) {
+    const auto require = [](const char* option, double value, double least, double most) {
+        if (!(value >= least && value <= most))
+            throw UsageError(std::string(option) + ": " + NumberText(value) + " is beyond all reason");
+    };
+    if (options.zoom) require("--zoom", *options.zoom, kLeastZoom, kMostZoom);
+    if (options.rotate) require("--rotate", *options.rotate, -kMostDegrees, kMostDegrees);
+    for (const double pan : options.pan) require("--pan", pan, -kFarthestPan, kFarthestPan);
+}
+
 }  // namespace
 
 Placement PlaceImage(const OpenedImage& image, const ViewOptions& options) {
+    refuse_unreasonable(options);
     const Wanted wanted = wanted_of(image, options);
     const Size pixel = stretched(image, wanted, options);
     const int columns = image.File().Columns(), rows = image.File().Rows();

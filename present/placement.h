@@ -48,7 +48,8 @@ struct Placement {
 /// The picture shows the whole image or, where a presentation state has one and the user asks for neither
 /// zoom nor pan, its displayed area: as large as the area has pixels ("SCALE TO FIT"), magnified, or in true
 /// size; within --size, if that is given, fitted or centred. Pixels that are not square are stretched until
-/// they are. A quarter turn exchanges width and height. Throws UsageError for a size that is none, and
-/// PresentError for a displayed area that cannot be shown and for a picture of more than 16384 pixels a side,
-/// or of more than 2^26 and than the image has, that --size does not ask for.
+/// they are. A quarter turn exchanges width and height. Throws UsageError for a size that is none and for a
+/// zoom, pan or rotation that is not finite or out of all proportion, and PresentError for a displayed area
+/// that cannot be shown and for a picture of more than 16384 pixels a side, or of more than 2^26 and than the
+/// image has, that --size does not ask for.
 Placement PlaceImage(const OpenedImage& image, const ViewOptions& options);

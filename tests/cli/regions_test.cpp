@@ -186,6 +186,21 @@ TEST_F(Regions, ViewsTurnAndFlipThePicture) {
     }
 }
 
+TEST_F(Regions, ViewsThatShowNothingAreRefused) {
+    for (const double number : {std::nan(""), 1e300, -1e300, HUGE_VAL}) {
+        for (int what = 0; what < 3; ++what) {
+            ViewOptions view;
+            if (what == 0) view.zoom = number;
+            if (what == 1) view.rotate = number;
+            if (what == 2) view.pan = {0.0, number};
+            EXPECT_THROW(Draw("ct.dcm", {}, view), UsageError) << what << " " << number;
+        }
+    }
+    ViewOptions none;
+    none.zoom = 0.0;
+    EXPECT_THROW(Draw("ct.dcm", {}, none), UsageError);
+}
+
 using SavedRegions = support::ProgramTest;
 
 TEST_F(SavedRegions, AReopenedImageShowsThemAgain) {
